@@ -1,0 +1,13 @@
+# Everything comes from the distribution, by name; nothing is downloaded. Imported targets are SYSTEM, so
+# their headers do not fall under our warnings.
+find_package(Boost 1.74 REQUIRED COMPONENTS program_options stacktrace_basic)
+find_package(Threads REQUIRED)
+find_package(OpenSSL REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(SQLite3 REQUIRED)
+find_package(SQLiteCpp REQUIRED)
+
+# RapidJSON ships headers alone.
+find_path(RAPIDJSON_INCLUDE_DIR rapidjson/writer.h REQUIRED)
+add_library(quillon_rapidjson INTERFACE)
+target_include_directories(quillon_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUDE_DIR})
