@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "wf_Record.h"
+
+namespace Weftline::DataModel {
+
+/// The event that makes a stored job known to the farm, with an id of its own. `jobId` is the id of the job's
+/// record; a reader finds the rest of the job there.
+Record MakeJobCreatedEvent(const std::string& jobId, const std::string& jobQueue);
+
+}  // namespace Weftline::DataModel

@@ -1,0 +1,35 @@
+#include "RequiredValues.h"
+
+#include <stdexcept>
+
+namespace Weftline {
+namespace {
+
+template <class Value>
+Value GetRequired(const CoreServices::Parameters& tree, std::string_view key) {
+    Value value{};
+    if (!tree.GetParameter(key, value)) {
+        ThrowNotExtracted(key);
+    }
+    return value;
+}
+
+}  // namespace
+
+std::string GetRequiredString(const CoreServices::Parameters& tree, std::string_view key) {
+    return GetRequired<std::string>(tree, key);
+}
+
+std::int32_t GetRequiredInt(const CoreServices::Parameters& tree, std::string_view key) {
+    return GetRequired<std::int32_t>(tree, key);
+}
+
+bool GetRequiredBool(const CoreServices::Parameters& tree, std::string_view key) {
+    return GetRequired<bool>(tree, key);
+}
+
+void ThrowNotExtracted(std::string_view key) {
+    throw std::runtime_error("Failed to extract: " + std::string(key));
+}
+
+}  // namespace Weftline

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Parameters.h"
+
+namespace Weftline {
+
+// Values that a tree must have. Each throws as `ThrowNotExtracted` does where the key is missing or holds a
+// value of another type.
+std::string GetRequiredString(const CoreServices::Parameters& tree, std::string_view key);
+std::int32_t GetRequiredInt(const CoreServices::Parameters& tree, std::string_view key);
+bool GetRequiredBool(const CoreServices::Parameters& tree, std::string_view key);
+
+/// Throws `std::runtime_error` with "Failed to extract: " and the key.
+[[noreturn]] void ThrowNotExtracted(std::string_view key);
+
+}  // namespace Weftline
