@@ -1,0 +1,139 @@
+#include "HandlerInvocation.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "HandlerErrors.h"
+#include "PlatformLog.h"
+
+namespace PlatformAbstraction::Messaging {
+
+namespace {
+
+using CoreServices::Parameters;
+using ContextPointer = std::shared_ptr<MessageContext>;
+
+// For the case that even the answer of an exception cannot be made: memory is out, or its text is null.
+MessageAnswer AnswerOfLastResort() {
+    MessageAnswer answer;
+    answer.kind = MessageAnswer::Kind::Error;
+    return answer;
+}
+
+// Runs `handle`, which gives a `MessageAnswer`, and lets nothing out.
+template <typename Handle>
+MessageAnswer AnswerOf(const Handle& handle) noexcept {
+    try {
+        return handle();
+    } catch (...) {
+        try {
+            return AnswerOfCurrentException();
+        } catch (...) {
+            return AnswerOfLastResort();
+        }
+    }
+}
+
+// The first answer counts, so what a handler throws after it went out is for the operator alone.
+MessageAnswer AnswerOfFirstKind(ServiceMessageHandler& handler, const std::string& operation,
+                                const Parameters& request, ContextPointer context) {
+    ServiceMessageResponse response;
+    try {
+        handler.HandleMessage(std::move(context), request, response);
+    } catch (...) {
+        if (!response.GetAnswer()) {
+            throw;
+        }
+        Log::Warning("The handler of \"" + operation +
+                     "\" failed after it had answered: " + AnswerOfCurrentException().message);
+    }
+    auto answer = response.TakeAnswer();
+    return answer ? std::move(*answer) : MessageAnswer::OfError(kGenericServiceError, "No answer");
+}
+
+HandlerFunction OfMessageHandler(std::shared_ptr<ServiceMessageHandler> handler,
+                                 const std::string& operation) {
+    return [handler = std::move(handler), operation](const Parameters& request, ContextPointer context) {
+        return AnswerOf([&] { return AnswerOfFirstKind(*handler, operation, request, std::move(context)); });
+    };
+}
+
+HandlerFunction OfMessageHandlerV2(std::shared_ptr<ServiceMessageHandlerV2> handler) {
+    return [handler = std::move(handler)](const Parameters& request, ContextPointer context) {
+        return AnswerOf(
+            [&] { return MessageAnswer::OfResults(handler->HandleMessageV2(request, std::move(context))); });
+    };
+}
+
+HandlerFunction OfSubmission(std::shared_ptr<Weftline::SubmitMessageHandler> handler, SubmitOpJobInfo info) {
+    return [handler = std::move(handler), info = std::move(info)](const Parameters& request,
+                                                                  ContextPointer context) {
+        return AnswerOf([&] {
+            return MessageAnswer::OfResults(handler->SubmitJob(info.jobKind, info.evalTaskKind, info.name,
+                                                               info.failJobDefault, request,
+                                                               std::move(context)));
+        });
+    };
+}
+
+HandlerFunction OfSet(std::shared_ptr<ServiceMessageHandlerSet> set, const std::string& operation) {
+    return [set = std::move(set), operation](const Parameters& request, ContextPointer context) {
+        return AnswerOf([&] {
+            return MessageAnswer::OfResults(set->HandleMessageOfSet(operation, request, std::move(context)));
+        });
+    };
+}
+
+bool HasMessage(const ServiceMessageHandlerSet& set, const std::string& operation) {
+    const auto registrations = set.GetRegistrationParamsOfSet();
+    return std::any_of(registrations.begin(), registrations.end(),
+                       [&operation](const RegistrationParams& one) { return one.name == operation; });
+}
+
+}  // namespace
+
+HandlerFunction FindHandlerFunction(const ServiceInfo& service, const std::string& operation) {
+    if (const auto found = service.GetSubmitMessageHandlers().find(operation);
+        found != service.GetSubmitMessageHandlers().end()) {
+        return OfSubmission(found->second, service.GetSubmitOpJobs().at(operation));
+    }
+    if (const auto found = service.GetMessageHandlers().find(operation);
+        found != service.GetMessageHandlers().end()) {
+        return OfMessageHandler(found->second, operation);
+    }
+    if (const auto found = service.GetMessageHandlersV2().find(operation);
+        found != service.GetMessageHandlersV2().end()) {
+        return OfMessageHandlerV2(found->second);
+    }
+    for (const auto& [name, set] : service.GetMessageSetHandlers()) {
+        if (HasMessage(*set, operation)) {
+            return OfSet(set, operation);
+        }
+    }
+    return {};
+}
+
+MessageAnswer AnswerOfCurrentException() {
+    try {
+        throw;
+    } catch (const MessageHandlerError& error) {
+        return MessageAnswer::OfError(error.GetErrorCode(), error.what());
+    } catch (const BadRequestHandlerError& error) {
+        return MessageAnswer::OfError(kBadRequest, error.what());
+    } catch (const ResourceNotFoundHandlerError& error) {
+        return MessageAnswer::OfError(kNotFound, error.what());
+    } catch (const MethodNotAllowedHandlerError& error) {
+        return MessageAnswer::OfError(kMethodNotAllowed, error.what());
+    } catch (const HandlerNotFoundError& error) {
+        return MessageAnswer::OfError(kHandlerNotFound, error.what());
+    } catch (const std::exception& error) {
+        return MessageAnswer::OfError(kGenericServiceError, error.what());
+    } catch (const Parameters& details) {
+        return MessageAnswer::OfError(kGenericServiceError, "Exception", details);
+    } catch (...) {
+        return MessageAnswer::OfError(kGenericServiceError, "Unknown error");
+    }
+}
+
+}  // namespace PlatformAbstraction::Messaging

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "MessageAnswer.h"
+#include "MessageContext.h"
+#include "ServiceInfo.h"
+
+namespace PlatformAbstraction::Messaging {
+
+// What every transport does with a message that reached its service. Any thread may call.
+
+/// Answers one message, given its body and context.
+using HandlerFunction = std::function<MessageAnswer(const CoreServices::Parameters& request,
+                                                    std::shared_ptr<MessageContext> context)>;
+
+/// The function that answers the message `operation` of the service, or an empty function when no handler is
+/// registered under that name. It never throws: what leaves the handler becomes an error answer, and a
+/// handler that neither answers nor throws is answered for.
+HandlerFunction FindHandlerFunction(const ServiceInfo& service, const std::string& operation);
+
+/// The error answer of the exception in flight. To be called inside a catch block.
+MessageAnswer AnswerOfCurrentException();
+
+// The platform's own error codes.
+inline constexpr char kGenericServiceError[] = "GENERIC_SERVICE_ERROR";
+inline constexpr char kBadRequest[] = "BAD_REQUEST";
+inline constexpr char kNotFound[] = "NOT_FOUND";
+inline constexpr char kMethodNotAllowed[] = "METHOD_NOT_ALLOWED";
+inline constexpr char kHandlerNotFound[] = "HANDLER_NOT_FOUND";
+inline constexpr char kServiceNotFound[] = "SERVICE_NOT_FOUND";
+inline constexpr char kOperationNotFound[] = "OPERATION_NOT_FOUND";
+inline constexpr char kQueueFull[] = "QUEUE_FULL";
+inline constexpr char kServiceStopping[] = "SERVICE_STOPPING";
+
+}  // namespace PlatformAbstraction::Messaging

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+#include "Parameters.h"
+
+namespace PlatformAbstraction::Messaging {
+
+/// How one message ended, whatever brought it: a result tree, a ready JSON text, or an error. A value, moved
+/// from the handler's thread to whoever waits.
+struct MessageAnswer {
+    enum class Kind { Results, Text, Error };
+
+    static MessageAnswer OfResults(CoreServices::Parameters results);
+    static MessageAnswer OfText(std::string text);
+    static MessageAnswer OfError(std::string code, std::string message,
+                                 CoreServices::Parameters details = CoreServices::Parameters());
+
+    Kind kind = Kind::Results;
+    CoreServices::Parameters results;  ///< Kind::Results
+    std::string text;                  ///< Kind::Text; may be empty
+    std::string code;                  ///< Kind::Error
+    std::string message;               ///< Kind::Error
+    CoreServices::Parameters details;  ///< Kind::Error; empty where there are none
+};
+
+}  // namespace PlatformAbstraction::Messaging

@@ -1,0 +1,88 @@
+#include "PlatformIdentifiers.h"
+
+#include <boost/uuid/random_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
+#include <cstdlib>
+#include <optional>
+#include <string_view>
+
+#include "ConfigurationStore.h"
+
+namespace PlatformAbstraction {
+
+namespace {
+
+constexpr char kMetadataRootPathSetting[] = "metadatarootpath";
+constexpr char kRootPathKey[] = "rootPath";
+constexpr char kPublicVariable[] = "PUBLIC";
+
+std::optional<std::string> EnvironmentVariable(const std::string& name) {
+    const char* const value = std::getenv(name.c_str());
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+// Where data shared by the programs of this machine goes on systems that have no such variable. An empty
+// variable is no directory and counts as unset.
+std::string PublicDirectory() {
+    if (const auto dataHome = EnvironmentVariable("XDG_DATA_HOME"); dataHome && !dataHome->empty()) {
+        return *dataHome;
+    }
+    if (const auto home = EnvironmentVariable("HOME"); home && !home->empty()) {
+        return *home + "/.local/share";
+    }
+    return "/var/lib";
+}
+
+std::optional<std::string> ValueOfPlaceholder(const std::string& name) {
+    if (name.empty()) {
+        return std::nullopt;
+    }
+    auto value = EnvironmentVariable(name);
+    if (name == kPublicVariable && (!value || value->empty())) {
+        return PublicDirectory();
+    }
+    return value;
+}
+
+// What is no placeholder, or names an unset variable, stays as it is.
+std::string ExpandPlaceholders(std::string_view text) {
+    std::string expanded;
+    while (!text.empty()) {
+        const std::size_t open = text.find('%');
+        const std::size_t close = open == text.npos ? text.npos : text.find('%', open + 1);
+        if (close == text.npos) {
+            break;
+        }
+        if (const auto value = ValueOfPlaceholder(std::string(text.substr(open + 1, close - open - 1)))) {
+            expanded.append(text.substr(0, open)).append(*value);
+            text.remove_prefix(close + 1);
+        } else {
+            // The closing sign may be the opening one of the next placeholder.
+            expanded.append(text.substr(0, close));
+            text.remove_prefix(close);
+        }
+    }
+    return expanded.append(text);
+}
+
+}  // namespace
+
+std::string CreateGuidAsString() {
+    // Draws from the system's cryptographic source, without state of ours.
+    return boost::uuids::to_string(boost::uuids::random_generator()());
+}
+
+std::string MetadataRootPath() {
+    return ExpandPlaceholders(GetConfigValue(kMetadataRootPathSetting));
+}
+
+std::string GetMetadataDir(const CoreServices::Parameters& request, const std::string& clientKey) {
+    // The client's text is taken as it is: it means something to the workers, and nothing to this process.
+    std::string root;
+    if (!request.GetParameter(kRootPathKey, root) || root.empty()) {
+        root = MetadataRootPath();
+    }
+    return root.append(1, '/').append(clientKey);
+}
+
+}  // namespace PlatformAbstraction

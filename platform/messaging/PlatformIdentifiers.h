@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "Parameters.h"
+
+namespace PlatformAbstraction {
+
+/// A new random UUID (version 4) in its canonical text form. Any thread may call.
+std::string CreateGuidAsString();
+
+/// The setting `metadatarootpath` with its `%NAME%` replaced from the environment; an unset `PUBLIC` stands
+/// for
+/// `$XDG_DATA_HOME`, else `$HOME/.local/share`, else `/var/lib`. Touches no file system.
+std::string MetadataRootPath();
+
+/// `<root>/<clientKey>`, where the root is the text `rootPath` of the request if it names one, else
+/// `MetadataRootPath()`. Touches no file system.
+std::string GetMetadataDir(const CoreServices::Parameters& request, const std::string& clientKey);
+
+}  // namespace PlatformAbstraction

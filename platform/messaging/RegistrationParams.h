@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Parameters.h"
+
+namespace PlatformAbstraction {
+
+/// The platform's numeric code of a REST method. The service uses these three.
+enum class HTTPMethod : std::int32_t {
+    Get = 1,     ///< a read
+    Post = 2,    ///< a submission with a body
+    Delete = 8,  ///< a removal
+};
+
+/// A labelled sample request, published with a handler's registration.
+struct MessageExample {
+    std::string label;
+    CoreServices::Parameters request;
+};
+
+/// What one handler says about itself. A value; built with `RegParamsBuilder`.
+struct RegistrationParams {
+    std::string name;         ///< the message name under which the handler is reached
+    std::string description;  ///< one line for people
+    std::vector<MessageExample> examples;
+    std::string restPath;  ///< relative to the service; may hold `{placeholder}` segments; empty for none
+    HTTPMethod restMethod = HTTPMethod::Get;
+};
+
+}  // namespace PlatformAbstraction
