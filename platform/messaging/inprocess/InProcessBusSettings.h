@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+
+namespace PlatformAbstraction::Messaging {
+
+/// Limits of each service on the bus of one process; all at least 1, but `maxStandIns`.
+struct InProcessBusSettings {
+    /// Handlers at work at once; those that wait for somebody else do not count.
+    std::size_t threads = 32;
+    /// Waiting handlers that are stood in for, so that there are at most so many threads above `threads`.
+    std::size_t maxStandIns = 1024;
+    /// Messages waiting for a thread; past that the sender is told at once.
+    std::size_t maxQueuedMessages = 4096;
+};
+
+}  // namespace PlatformAbstraction::Messaging
