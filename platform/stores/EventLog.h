@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "wf_Record.h"
+
+namespace CommonServices {
+
+/// An event as it lies in the log. Offsets grow and are never used twice.
+struct LoggedEvent {
+    std::int64_t offset = 0;
+    Weftline::Record record;
+};
+
+/// Where events are kept, by topic and in order. `EventStore` is a thin value over the one of the process.
+/// Every implementation promises that any thread may call at any time, and that what `Append` has accepted
+/// durably survives the end of the process and of the machine.
+class EventLog {
+public:
+    EventLog() = default;
+    EventLog(const EventLog&) = delete;
+    EventLog& operator=(const EventLog&) = delete;
+    virtual ~EventLog() = default;
+
+    /// Appends to the topic `record.recordTopic`. With `durable` it returns once the event is on disk, else once
+    /// it is queued. False when the event was not taken.
+    virtual bool Append(const Weftline::Record& record, bool durable) = 0;
+
+    /// The events of a topic behind `afterOffset` (0: from the first), in order, at most `limit`. Where there is
+    /// none yet it waits for one, at most `wait`, and then gives an empty list.
+    virtual std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset, std::size_t limit,
+                                          std::chrono::milliseconds wait) = 0;
+};
+
+}  // namespace CommonServices

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ObjectStoreException.h"
+#include "wf_Record.h"
+
+namespace CommonServices {
+
+class RecordStore;
+
+/// The client of the record store: a value without state of its own, made wherever one is needed. All values
+/// reach the one store of the process, which `Init` chooses. Any thread may call.
+///
+/// Where no store is there the operations throw `ObjectStoreException`.
+class ObjectStore {
+public:
+    /// Chooses and opens the store of the process, once: an empty `uri` gives the embedded store
+    /// `<parent of the metadata root path>/Store/<database><suffix>.db`, "sqlite:PATH" the embedded store in
+    /// that file. False, with a line in the log that tells a person why, when the address means nothing here or
+    /// the store cannot be opened. `deploy` is the deployment mode; the choice does not depend on it.
+    static bool Init(const std::string& deploy, const std::string& database, const std::string& uri,
+                     const std::string& suffix);
+
+    /// Puts a store of the caller's in place, for programs that bring their own; an empty pointer takes it away.
+    static void Use(std::shared_ptr<RecordStore> store);
+
+    /// False on failure; the record is on disk when this gives true.
+    bool UpsertOne(const Weftline::Record& record) const;
+    std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) const;
+    std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
+                                                    std::int32_t offset, std::int32_t limit) const;
+    std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,
+                                                              const std::string& type,
+                                                              const std::string& referenceKey,
+                                                              const std::string& referenceValue,
+                                                              std::int32_t offset, std::int32_t limit) const;
+    bool DeleteMany(const std::vector<std::string>& ids) const;
+};
+
+}  // namespace CommonServices

@@ -1,0 +1,104 @@
+#include "StoreChoice.h"
+
+#include <mutex>
+#include <utility>
+
+#include "ConfigurationStore.h"
+#include "EmbeddedStore.h"
+#include "EventLog.h"
+#include "ObjectStoreException.h"
+#include "RecordStore.h"
+#include "Vocabulary.h"
+
+namespace CommonServices::StoreChoice {
+
+namespace {
+
+struct Choice {
+    std::mutex mutex;  // guards what follows
+    std::shared_ptr<RecordStore> records;
+    std::shared_ptr<EventLog> events;
+    EmbeddedStore embedded;
+    std::string embeddedPath;
+};
+
+Choice& TheChoice() {
+    static Choice& choice = *new Choice;  // leaked on purpose, see the header
+    return choice;
+}
+
+// With the mutex held. Closing a store waits for its writer, so the caller does that after the mutex.
+EmbeddedStore LetGoOfEmbedded(Choice& choice) {
+    if (choice.events == choice.embedded.events) {
+        choice.events.reset();
+    }
+    if (choice.records == choice.embedded.records) {
+        choice.records.reset();
+    }
+    return std::exchange(choice.embedded, {});
+}
+
+}  // namespace
+
+void OpenEmbedded(const std::string& path) {
+    Choice& choice = TheChoice();
+    EmbeddedStore former;
+    {
+        const std::scoped_lock lock(choice.mutex);
+        if (choice.embedded.records != nullptr && choice.embeddedPath == path) {
+            choice.records = choice.embedded.records;
+            return;
+        }
+        former = LetGoOfEmbedded(choice);
+    }
+    former = {};
+    EmbeddedStore opened = OpenEmbeddedStore(path);
+    const std::scoped_lock lock(choice.mutex);
+    choice.records = opened.records;
+    choice.embedded = std::move(opened);
+    choice.embeddedPath = path;
+}
+
+void SetRecords(std::shared_ptr<RecordStore> records) {
+    Choice& choice = TheChoice();
+    EmbeddedStore former;  // closes after the mutex
+    const std::scoped_lock lock(choice.mutex);
+    former = LetGoOfEmbedded(choice);
+    choice.records.swap(records);
+}
+
+std::shared_ptr<RecordStore> Records() {
+    Choice& choice = TheChoice();
+    const std::scoped_lock lock(choice.mutex);
+    if (choice.records == nullptr) {
+        throw ObjectStoreException("There is no record store: it was not initialised, or that failed");
+    }
+    return choice.records;
+}
+
+void SetEvents(std::shared_ptr<EventLog> events) {
+    Choice& choice = TheChoice();
+    const std::scoped_lock lock(choice.mutex);
+    choice.events.swap(events);
+}
+
+std::shared_ptr<EventLog> Events() {
+    Choice& choice = TheChoice();
+    const std::scoped_lock lock(choice.mutex);
+    if (choice.events != nullptr) {
+        return choice.events;
+    }
+    const std::string host = PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::KafkaHost));
+    if (!host.empty()) {
+        throw ObjectStoreException("This build has no Kafka event log, and kafka-host names '" + host +
+                                   "'; leave kafka-host empty for the embedded log");
+    }
+    if (choice.embedded.events == nullptr) {
+        throw ObjectStoreException(
+            "There is no event log: the object store was not initialised, or that failed");
+    }
+    choice.events = choice.embedded.events;
+    return choice.events;
+}
+
+}  // namespace CommonServices::StoreChoice

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace CommonServices {
+
+class EventLog;
+class RecordStore;
+
+/// Which record store and which event log the process uses. Any thread may call. What is chosen is never
+/// destroyed while the process ends, since detached threads may still use it; all that was accepted is on
+/// disk by then. Failures are thrown as `ObjectStoreException`.
+namespace StoreChoice {
+
+/// Chooses the embedded store in the file `path`: its records, and its events for `Events`. Where it is
+/// chosen already it stays open; another one is let go first, and closes once nobody holds it.
+void OpenEmbedded(const std::string& path);
+
+/// Chooses a store of the caller's, and lets the embedded one go. An empty pointer leaves none.
+void SetRecords(std::shared_ptr<RecordStore> records);
+std::shared_ptr<RecordStore> Records();
+
+/// Chooses a log of the caller's; an empty pointer takes it away.
+void SetEvents(std::shared_ptr<EventLog> events);
+/// The caller's log, or else what the configuration store asks for.
+std::shared_ptr<EventLog> Events();
+
+}  // namespace StoreChoice
+
+}  // namespace CommonServices

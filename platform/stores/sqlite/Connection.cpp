@@ -1,0 +1,41 @@
+#include "Connection.h"
+
+#include <sqlite3.h>
+
+namespace CommonServices::Sqlite {
+
+namespace {
+
+SQLite::Database Open(const SqliteOptions& options, int access) {
+    // Each connection is used by one thread at a time, so SQLite need not lock it.
+    SQLite::Database database(options.path, access | SQLite::OPEN_NOMUTEX,
+                              static_cast<int>(options.busyTimeout.count()), options.vfs);
+    sqlite3_extended_result_codes(database.getHandle(), 1);
+    return database;
+}
+
+}  // namespace
+
+SQLite::Database OpenWriter(const SqliteOptions& options) {
+    SQLite::Database database = Open(options, SQLite::OPEN_READWRITE);
+    // Whether a pragma touches the file or not, the first statement does; a file that is no database is told
+    // there. Freed pages keep their old contents: zeroing them would write every deleted record once more.
+    database.exec(
+        "PRAGMA synchronous = FULL; PRAGMA wal_autocheckpoint = 0; PRAGMA secure_delete = OFF;"
+        "PRAGMA cache_size = -65536; PRAGMA journal_size_limit = " +
+        std::to_string(options.checkpointBytes));
+    return database;
+}
+
+SQLite::Database OpenReader(const SqliteOptions& options) {
+    SQLite::Database database = Open(options, SQLite::OPEN_READONLY);
+    ForbidCheckpointOnClose(database);
+    database.exec("PRAGMA cache_size = -8192");
+    return database;
+}
+
+void ForbidCheckpointOnClose(SQLite::Database& database) {
+    sqlite3_db_config(database.getHandle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
+}  // namespace CommonServices::Sqlite

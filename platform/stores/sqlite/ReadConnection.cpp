@@ -1,0 +1,136 @@
+#include "ReadConnection.h"
+
+#include <SQLiteCpp/Column.h>
+#include <SQLiteCpp/Statement.h>
+
+#include <map>
+
+#include "Connection.h"
+#include "RecordRow.h"
+#include "SqliteLayout.h"
+
+namespace CommonServices::Sqlite {
+
+namespace {
+
+// A statement that is left in the middle keeps its state of the store, and with it the log, from moving on.
+class RunningStatement {
+public:
+    explicit RunningStatement(SQLite::Statement& statement) : m_statement(statement) {}
+    RunningStatement(const RunningStatement&) = delete;
+    RunningStatement& operator=(const RunningStatement&) = delete;
+    ~RunningStatement() { m_statement.tryReset(); }
+
+private:
+    SQLite::Statement& m_statement;
+};
+
+// `rowid` is the place in the store's order, and the last column of every index.
+std::string ListSql(const std::string& condition) {
+    return std::string("SELECT rowid, ") + kRecordColumns +
+           " FROM records WHERE recordTopic = ?1 AND recordType = ?2 AND rowid > ?3" + condition +
+           " ORDER BY rowid LIMIT ?5 OFFSET ?4";
+}
+
+std::int64_t ReadList(SQLite::Statement& list, const std::string& collection, const std::string& type,
+                      const ReadWindow& window, std::vector<Weftline::Record>& found) {
+    const RunningStatement running(list);
+    list.bindNoCopy(1, collection);
+    list.bindNoCopy(2, type);
+    list.bind(3, window.after);
+    list.bind(4, window.offset);
+    list.bind(5, window.limit);
+    std::int64_t place = window.after;
+    while (list.executeStep()) {
+        place = list.getColumn(0).getInt64();
+        found.push_back(ReadRecord(list, 1));
+    }
+    return place;
+}
+
+}  // namespace
+
+std::string ReferenceListSql(const std::string& key) {
+    return ListSql(" AND " + ReferenceExpression(key) + " = ?6");
+}
+
+struct ReadConnection::Statements {
+    explicit Statements(const SqliteOptions& options)
+        : database(OpenReader(options)),
+          byId(database, std::string("SELECT ") + kRecordColumns +
+                             " FROM records WHERE recordID = ?1 AND recordTopic = ?2"),
+          ofType(database, ListSql("")),
+          events(database, std::string("SELECT eventOffset, ") + kRecordColumns +
+                               " FROM events WHERE recordTopic = ?1 AND eventOffset > ?2 "
+                               "ORDER BY eventOffset LIMIT ?3"),
+          index(database, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = ?1") {}
+
+    SQLite::Statement& WithReference(const std::string& key) {
+        const auto known = withReference.find(key);
+        if (known != withReference.end()) {
+            return known->second;
+        }
+        return withReference.try_emplace(key, database, ReferenceListSql(key)).first->second;
+    }
+
+    SQLite::Database database;
+    SQLite::Statement byId;
+    SQLite::Statement ofType;
+    SQLite::Statement events;
+    SQLite::Statement index;
+    std::map<std::string, SQLite::Statement> withReference;  // by key
+};
+
+ReadConnection::ReadConnection(const SqliteOptions& options)
+    : m_pStatements(std::make_unique<Statements>(options)) {}
+
+ReadConnection::~ReadConnection() = default;
+
+std::optional<Weftline::Record> ReadConnection::FindByID(const std::string& id,
+                                                         const std::string& collection) {
+    SQLite::Statement& find = m_pStatements->byId;
+    const RunningStatement running(find);
+    find.bindNoCopy(1, id);
+    find.bindNoCopy(2, collection);
+    if (!find.executeStep()) {
+        return std::nullopt;
+    }
+    return ReadRecord(find, 0);
+}
+
+std::int64_t ReadConnection::ReadOfType(const std::string& collection, const std::string& type,
+                                        const ReadWindow& window, std::vector<Weftline::Record>& found) {
+    return ReadList(m_pStatements->ofType, collection, type, window, found);
+}
+
+std::int64_t ReadConnection::ReadWithReference(const std::string& collection, const std::string& type,
+                                               const std::string& key, const std::string& value,
+                                               const ReadWindow& window,
+                                               std::vector<Weftline::Record>& found) {
+    SQLite::Statement& list = m_pStatements->WithReference(key);
+    list.bindNoCopy(6, value);
+    return ReadList(list, collection, type, window, found);
+}
+
+std::vector<LoggedEvent> ReadConnection::ReadEvents(const std::string& topic, std::int64_t afterOffset,
+                                                    std::int64_t limit) {
+    SQLite::Statement& events = m_pStatements->events;
+    const RunningStatement running(events);
+    events.bindNoCopy(1, topic);
+    events.bind(2, afterOffset);
+    events.bind(3, limit);
+    std::vector<LoggedEvent> found;
+    while (events.executeStep()) {
+        found.push_back({events.getColumn(0).getInt64(), ReadRecord(events, 1)});
+    }
+    return found;
+}
+
+bool ReadConnection::HasReferenceIndex(const std::string& key) {
+    SQLite::Statement& index = m_pStatements->index;
+    const RunningStatement running(index);
+    index.bind(1, ReferenceIndexName(key));
+    return index.executeStep();
+}
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+
+#include "EventLog.h"
+#include "SqliteFile.h"
+
+namespace CommonServices::Sqlite {
+
+/// The events of the embedded store, in the file of its records.
+class SqliteEventLog final : public EventLog {
+public:
+    explicit SqliteEventLog(std::shared_ptr<SqliteFile> file);
+
+    bool Append(const Weftline::Record& record, bool durable) override;
+    std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset, std::size_t limit,
+                                  std::chrono::milliseconds wait) override;
+
+private:
+    const std::shared_ptr<SqliteFile> m_pFile;
+};
+
+}  // namespace CommonServices::Sqlite

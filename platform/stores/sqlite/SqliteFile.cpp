@@ -1,0 +1,28 @@
+#include "SqliteFile.h"
+
+#include "SqliteLayout.h"
+
+namespace CommonServices::Sqlite {
+
+SqliteFile::SqliteFile(const SqliteOptions& options)
+    : m_file(options.path), m_writer(options, m_events), m_readers(options) {}
+
+SqliteFile::~SqliteFile() = default;
+
+void SqliteFile::EnsureReferenceIndex(const std::string& key) {
+    {
+        const std::scoped_lock lock(m_indexedMutex);
+        if (m_indexedKeys.contains(key)) {
+            return;
+        }
+    }
+    // Two threads may come this far with one key; the second finds the index there.
+    static_cast<void>(ReferenceExpression(key));
+    ReferenceIndexWrite write(key);
+    if (m_readers.Take()->HasReferenceIndex(key) || m_writer.Write(write)) {
+        const std::scoped_lock lock(m_indexedMutex);
+        m_indexedKeys.insert(key);
+    }
+}
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,126 @@
+#include "SqliteLayout.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+
+#include <algorithm>
+
+#include "ObjectStoreException.h"
+#include "Vocabulary.h"
+
+namespace CommonServices::Sqlite {
+
+namespace {
+
+// "QSST", in the header field that tells whose database a file is.
+constexpr int kApplicationId = 0x51535354;
+
+// Rows of other programs may leave out all but type and topic; the defaults are what a new `Record` holds.
+// The three texts that classify and name a row must be texts, or no read would ever find it.
+constexpr const char* kRecordColumnDefinitions = R"sql(
+    recordID TEXT NOT NULL %PRIMARY% DEFAULT (lower(
+        hex(randomblob(4)) || '-' || hex(randomblob(2)) || '-4' || substr(hex(randomblob(2)), 2) || '-' ||
+        substr('89ab', 1 + (random() & 3), 1) || substr(hex(randomblob(2)), 2) || '-' || hex(randomblob(6))))
+        CHECK (typeof(recordID) = 'text'),
+    recordType TEXT NOT NULL CHECK (typeof(recordType) = 'text'),
+    recordVersion INTEGER NOT NULL DEFAULT 1,
+    name TEXT DEFAULT '',
+    description TEXT DEFAULT '',
+    recordTopic TEXT NOT NULL CHECK (typeof(recordTopic) = 'text'),
+    recordData TEXT DEFAULT '',
+    recordModificationTime INTEGER DEFAULT (CAST((julianday('now') - 2440587.5) * 86400000.0 AS INTEGER)),
+    recordPublicData TEXT DEFAULT '{"tags":[]}',
+    readOnly INTEGER DEFAULT 0,
+    systemCreated INTEGER DEFAULT 0,
+    tags TEXT DEFAULT '[]'
+)sql";
+
+std::string Replace(std::string text, std::string_view what, std::string_view by) {
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
+        text.replace(at, what.size(), by);
+    }
+    return text;
+}
+
+std::string SqlText(std::string_view text) {
+    return "'" + Replace(std::string(text), "'", "''") + "'";
+}
+
+int ReadPragma(SQLite::Database& database, const char* pragma) {
+    return database.execAndGet(std::string("PRAGMA ") + pragma).getInt();
+}
+
+void CreateLayout(SQLite::Database& database) {
+    const std::string columns = kRecordColumnDefinitions;
+    SQLite::Transaction transaction(database);
+    database.exec("CREATE TABLE records (" + Replace(columns, "%PRIMARY%", "PRIMARY KEY") + ")");
+    database.exec("CREATE INDEX recordsByType ON records (recordTopic, recordType)");
+    database.exec(CreateReferenceIndexSql(Weftline::Keys::QueryID));
+    database.exec("CREATE TABLE events (eventOffset INTEGER PRIMARY KEY AUTOINCREMENT," +
+                  Replace(columns, "%PRIMARY%", "") + ")");
+    database.exec("CREATE INDEX eventsByTopic ON events (recordTopic)");
+    database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
+    database.exec("PRAGMA user_version = " + std::to_string(kLayoutVersion));
+    transaction.commit();
+}
+
+}  // namespace
+
+const char* const kRecordColumns =
+    "recordID, recordType, recordVersion, name, description, recordTopic, recordData, "
+    "recordModificationTime, recordPublicData, readOnly, systemCreated, tags";
+
+void PrepareLayout(SQLite::Database& database, const std::string& path, int pageSize) {
+    const int version = ReadPragma(database, "user_version");
+    const int application = ReadPragma(database, "application_id");
+    const bool empty = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
+    if (empty && version == 0 && application == 0) {
+        // The page size counts before the first page is written, and cannot change once the log is in use.
+        database.exec("PRAGMA page_size = " + std::to_string(pageSize));
+    } else if (application != kApplicationId || version <= 0) {
+        throw ObjectStoreException("'" + path +
+                                   "' is the database of another program; name a file of the store's own");
+    } else if (version > kLayoutVersion) {
+        throw ObjectStoreException("'" + path + "' has layout version " + std::to_string(version) +
+                                   ", and this program knows versions up to " +
+                                   std::to_string(kLayoutVersion) +
+                                   "; start a newer program or name another file");
+    }
+    if (database.execAndGet("PRAGMA journal_mode = WAL").getString() != "wal") {
+        throw ObjectStoreException("'" + path + "' lies on a file system without shared memory, " +
+                                   "which the store's log needs; name a file on a local disk");
+    }
+    if (empty) {
+        CreateLayout(database);
+    }
+}
+
+std::string ReferenceExpression(std::string_view key) {
+    const bool bad = std::any_of(key.begin(), key.end(), [](char c) {
+        return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
+    });
+    if (bad || key.empty()) {
+        throw ObjectStoreException(
+            "A reference key may not be empty nor hold double quotes, backslashes or "
+            "control characters");
+    }
+    const std::string path = SqlText("$.\"" + std::string(key) + "\"");
+    // The search for the quoted key comes first because it is cheap: a row without references costs no more
+    // than that. The nesting keeps the JSON functions, which fail on broken JSON, behind the test for it.
+    return "CASE WHEN instr(recordPublicData, " + SqlText("\"" + std::string(key) + "\"") +
+           ") > 0 THEN CASE WHEN json_valid(recordPublicData) THEN CASE json_type(recordPublicData, " + path +
+           ") WHEN 'text' THEN json_extract(recordPublicData, " + path + ") END END END";
+}
+
+std::string ReferenceIndexName(std::string_view key) {
+    return "recordsByReference:" + std::string(key);
+}
+
+std::string CreateReferenceIndexSql(std::string_view key) {
+    const std::string expression = ReferenceExpression(key);
+    return "CREATE INDEX IF NOT EXISTS \"" + ReferenceIndexName(key) +
+           "\" ON records (recordTopic, recordType, " + expression + ") WHERE " + expression + " IS NOT NULL";
+}
+
+}  // namespace CommonServices::Sqlite

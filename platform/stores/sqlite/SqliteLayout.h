@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace SQLite {
+class Database;
+}
+
+namespace CommonServices::Sqlite {
+
+/// The layout of the store's file, which is an interface to other programs: docs/store.md tells it. A change
+/// that they could notice needs a new version and a step that brings older files up.
+inline constexpr int kLayoutVersion = 1;
+
+/// Brings an empty database to the layout, and accepts one that has it. Throws `ObjectStoreException`, with a
+/// text for the operator, for a newer layout and for the database of another program. `database` is the one
+/// connection that writes.
+void PrepareLayout(SQLite::Database& database, const std::string& path, int pageSize);
+
+/// The columns of both tables that make up a record, in the order in which `RecordRow.h` binds and reads
+/// them.
+extern const char* const kRecordColumns;
+
+/// SQL for the text that a record's public JSON holds under the top-level key `key`; NULL where there is
+/// none, also where the JSON is broken. Throws `ObjectStoreException` for a key that no path can name: an
+/// empty one, or one with double quotes, backslashes or control characters.
+std::string ReferenceExpression(std::string_view key);
+
+/// Makes the index that answers for `ReferenceExpression(key)`, where it is not there already. SQLite keeps
+/// it up to date, whoever writes the rows.
+std::string CreateReferenceIndexSql(std::string_view key);
+
+/// The name of that index, unquoted.
+std::string ReferenceIndexName(std::string_view key);
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+
+#include "RecordStore.h"
+#include "SqliteFile.h"
+
+namespace CommonServices::Sqlite {
+
+/// The records of the embedded store. Long lists are read in stretches, each of one state of the store: a
+/// list of any length does not hold back the log, and a record that is written meanwhile is either in it or
+/// not.
+class SqliteRecordStore final : public RecordStore {
+public:
+    explicit SqliteRecordStore(std::shared_ptr<SqliteFile> file);
+
+    bool Upsert(const Weftline::Record& record) override;
+    std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override;
+    std::vector<Weftline::Record> FindOfType(const std::string& collection, const std::string& type,
+                                             std::int32_t offset, std::int32_t limit) override;
+    std::vector<Weftline::Record> FindWithReference(const std::string& collection, const std::string& type,
+                                                    const std::string& key, const std::string& value,
+                                                    std::int32_t offset, std::int32_t limit) override;
+    bool DeleteMany(const std::vector<std::string>& ids) override;
+
+private:
+    const std::shared_ptr<SqliteFile> m_pFile;
+};
+
+}  // namespace CommonServices::Sqlite

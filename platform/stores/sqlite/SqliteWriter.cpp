@@ -1,0 +1,137 @@
+#include "SqliteWriter.h"
+
+#include <SQLiteCpp/Exception.h>
+#include <sqlite3.h>
+
+#include "PlatformLog.h"
+
+namespace CommonServices::Sqlite {
+
+namespace {
+
+// A sync that failed may have lost what it was to save, and the next one may succeed all the same: the system
+// drops the failure once it has told it. So this is never a passing fault.
+bool IsSyncFault(int code) {
+    return code == SQLITE_IOERR_FSYNC || code == SQLITE_IOERR_DIR_FSYNC;
+}
+
+}  // namespace
+
+SqliteWriter::SqliteWriter(const SqliteOptions& options, EventSignal& events)
+    : m_events(events),
+      m_path(options.path),
+      m_idleAfter(options.idleAfter),
+      m_connection(options),
+      m_logKeeper(options) {
+    // A log left by a process that ended early is read from the system's memory, which may hold what never
+    // came to disk. Written into the database it is synced anew, before anything is built on it.
+    KeepLog(&LogKeeper::WhenIdle);
+    m_thread = std::thread([this] { Run(); });
+}
+
+SqliteWriter::~SqliteWriter() {
+    m_queue.Close();
+    m_thread.join();
+}
+
+bool SqliteWriter::Write(PendingWrite& write) {
+    m_queue.AddAndWait(write);
+    return write.accepted;
+}
+
+bool SqliteWriter::WriteDetached(std::unique_ptr<PendingWrite> write) {
+    return !m_syncFailed && m_queue.AddDetached(std::move(write));
+}
+
+void SqliteWriter::Run() {
+    WriteGroup group;
+    while (m_queue.Take(group, m_idleAfter)) {
+        if (group.writes.empty()) {
+            KeepLog(&LogKeeper::WhenIdle);
+            continue;
+        }
+        Commit(group);
+        bool appended = false;
+        for (const PendingWrite* write : group.writes) {
+            appended = appended || (write->accepted && write->IsEvent());
+        }
+        m_queue.Finish(group);
+        if (appended) {
+            m_events.Raise();
+        }
+        KeepLog(&LogKeeper::AfterCommit);
+    }
+    KeepLog(&LogKeeper::WhenIdle);
+}
+
+void SqliteWriter::Commit(WriteGroup& group) {
+    if (m_syncFailed) {
+        return;
+    }
+    try {
+        while (!TryCommit(group)) {
+        }
+    } catch (const SQLite::Exception& fault) {
+        m_connection.Rollback();
+        for (PendingWrite* write : group.writes) {
+            write->accepted = false;
+        }
+        NoteFault("A group of " + std::to_string(group.writes.size()) + " was not stored in",
+                  fault.getErrorCode(), fault.what());
+    }
+}
+
+// False when a write took the whole transaction with it: the others then go again without it. Throws when the
+// group as such cannot be committed.
+bool SqliteWriter::TryCommit(WriteGroup& group) {
+    m_connection.Begin();
+    for (PendingWrite* write : group.writes) {
+        if (write->dropped) {
+            continue;
+        }
+        ApplyOne(*write);
+        if (!m_connection.InTransaction()) {
+            write->dropped = true;
+            return false;
+        }
+    }
+    m_connection.Commit();
+    return true;
+}
+
+void SqliteWriter::ApplyOne(PendingWrite& write) {
+    try {
+        write.accepted = write.Apply(m_connection);
+    } catch (const SQLite::Exception& fault) {
+        if (IsSyncFault(fault.getErrorCode())) {
+            throw;
+        }
+        write.accepted = false;
+        NoteFault("A write was not stored in", fault.getErrorCode(), fault.what());
+    }
+}
+
+void SqliteWriter::KeepLog(void (LogKeeper::*keep)(WriteConnection&)) {
+    if (m_syncFailed) {
+        return;
+    }
+    try {
+        (m_logKeeper.*keep)(m_connection);
+    } catch (const SQLite::Exception& fault) {
+        NoteFault("The log was not worked into", fault.getErrorCode(), fault.what());
+    }
+}
+
+void SqliteWriter::NoteFault(const std::string& what, int code, const std::string& text) {
+    if (IsSyncFault(code)) {
+        m_syncFailed = true;
+        m_connection.ForbidCheckpoint();
+        PlatformAbstraction::Log::Error("The disk failed to keep what was written to '" + m_path + "' (" +
+                                        text +
+                                        "): the store refuses all writes until the service is started anew");
+        return;
+    }
+    PlatformAbstraction::Log::Error(what + " '" + m_path + "': " + text);
+}
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "EventSignal.h"
+#include "LogKeeper.h"
+#include "WriteConnection.h"
+#include "WriteQueue.h"
+
+namespace CommonServices::Sqlite {
+
+/// The one writer of the file: a thread that commits the waiting writes of all threads in groups, each group
+/// with one sync, and keeps the log bounded in between. Owned by `SqliteFile`. Any thread may write.
+class SqliteWriter {
+public:
+    /// Opens the file for writing; throws `ObjectStoreException` or `SQLite::Exception`. `events` must
+    /// outlive the writer.
+    SqliteWriter(const SqliteOptions& options, EventSignal& events);
+    SqliteWriter(const SqliteWriter&) = delete;
+    SqliteWriter& operator=(const SqliteWriter&) = delete;
+    /// Commits what is waiting, works the log into the database and closes the file.
+    ~SqliteWriter();
+
+    /// True once the write is on disk; false when it was refused or failed, which the log of the program
+    /// tells.
+    bool Write(PendingWrite& write);
+    /// True once the write is queued; false when too many are, or when the store refuses writes.
+    bool WriteDetached(std::unique_ptr<PendingWrite> write);
+
+private:
+    void Run();
+    void Commit(WriteGroup& group);
+    bool TryCommit(WriteGroup& group);
+    void ApplyOne(PendingWrite& write);
+    void KeepLog(void (LogKeeper::*keep)(WriteConnection&));
+    void NoteFault(const std::string& what, int code, const std::string& text);
+
+    EventSignal& m_events;
+    WriteQueue m_queue;
+
+    // The writer thread's own once it runs.
+    const std::string m_path;
+    const std::chrono::milliseconds m_idleAfter;
+    WriteConnection m_connection;
+    LogKeeper m_logKeeper;
+
+    std::atomic<bool> m_syncFailed = false;  // set by the writer thread alone
+
+    std::thread m_thread;  // last: it uses all of the above
+};
+
+}  // namespace CommonServices::Sqlite

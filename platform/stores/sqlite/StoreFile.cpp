@@ -1,0 +1,68 @@
+#include "StoreFile.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include "ObjectStoreException.h"
+
+namespace CommonServices::Sqlite {
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& what, const std::string& path, int error,
+                       const std::string& advice) {
+    throw ObjectStoreException(what + " '" + path + "': " + std::generic_category().message(error) + "; " +
+                               advice);
+}
+
+void MakeDirectory(const std::filesystem::path& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory.parent_path(), error);
+    if (!error && ::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+        error.assign(errno, std::generic_category());
+    }
+    if (error) {
+        Fail("The store's directory cannot be made:", directory.string(), error.value(),
+             "make its parent writable for this user or name another place");
+    }
+}
+
+int OpenFile(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0) {
+        Fail("The store's file cannot be opened:", path, errno,
+             "make it and its directory writable for this user or name another file");
+    }
+    return descriptor;
+}
+
+}  // namespace
+
+StoreFile::StoreFile(const std::string& path) {
+    MakeDirectory(std::filesystem::path(path).parent_path());
+    m_descriptor = OpenFile(path);
+    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
+        ::close(m_descriptor);
+        if (error == EWOULDBLOCK) {
+            throw ObjectStoreException("The store's file '" + path +
+                                       "' is in use by another service; stop that one or name another file");
+        }
+        Fail("The store's file cannot be claimed:", path, error, "name a file on a local disk");
+    }
+    // The log and the shared memory beside it take the mode of the file. A file of another owner that lets us
+    // write keeps its mode: it was set on purpose.
+    static_cast<void>(::fchmod(m_descriptor, S_IRUSR | S_IWUSR));
+}
+
+StoreFile::~StoreFile() {
+    ::close(m_descriptor);
+}
+
+}  // namespace CommonServices::Sqlite

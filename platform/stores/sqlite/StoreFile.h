@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace CommonServices::Sqlite {
+
+/// The store's file on disk, and this process's claim to it: only one process at a time writes and
+/// checkpoints as the store. Made before the first connection and destroyed after the last, since closing a
+/// descriptor of the file would drop SQLite's own locks on it.
+class StoreFile {
+public:
+    /// Makes the directory (0700, where it is not there yet) with its parents and the file (0600), and claims
+    /// the file. Throws `ObjectStoreException` with a text for the operator.
+    explicit StoreFile(const std::string& path);
+    StoreFile(const StoreFile&) = delete;
+    StoreFile& operator=(const StoreFile&) = delete;
+    ~StoreFile();
+
+private:
+    int m_descriptor;
+};
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "SqliteOptions.h"
+#include "wf_Record.h"
+
+namespace CommonServices::Sqlite {
+
+/// The one connection that writes and checkpoints, with its prepared statements. It belongs to the writer and
+/// is used by one thread at a time. Faults are thrown as `SQLite::Exception`; a write that throws leaves
+/// nothing behind in the transaction, unless the fault took the whole transaction with it (`InTransaction`).
+class WriteConnection {
+public:
+    /// Opens the file and brings it to the layout. Throws `ObjectStoreException` too.
+    explicit WriteConnection(const SqliteOptions& options);
+    WriteConnection(const WriteConnection&) = delete;
+    WriteConnection& operator=(const WriteConnection&) = delete;
+    ~WriteConnection();
+
+    /// Takes the write lock, waiting for another program as long as the options say.
+    void Begin();
+    /// On disk when it returns; nothing is left of the transaction when it throws.
+    void Commit();
+    void Rollback() noexcept;
+    bool InTransaction() const;
+
+    /// False when the id lives in another collection.
+    bool Upsert(const Weftline::Record& record);
+    void Append(const Weftline::Record& record);
+    void Delete(const std::vector<std::string>& ids);
+    void CreateReferenceIndex(const std::string& key);
+
+    enum class CheckpointMode {
+        Restart,  ///< the next write starts the log from its beginning
+        Truncate  ///< the log is emptied as well
+    };
+    struct CheckpointOutcome {
+        bool complete = false;   ///< the log can be used from its beginning
+        bool allCopied = false;  ///< all of it is in the database, though somebody may still read the log
+    };
+    /// Works the log into the database. Waits `patience` for readers of old states.
+    CheckpointOutcome Checkpoint(CheckpointMode mode, std::chrono::milliseconds patience);
+    /// Pages in the log after the last commit.
+    int LogPages() const;
+    int PageSize() const;
+
+    /// From now on nothing is worked into the database, not even by closing.
+    void ForbidCheckpoint();
+
+private:
+    struct Statements;
+
+    std::unique_ptr<Statements> m_pStatements;
+    std::chrono::milliseconds m_busyTimeout;
+};
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "PendingWrite.h"
+
+namespace CommonServices::Sqlite {
+
+/// Writes that are committed together: all that arrived while the group before was on its way.
+struct WriteGroup {
+    std::uint32_t number = 0;
+    std::vector<PendingWrite*> writes;
+    std::vector<std::unique_ptr<PendingWrite>> detached;  ///< those of `writes` that nobody waits for
+};
+
+/// Where writes of all threads wait for the one writer. Any thread may add; one thread takes and finishes.
+///
+/// A group forms by arrival and never by a timer: the writer takes what is there as soon as it is free. All
+/// who wait for a group are woken by one notification, and nobody else is: groups wait by turns on two words.
+class WriteQueue {
+public:
+    /// Returns once the write's group is through. The thread counts as blocked meanwhile.
+    void AddAndWait(PendingWrite& write);
+    /// Returns at once; false when too many such writes are waiting already.
+    bool AddDetached(std::unique_ptr<PendingWrite> write);
+
+    /// Fills `group` with what has arrived, waiting for it at most `patience`. False when the queue was
+    /// closed and all that it held was taken; otherwise a group without writes means that nothing came.
+    bool Take(WriteGroup& group, std::chrono::milliseconds patience);
+    /// Wakes those who wait for the group, and empties it. The outcomes must stand in its writes.
+    void Finish(WriteGroup& group);
+
+    /// What has been added is still handed out; nothing may be added any more.
+    void Close();
+
+private:
+    void WaitFor(std::uint32_t number);
+
+    std::atomic<std::uint32_t> m_finished[2] = {0, 0};  // the last finished group of even and of odd number
+
+    std::mutex m_mutex;  // guards what follows
+    std::condition_variable m_arrival;
+    WriteGroup m_open{1, {}, {}};
+    bool m_writerSleeps = false;
+    bool m_closed = false;
+};
+
+}  // namespace CommonServices::Sqlite

@@ -1,0 +1,212 @@
+// The store's file: how it is made, what is refused, and what other programs may do with it.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <thread>
+
+#include "EmbeddedFixture.h"
+#include "ObjectStoreException.h"
+#include "ReadConnection.h"
+
+namespace {
+
+using CommonServices::ObjectStoreException;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class EmbeddedFile : public EmbeddedFixture {
+protected:
+    std::string WhyNot() {
+        try {
+            Open();
+            return "";
+        } catch (const ObjectStoreException& refusal) {
+            return refusal.what();
+        }
+    }
+};
+
+unsigned ModeOf(const std::filesystem::path& path) {
+    struct stat state {};
+    EXPECT_EQ(::stat(path.c_str(), &state), 0) << path;
+    return state.st_mode & 0777u;
+}
+
+TEST_F(EmbeddedFile, IsThereForItsOwnerAlone) {
+    const std::filesystem::path place = directory.Path() / "some" / "where" / "Store";
+    options.path = (place / "x.db").string();
+    Open();
+    ASSERT_TRUE(Upsert("a"));
+    EXPECT_EQ(ModeOf(place), 0700u);
+    for (const char* suffix : {"", "-wal", "-shm"}) {
+        EXPECT_EQ(ModeOf(options.path + suffix), 0600u) << suffix;
+    }
+    // A directory that was there keeps its mode.
+    EXPECT_EQ(ModeOf(directory.Path()), 0700u);
+    std::filesystem::create_directory(directory.Path() / "shared");
+    ASSERT_EQ(::chmod((directory.Path() / "shared").c_str(), 0755), 0);
+    options.path = (directory.Path() / "shared" / "x.db").string();
+    Open();
+    EXPECT_EQ(ModeOf(directory.Path() / "shared"), 0755u);
+}
+
+TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
+    const std::string base = directory.Path().string();
+    std::ofstream(base + "/text.db") << std::string(5000, 'x');
+    std::ofstream(base + "/file") << "";
+    ForeignProgram(base + "/other.db").Do("CREATE TABLE t (a)");
+    ForeignProgram(base + "/marked.db").Do("PRAGMA user_version = 1");
+    { ForeignProgram(base + "/newer.db").Do("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7"); }
+    std::filesystem::create_directory(base + "/directory.db");
+    options.path = base + "/used.db";
+    Open();
+    const CommonServices::EmbeddedStore inUse = store;
+
+    struct Row {
+        const char* file;
+        std::vector<std::string> words;
+    };
+    const Row rows[] = {
+        {"text.db", {"is no database", "move it away"}},
+        {"other.db", {"database of another program"}},
+        {"marked.db", {"database of another program"}},
+        {"newer.db", {"layout version 7", "up to 1"}},
+        {"directory.db", {"cannot be opened", "Is a directory"}},
+        {"file/store.db", {"directory", "Not a directory", "name another"}},
+        {"used.db", {"in use by another service"}},
+    };
+    for (const Row& row : rows) {
+        options.path = base + "/" + row.file;
+        const std::string why = WhyNot();
+        EXPECT_THAT(why, HasSubstr(options.path.substr(0, options.path.rfind('/'))));
+        for (const std::string& word : row.words) {
+            EXPECT_THAT(why, HasSubstr(word)) << row.file;
+        }
+    }
+    // A refusal leaves nothing behind in the file.
+    EXPECT_THAT(ForeignProgram(base + "/other.db").Ask("SELECT name FROM sqlite_master"), ElementsAre("t"));
+}
+
+TEST_F(EmbeddedFile, TellsAPersonWhatToDoAboutAnUnwritablePlace) {
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may write everywhere";
+    }
+    ASSERT_EQ(::chmod(directory.Path().c_str(), 0500), 0);
+    EXPECT_THAT(WhyNot(), AllOf(HasSubstr("Permission denied"), HasSubstr("writable for this user")));
+    ::chmod(directory.Path().c_str(), 0700);
+}
+
+TEST_F(EmbeddedFile, KeepsOrderAndOffsetsOverReopening) {
+    Open();
+    ASSERT_TRUE(Upsert("b") && Upsert("a"));
+    ASSERT_TRUE(store.events->Append(RecordOf("e1", "events"), true));
+    const std::int64_t offset = store.events->Read("events", 0, 1, {}).at(0).offset;
+    ForeignProgram(options.path).Do("DELETE FROM events");
+    Close();
+    Open();
+    ASSERT_TRUE(Upsert("c") && Upsert("b"));
+    EXPECT_THAT(Jobs(), ElementsAre("b", "a", "c"));
+    ASSERT_TRUE(store.events->Append(RecordOf("e2", "events"), true));
+    EXPECT_GT(store.events->Read("events", 0, 1, {}).at(0).offset, offset);
+}
+
+TEST_F(EmbeddedFile, ShowsOtherProgramsTheStoredKeysAsColumns) {
+    Open();
+    ASSERT_TRUE(Upsert("job"));
+    ForeignProgram program(options.path);
+    const auto columns = [&](const std::string& table) {
+        return program.Ask("SELECT name FROM pragma_table_info('" + table + "')");
+    };
+    EXPECT_THAT(columns("records"),
+                ElementsAre("recordID", "recordType", "recordVersion", "name", "description", "recordTopic",
+                            "recordData", "recordModificationTime", "recordPublicData", "readOnly",
+                            "systemCreated", "tags"));
+    std::vector<std::string> expected = columns("records");
+    expected.insert(expected.begin(), "eventOffset");
+    EXPECT_EQ(columns("events"), expected);
+    EXPECT_THAT(
+        program.Ask("SELECT abs(recordModificationTime / 1000 - strftime('%s', 'now')) < 100 FROM records"),
+        ElementsAre("1"));
+}
+
+TEST_F(EmbeddedFile, FindsWhatOtherProgramsInsert) {
+    Open();
+    ForeignProgram program(options.path);
+    program.Do(
+        "INSERT INTO records (recordType, recordTopic, recordData, recordPublicData) "
+        "VALUES ('MobID', 'V2_WFMobIDs', '{\"mobID\":1}', '{\"queryID\":\"q\"}')");
+    const auto results = store.records->FindWithReference("V2_WFMobIDs", "MobID", "queryID", "q", 0, kAll);
+    ASSERT_EQ(results.size(), 1u);
+    const Weftline::Record& result = results[0];
+    EXPECT_EQ(result.recordID.size(), 36u);
+    EXPECT_EQ(result.recordVersion, 1);
+    EXPECT_EQ(result.tags, "[]");
+    EXPECT_EQ(result.recordData, "{\"mobID\":1}");
+    EXPECT_TRUE(store.records->FindByID(result.recordID, "V2_WFMobIDs").has_value());
+    EXPECT_TRUE(store.records->DeleteMany({result.recordID}));
+    EXPECT_THAT(program.Ask("SELECT 1 FROM records"), IsEmpty());
+
+    // A waiting reader hears of foreign events as well.
+    std::thread inserter([&] {
+        program.Do(
+            "INSERT INTO events (recordType, recordTopic, recordData) VALUES ('JobCreated', 'topic', '{}')");
+    });
+    EXPECT_EQ(store.events->Read("topic", 0, 1, std::chrono::minutes(1)).size(), 1u);
+    inserter.join();
+}
+
+TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
+    Open();
+    ForeignProgram program(options.path);
+    program.Do(
+        "INSERT INTO records VALUES ('n', 'MobID', 1, NULL, NULL, 'V2_WFMobIDs', NULL, NULL, NULL, NULL, "
+        "NULL, NULL);"
+        "INSERT INTO records VALUES (7, 'MobID', 'text', 5, 1.5, 'V2_WFMobIDs', x'7b7d', 'then', "
+        "x'7b227175657279494422', 'yes', 1, x'00ff');"
+        "INSERT INTO records (recordID, recordType, recordTopic, recordPublicData) VALUES "
+        "('b1', 'MobID', 'V2_WFMobIDs', '{\"queryID\":\"q\"'), ('b2', 'MobID', 'V2_WFMobIDs', 'queryID'),"
+        "('b3', 'MobID', 'V2_WFMobIDs', '\"queryID\"'), ('ok', 'MobID', 'V2_WFMobIDs', "
+        "'{\"queryID\":\"q\"}')");
+    EXPECT_THAT(Results("q"), ElementsAre("ok"));
+    const auto all = store.records->FindOfType("V2_WFMobIDs", "MobID", 0, kAll);
+    ASSERT_THAT(IdsOf(all), ElementsAre("n", "7", "b1", "b2", "b3", "ok"));
+    EXPECT_EQ(all[0].recordPublicData, "");
+    EXPECT_EQ(all[1].name, "5");
+    EXPECT_EQ(all[1].recordVersion, 0);
+    EXPECT_EQ(all[1].recordData, "{}");
+    EXPECT_EQ(all[1].tags, std::string("\0\xff", 2));
+    EXPECT_TRUE(all[1].systemCreated);
+    EXPECT_THROW(
+        program.Do("INSERT INTO records (recordID, recordType, recordTopic) VALUES (x'00', 'a', 'b')"),
+        std::runtime_error);
+}
+
+TEST_F(EmbeddedFile, AnswersReferencesFromAnIndexThatLaterKeysGetOnFirstUse) {
+    Open();
+    ASSERT_TRUE(store.records->Upsert(ResultOf("r", "q")));
+    EXPECT_THAT(store.records->FindWithReference("V2_WFMobIDs", "MobID", "parentID", "q", 0, kAll),
+                IsEmpty());
+    ForeignProgram program(options.path);
+    EXPECT_THAT(
+        program.Ask("SELECT name FROM sqlite_master WHERE type = 'index' AND name LIKE '%:%' ORDER BY name"),
+        ElementsAre("recordsByReference:parentID", "recordsByReference:queryID"));
+    for (const std::string key : {"queryID", "parentID"}) {
+        const std::string sql = CommonServices::Sqlite::ReferenceListSql(key);
+        // One search in the index of that key, already in the store's order.
+        EXPECT_THAT(program.Ask("EXPLAIN QUERY PLAN " + sql),
+                    ElementsAre(AllOf(HasSubstr("SEARCH records USING INDEX recordsByReference:" + key),
+                                      HasSubstr("rowid>?"))));
+    }
+
+    for (const char* key : {"", "a\"b", "a\\b", "a\nb"}) {
+        EXPECT_THROW(store.records->FindWithReference("t", "t", key, "v", 0, 1), ObjectStoreException) << key;
+    }
+}
+
+}  // namespace

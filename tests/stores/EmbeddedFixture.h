@@ -1,0 +1,36 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "EmbeddedStore.h"
+#include "EventLog.h"
+#include "ForeignProgram.h"
+#include "RecordStore.h"
+#include "SqliteOptions.h"
+#include "StoreSubjects.h"
+#include "TempDirectory.h"
+
+/// An embedded store in a directory of the test's own, which can be closed and opened anew.
+class EmbeddedFixture : public testing::Test {
+protected:
+    static constexpr std::int32_t kAll = std::numeric_limits<std::int32_t>::max();
+
+    EmbeddedFixture() { options.path = directory.File("store.db"); }
+
+    void Open() { store = CommonServices::OpenEmbeddedStore(options); }
+    void Close() { store = {}; }
+
+    bool Upsert(const std::string& id) { return store.records->Upsert(RecordOf(id)); }
+    std::vector<std::string> Jobs() { return IdsOf(store.records->FindOfType("V2_WFJobs", "Job", 0, kAll)); }
+    std::vector<std::string> Results(const std::string& query) {
+        return IdsOf(store.records->FindWithReference("V2_WFMobIDs", "MobID", "queryID", query, 0, kAll));
+    }
+
+    const TempDirectory directory;
+    CommonServices::Sqlite::SqliteOptions options;
+    CommonServices::EmbeddedStore store;
+};

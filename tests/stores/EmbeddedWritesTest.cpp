@@ -1,0 +1,250 @@
+// How the embedded store takes writes: in groups, durably, each failing for itself alone.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "EmbeddedFixture.h"
+#include "FaultyDisk.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::SizeIs;
+
+class EmbeddedWrites : public EmbeddedFixture {
+protected:
+    EmbeddedWrites() {
+        FaultyDisk::Install();
+        options.vfs = FaultyDisk::kVfs;
+        options.busyTimeout = std::chrono::milliseconds(50);
+    }
+    ~EmbeddedWrites() override { FaultyDisk::Install(); }  // a whole disk again before the store closes
+};
+
+void InThreads(int count, const std::function<void(int)>& work) {
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < count; ++thread) {
+        threads.emplace_back(work, thread);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST_F(EmbeddedWrites, ManyWritersShareTheSyncsWhileAReaderSeesOnlyWholeWrites) {
+    constexpr int kThreads = 32;
+    constexpr int kEach = 20;
+    Open();
+    std::atomic<bool> done = false;
+    std::thread reader([&] {
+        std::size_t before = 0;
+        while (!done) {
+            const auto jobs = store.records->FindOfType("V2_WFJobs", "Job", 0, kAll);
+            EXPECT_GE(jobs.size(), before);
+            before = jobs.size();
+            for (const Weftline::Record& job : jobs) {
+                EXPECT_EQ(job.recordData, job.name + job.name);
+            }
+        }
+    });
+    const int syncsBefore = FaultyDisk::s_syncs;
+    InThreads(kThreads, [&](int thread) {
+        for (int n = 0; n < kEach; ++n) {
+            Weftline::Record job = RecordOf(std::to_string(thread) + "/" + std::to_string(n));
+            job.name = std::string(3000, static_cast<char>('a' + thread % 26));
+            job.recordData = job.name + job.name;
+            ASSERT_TRUE(store.records->Upsert(job));
+            // What was accepted is there for every reader from then on.
+            ASSERT_TRUE(store.records->FindByID(job.recordID, "V2_WFJobs").has_value());
+            // A write that is refused disturbs nobody in its group.
+            ASSERT_FALSE(store.records->Upsert(RecordOf(job.recordID, "V2_WFProfiles")));
+        }
+    });
+    done = true;
+    reader.join();
+    EXPECT_LT(FaultyDisk::s_syncs - syncsBefore, kThreads * kEach);
+    Close();
+    Open();
+    EXPECT_THAT(Jobs(), SizeIs(kThreads * kEach));
+}
+
+TEST_F(EmbeddedWrites, WhatWasAcceptedSurvivesTheDeathOfTheProcess) {
+    int answers[2];
+    ASSERT_EQ(::pipe(answers), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        Open();
+        for (int n = 0;; ++n) {
+            const bool taken = Upsert(std::to_string(n)) &&
+                               store.events->Append(RecordOf(std::to_string(n), "V2_WFJobEvents"), true);
+            if (!taken || ::write(answers[1], "x", 1) != 1) {
+                ::_exit(1);
+            }
+        }
+    }
+    ::close(answers[1]);
+    std::vector<std::string> accepted;
+    char answer = 0;
+    while (accepted.size() < 50 && ::read(answers[0], &answer, 1) == 1) {
+        accepted.push_back(std::to_string(accepted.size()));
+    }
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ::close(answers[0]);
+    ASSERT_THAT(accepted, SizeIs(50));
+
+    Open();
+    EXPECT_THAT(Jobs(), IsSupersetOf(accepted));
+    EXPECT_GE(store.events->Read("V2_WFJobEvents", 0, 1000, {}).size(), accepted.size());
+}
+
+TEST_F(EmbeddedWrites, WritesUnderWayAreFinishedOnClosing) {
+    Open();
+    for (int n = 0; n < 100; ++n) {
+        ASSERT_TRUE(store.events->Append(RecordOf(std::to_string(n), "V2_WFJobEvents"), false));
+    }
+    Close();
+    Open();
+    EXPECT_THAT(store.events->Read("V2_WFJobEvents", 0, 1000, {}), SizeIs(100));
+}
+
+TEST_F(EmbeddedWrites, LongListsAreReadWholeAndDeletedAtOnce) {
+    constexpr int kRecords = 3000;  // several stretches
+    Open();
+    ForeignProgram program(options.path);
+    program.Do(
+        "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+        std::to_string(kRecords - 1) +
+        ") INSERT INTO records (recordID, recordType, recordTopic) SELECT i, 'Job', 'V2_WFJobs' FROM n");
+    std::vector<std::string> expected;
+    for (int n = 0; n < kRecords; ++n) {
+        expected.push_back(std::to_string(n));
+    }
+    EXPECT_EQ(Jobs(), expected);
+    EXPECT_EQ(IdsOf(store.records->FindOfType("V2_WFJobs", "Job", 100, 2000)),
+              std::vector<std::string>(expected.begin() + 100, expected.begin() + 2100));
+
+    std::vector<std::string> ids = expected;
+    ids.erase(ids.begin() + 1234);
+    ids.resize(500000, "nobody");
+    EXPECT_TRUE(store.records->DeleteMany(ids));
+    EXPECT_THAT(Jobs(), ElementsAre("1234"));
+}
+
+TEST_F(EmbeddedWrites, AFailedSyncEndsWritingUntilTheStoreIsOpenedAnew) {
+    Open();
+    ASSERT_TRUE(Upsert("before"));
+    FaultyDisk::s_syncFails = true;
+    EXPECT_FALSE(Upsert("lost"));
+    FaultyDisk::s_syncFails = false;
+    EXPECT_FALSE(Upsert("after"));
+    EXPECT_FALSE(store.records->DeleteMany({"before"}));
+    EXPECT_FALSE(store.events->Append(RecordOf("event", "V2_WFJobEvents"), true));
+    EXPECT_FALSE(store.events->Append(RecordOf("event", "V2_WFJobEvents"), false));
+    EXPECT_THAT(Jobs(), ElementsAre("before"));
+
+    Close();
+    Open();
+    EXPECT_TRUE(Upsert("anew"));
+    EXPECT_TRUE(store.records->FindByID("before", "V2_WFJobs").has_value());
+    EXPECT_FALSE(store.records->FindByID("after", "V2_WFJobs").has_value());
+}
+
+TEST_F(EmbeddedWrites, AFullDiskPasses) {
+    Open();
+    ASSERT_TRUE(Upsert("before"));
+    FaultyDisk::s_full = true;
+    InThreads(8, [this](int thread) { EXPECT_FALSE(Upsert("full" + std::to_string(thread))); });
+    EXPECT_FALSE(store.records->DeleteMany({"before"}));
+    FaultyDisk::s_full = false;
+    EXPECT_TRUE(Upsert("after"));
+    EXPECT_THAT(Jobs(), ElementsAre("before", "after"));
+    Close();
+    Open();
+    EXPECT_THAT(Jobs(), ElementsAre("before", "after"));
+}
+
+TEST_F(EmbeddedWrites, ADeletionThatFailsHalfWayLeavesAllAndItsNeighboursGo) {
+    Open();
+    ForeignProgram program(options.path);
+    for (const char* id : {"a", "b", "c"}) {
+        ASSERT_TRUE(Upsert(id));
+    }
+    program.Do(
+        "CREATE TRIGGER no BEFORE DELETE ON records WHEN old.recordID = 'b' "
+        "BEGIN SELECT RAISE(ABORT, 'kept'); END");
+    EXPECT_FALSE(store.records->DeleteMany({"a", "b", "c"}));
+    EXPECT_THAT(Jobs(), ElementsAre("a", "b", "c"));
+
+    // The same with a fault that takes the whole transaction along.
+    program.Do(
+        "DROP TRIGGER no; CREATE TRIGGER no BEFORE INSERT ON records WHEN new.recordID = 'bad' "
+        "BEGIN SELECT RAISE(ROLLBACK, 'gone'); END");
+    InThreads(16, [this](int thread) {
+        const bool bad = thread % 4 == 0;
+        EXPECT_NE(Upsert(bad ? "bad" : "good" + std::to_string(thread)), bad);
+    });
+    EXPECT_THAT(Jobs(), SizeIs(3 + 12));
+}
+
+TEST_F(EmbeddedWrites, AForeignLockIsWaitedForAndThenRefused) {
+    Open();
+    ForeignProgram program(options.path);
+    program.Do("BEGIN IMMEDIATE");
+    EXPECT_FALSE(Upsert("locked out"));
+    EXPECT_THAT(Jobs(), IsEmpty());  // readers do not wait for anybody
+    program.Do("COMMIT");
+    EXPECT_TRUE(Upsert("let in"));
+}
+
+TEST_F(EmbeddedWrites, TheLogStaysBoundedAndASlowReaderOnlyDelaysThat) {
+    options.checkpointBytes = 256 * 1024;
+    options.idleAfter = std::chrono::hours(1);
+    Open();
+    const auto logBytes = [this] { return std::filesystem::file_size(options.path + "-wal"); };
+    const auto write = [this](const std::string& name, int count) {
+        for (int n = 0; n < count; ++n) {
+            Weftline::Record job = RecordOf(name + std::to_string(n));
+            job.recordData = std::string(50000, 'x');
+            ASSERT_TRUE(store.records->Upsert(job));
+        }
+    };
+    write("steady", 60);  // three megabytes
+    EXPECT_LT(logBytes(), 600u * 1024);
+    {
+        ForeignProgram reader(options.path);
+        reader.Do("BEGIN; SELECT count(*) FROM records");
+        write("held back", 40);
+        EXPECT_EQ(reader.Ask("SELECT count(*) FROM records"), std::vector<std::string>{"60"});
+        EXPECT_GT(logBytes(), 1500u * 1024);
+    }
+    write("free again", 60);
+    EXPECT_LT(logBytes(), 600u * 1024);
+    EXPECT_THAT(Jobs(), SizeIs(160));
+    Close();
+    EXPECT_FALSE(std::filesystem::exists(options.path + "-wal"));
+}
+
+TEST_F(EmbeddedWrites, AnIdleStoreEmptiesItsLogAlsoOfForeignWrites) {
+    options.idleAfter = std::chrono::milliseconds(1);
+    Open();
+    ForeignProgram program(options.path);
+    program.Do("INSERT INTO records (recordType, recordTopic) VALUES ('Job', 'V2_WFJobs')");
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (std::filesystem::file_size(options.path + "-wal") != 0) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        std::this_thread::yield();
+    }
+    EXPECT_THAT(Jobs(), SizeIs(1));
+}
+
+}  // namespace

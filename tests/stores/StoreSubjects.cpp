@@ -1,0 +1,46 @@
+#include "StoreSubjects.h"
+
+#include "EmbeddedStore.h"
+#include "FakeEventLog.h"
+#include "FakeRecordStore.h"
+
+const std::vector<StoreFactory>& StoreFactories() {
+    static const std::vector<StoreFactory> factories = {
+        {"Embedded",
+         [] {
+             StoreSubject subject;
+             auto store = CommonServices::OpenEmbeddedStore(subject.directory->File("store.db"));
+             subject.records = std::move(store.records);
+             subject.events = std::move(store.events);
+             return subject;
+         }},
+        {"Fake",
+         [] {
+             StoreSubject subject;
+             subject.records = std::make_shared<TestSupport::FakeRecordStore>();
+             subject.events = std::make_shared<TestSupport::FakeEventLog>();
+             return subject;
+         }},
+    };
+    return factories;
+}
+
+Weftline::Record RecordOf(const std::string& id, const std::string& topic, const std::string& type) {
+    Weftline::Record record(type, 1, topic);
+    record.recordID = id;
+    return record;
+}
+
+Weftline::Record ResultOf(const std::string& id, const std::string& query) {
+    Weftline::Record record = RecordOf(id, "V2_WFMobIDs", "MobID");
+    record.recordPublicData = R"({"tags":[],"queryID":")" + query + "\"}";
+    return record;
+}
+
+std::vector<std::string> IdsOf(const std::vector<Weftline::Record>& records) {
+    std::vector<std::string> ids;
+    for (const Weftline::Record& record : records) {
+        ids.push_back(record.recordID);
+    }
+    return ids;
+}
