@@ -1,0 +1,87 @@
+#include "CallerDirectory.h"
+
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+
+#include <cstddef>
+#include <stdexcept>
+
+#include "HttpText.h"
+
+namespace PlatformAbstraction::Rest {
+
+namespace {
+
+using CoreServices::Parameters;
+
+constexpr std::string_view kScheme = "Bearer ";
+
+constexpr char kContext[] = "context";
+constexpr char kIdentity[] = "identity";
+constexpr char kIdentityId[] = "identityId";
+constexpr char kDisplayName[] = "displayName";
+
+// The identity stands in both places where handlers look for it.
+Parameters ContextOf(const Caller& caller) {
+    Parameters identity;
+    identity.SetParameter(kIdentityId, caller.identityId);
+    identity.SetParameter(kDisplayName, caller.displayName);
+    Parameters inner;
+    inner.SetChildParameters(kIdentity, identity);
+    Parameters context;
+    context.SetChildParameters(kContext, std::move(inner));
+    context.SetChildParameters(kIdentity, std::move(identity));
+    return context;
+}
+
+}  // namespace
+
+std::optional<Sha256Digest> ReadSha256Digest(std::string_view hex) {
+    Sha256Digest digest{};
+    if (hex.size() != 2 * digest.size()) {
+        return std::nullopt;
+    }
+    for (std::size_t n = 0; n < digest.size(); ++n) {
+        const int high = HexDigitValue(hex[2 * n]);
+        const int low = HexDigitValue(hex[2 * n + 1]);
+        if (high < 0 || low < 0) {
+            return std::nullopt;
+        }
+        digest[n] = static_cast<unsigned char>(high * 16 + low);
+    }
+    return digest;
+}
+
+Sha256Digest Sha256(std::string_view text) {
+    Sha256Digest digest{};
+    if (EVP_Digest(text.data(), text.size(), digest.data(), nullptr, EVP_sha256(), nullptr) != 1) {
+        throw std::runtime_error("SHA-256 is not to be had from the cryptographic library.");
+    }
+    return digest;
+}
+
+CallerDirectory::CallerDirectory(const std::vector<Caller>& callers) {
+    for (const Caller& caller : callers) {
+        m_entries.push_back(Entry{caller.tokenSha256, ContextOf(caller)});
+    }
+}
+
+std::optional<Parameters> CallerDirectory::FindContext(std::optional<std::string_view> authorization) const {
+    if (IsOpen()) {
+        return Parameters();
+    }
+    if (!authorization || authorization->size() <= kScheme.size() ||
+        !EqualsIgnoringCase(authorization->substr(0, kScheme.size()), kScheme)) {
+        return std::nullopt;
+    }
+    const Sha256Digest digest = Sha256(Trimmed(authorization->substr(kScheme.size())));
+    const Entry* found = nullptr;
+    for (const Entry& entry : m_entries) {
+        if (CRYPTO_memcmp(digest.data(), entry.tokenSha256.data(), digest.size()) == 0) {
+            found = &entry;
+        }
+    }
+    return found == nullptr ? std::nullopt : std::optional(found->context);
+}
+
+}  // namespace PlatformAbstraction::Rest

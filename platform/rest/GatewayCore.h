@@ -1,0 +1,28 @@
+#pragma once
+
+// Private to the gateway.
+
+#include <atomic>
+#include <optional>
+
+#include "ConnectionCount.h"
+#include "MessageSink.h"
+#include "RequestGate.h"
+#include "RestGatewaySettings.h"
+
+namespace PlatformAbstraction::Rest {
+
+/// What the connections of one gateway share. Lives as long as any of its loops; the sink only until the
+/// gateway has stopped.
+struct GatewayCore {
+    GatewayCore(RestGatewaySettings theSettings, Messaging::MessageSink& theSink)
+        : settings(std::move(theSettings)), sink(theSink) {}
+
+    const RestGatewaySettings settings;
+    Messaging::MessageSink& sink;
+    std::optional<RequestGate> gate;  ///< made when the port is known, before the first connection
+    ConnectionCount connections;
+    std::atomic<bool> isStopping{false};
+};
+
+}  // namespace PlatformAbstraction::Rest

@@ -1,0 +1,53 @@
+#pragma once
+
+// Private to the gateway.
+
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "IoLoop.h"
+
+namespace PlatformAbstraction::Rest {
+
+/// Accepts connections and gives them to the loops in turn. Outlives every error of accepting but that of a
+/// listening socket that is gone. Owned by the gateway; runs on the first loop, whose thread calls everything
+/// but the constructor.
+class Listener {
+public:
+    /// `onBroken` is called once when a listening socket is gone.
+    Listener(std::vector<boost::asio::ip::tcp::acceptor> acceptors,
+             std::vector<std::shared_ptr<IoLoop>> loops, std::function<void()> onBroken);
+
+    /// Accepts on every socket on which it does not do so already. Called anew when there is room.
+    void Resume();
+    void Close();
+
+private:
+    struct Socket {
+        explicit Socket(boost::asio::ip::tcp::acceptor theAcceptor) : acceptor(std::move(theAcceptor)) {}
+        boost::asio::ip::tcp::acceptor acceptor;
+        bool isAccepting = false;
+    };
+
+    void Accept(Socket& socket);
+    void OnAccepted(IoLoop& loop, boost::asio::ip::tcp::socket connection);
+    void OnError(const boost::system::error_code& error);
+    void Pause();
+    void ResumeLater();
+
+    const std::vector<std::shared_ptr<IoLoop>> m_loops;
+    GatewayCore& m_core;
+    std::function<void()> m_onBroken;
+    std::vector<Socket> m_sockets;
+    boost::asio::steady_timer m_retry;
+    std::size_t m_nextLoop = 0;
+    bool m_hasComplained = false;  // once for each row of errors
+    bool m_isClosed = false;
+};
+
+}  // namespace PlatformAbstraction::Rest

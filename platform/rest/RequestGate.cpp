@@ -1,0 +1,166 @@
+#include "RequestGate.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "HttpText.h"
+#include "RequestTarget.h"
+
+namespace PlatformAbstraction::Rest {
+
+namespace {
+
+using CoreServices::Parameters;
+
+constexpr std::string_view kOptions = "OPTIONS";
+
+// What a browser asks before it sends a page's request. It carries no token, so it learns nothing of the
+// paths.
+constexpr char kPreflightFields[] =
+    "Access-Control-Allow-Methods: GET, POST, DELETE\r\n"
+    "Access-Control-Allow-Headers: Authorization, Content-Type\r\n"
+    "Access-Control-Max-Age: 600\r\n";
+constexpr char kWholeServerFields[] = "Allow: GET, POST, DELETE, OPTIONS\r\n";
+constexpr std::string_view kWholeServer = "*";
+
+std::vector<std::string> OurHosts(const std::string& configured) {
+    if (configured == "0.0.0.0" || configured == "::") {
+        return {};
+    }
+    std::vector<std::string> hosts{"localhost", "127.0.0.1", "[::1]", configured};
+    if (configured.find(':') != std::string::npos) {
+        hosts.push_back("[" + configured + "]");
+    }
+    return hosts;
+}
+
+bool IsPlainEncoding(const std::optional<std::string_view>& contentEncoding) {
+    return !contentEncoding || EqualsIgnoringCase(*contentEncoding, "identity");
+}
+
+}  // namespace
+
+bool IsJsonContentType(std::string_view value) {
+    const std::size_t semicolon = std::min(value.find(';'), value.size());
+    if (!EqualsIgnoringCase(Trimmed(value.substr(0, semicolon)), "application/json")) {
+        return false;
+    }
+    if (semicolon == value.size()) {
+        return true;
+    }
+    const std::string_view parameter = Trimmed(value.substr(semicolon + 1));
+    return EqualsIgnoringCase(parameter, "charset=utf-8") ||
+           EqualsIgnoringCase(parameter, "charset=\"utf-8\"");
+}
+
+RequestGate::RequestGate(const RestGatewaySettings& settings, std::uint16_t port,
+                         const std::vector<RegistrationParams>& registrations)
+    : m_maxBodyBytes(settings.maxBodyBytes),
+      m_allowedOrigins(settings.allowedOrigins),
+      m_port(port),
+      m_ourHosts(OurHosts(settings.host)),
+      m_callers(settings.callers),
+      m_routes(registrations) {}
+
+// A page of a foreign site can make its own name point here and so pass for one of ours; its `Host` tells.
+bool RequestGate::IsOurHost(std::string_view text) const {
+    const auto given = ReadHostAndPort(text);
+    if (!given || (given->port && *given->port != m_port)) {
+        return false;
+    }
+    return m_ourHosts.empty() ||
+           std::any_of(m_ourHosts.begin(), m_ourHosts.end(),
+                       [&given](const auto& ours) { return EqualsIgnoringCase(ours, given->host); });
+}
+
+const std::string* RequestGate::FindOrigin(const RequestHead& head) const {
+    const auto found = head.origin ? std::find(m_allowedOrigins.begin(), m_allowedOrigins.end(), *head.origin)
+                                   : m_allowedOrigins.end();
+    return found == m_allowedOrigins.end() ? nullptr : &*found;
+}
+
+std::string RequestGate::CorsFields(const RequestHead& head) const {
+    std::string fields;
+    if (!m_allowedOrigins.empty()) {
+        fields = "Vary: Origin\r\n";
+    }
+    if (const std::string* const origin = FindOrigin(head)) {
+        fields.append("Access-Control-Allow-Origin: ").append(*origin).append("\r\n");
+    }
+    return fields;
+}
+
+std::optional<GatewayFailure> RequestGate::FindFault(const RequestHead& head) const {
+    if (!IsOurHost(head.host) || (!head.authority.empty() && !IsOurHost(head.authority))) {
+        return GatewayFailure::ForeignHost;
+    }
+    if (head.origin && FindOrigin(head) == nullptr) {
+        return GatewayFailure::ForeignOrigin;
+    }
+    return std::nullopt;
+}
+
+std::variant<AdmittedRequest, HttpReply> RequestGate::Judge(const RequestHead& head) const {
+    if (const auto fault = FindFault(head)) {
+        return ReplyOf(*fault);
+    }
+    if (head.method == kOptions && head.origin && head.requestedMethod) {
+        return NoContentReply(kPreflightFields);
+    }
+    auto context = m_callers.FindContext(head.authorization);
+    if (!context) {
+        return ReplyOf(GatewayFailure::Unauthorized);
+    }
+    if (head.path == kWholeServer) {  // only OPTIONS comes with it
+        return NoContentReply(kWholeServerFields);
+    }
+    const auto segments = ReadPath(head.path);
+    if (!segments) {
+        return ReplyOf(GatewayFailure::BadPath);
+    }
+    RouteTable::Answer found = m_routes.Find(head.method, *segments);
+    if (!found.route) {
+        return found.allowedMethods.empty() ? ReplyOf(GatewayFailure::PathNotFound)
+                                            : MethodNotAllowedReply(found.allowedMethods);
+    }
+    auto query = ReadQuery(head.query);
+    if (!query) {
+        return ReplyOf(GatewayFailure::BadQuery);
+    }
+    if (head.contentLength > m_maxBodyBytes) {
+        return ReplyOf(GatewayFailure::BodyTooLarge);
+    }
+    AdmittedRequest admitted{
+        *std::move(found.route), *std::move(query), *std::move(context),
+        head.contentType && IsJsonContentType(*head.contentType) && IsPlainEncoding(head.contentEncoding)};
+    if (head.contentLength > 0 && !admitted.bodyIsJson) {
+        return ReplyOf(GatewayFailure::UnsupportedMediaType);
+    }
+    return admitted;
+}
+
+std::variant<Parameters, HttpReply> RequestGate::MakeRequest(const AdmittedRequest& admitted,
+                                                             std::string_view body) {
+    if (!body.empty() && !admitted.bodyIsJson) {  // of a chunked body only its end tells whether there is any
+        return ReplyOf(GatewayFailure::UnsupportedMediaType);
+    }
+    Parameters request;
+    try {
+        request = Parameters::fromJSON(body);
+    } catch (const std::runtime_error& error) {
+        return ReplyOf(GatewayFailure::BodyNotJson, error.what());
+    }
+    if (request.IsArray()) {
+        return ReplyOf(GatewayFailure::BodyNotAnObject);
+    }
+    for (const std::string& name : admitted.query.GetTopLevelParameterNames()) {
+        request.CopyValue(admitted.query, name, name);
+    }
+    for (const auto& [name, text] : admitted.route.placeholders) {
+        request.SetParameter(name, text);
+    }
+    return request;
+}
+
+}  // namespace PlatformAbstraction::Rest

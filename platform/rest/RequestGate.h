@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "CallerDirectory.h"
+#include "HttpReply.h"
+#include "Parameters.h"
+#include "RegistrationParams.h"
+#include "RequestHead.h"
+#include "RestGatewaySettings.h"
+#include "RouteTable.h"
+
+namespace PlatformAbstraction::Rest {
+
+/// What is kept of an admitted request until its body is there.
+struct AdmittedRequest {
+    Route route;
+    CoreServices::Parameters query;
+    CoreServices::Parameters context;
+    bool bodyIsJson = true;  ///< as far as its head says
+};
+
+/// Decides about requests: who may ask, for what, in which form. Knows nothing of connections. Constant once
+/// built, so any thread may ask.
+class RequestGate {
+public:
+    /// `port` is the one that the gateway listens on.
+    RequestGate(const RestGatewaySettings& settings, std::uint16_t port,
+                const std::vector<RegistrationParams>& registrations);
+
+    /// Lets a request in, or answers it, before any of its body is read.
+    std::variant<AdmittedRequest, HttpReply> Judge(const RequestHead& head) const;
+
+    /// The header lines that the answer to this request carries for the web page that asked, if one did.
+    std::string CorsFields(const RequestHead& head) const;
+
+    /// The message: the body, the query string, then the placeholders, each overriding the one before.
+    static std::variant<CoreServices::Parameters, HttpReply> MakeRequest(const AdmittedRequest& admitted,
+                                                                         std::string_view body);
+
+private:
+    bool IsOurHost(std::string_view text) const;
+    /// The configured text, or null.
+    const std::string* FindOrigin(const RequestHead& head) const;
+    std::optional<GatewayFailure> FindFault(const RequestHead& head) const;
+
+    const std::size_t m_maxBodyBytes;
+    const std::vector<std::string> m_allowedOrigins;
+    const std::uint16_t m_port;
+    std::vector<std::string>
+        m_ourHosts;  // none: the gateway listens on all addresses, so any name may be its own
+    const CallerDirectory m_callers;
+    const RouteTable m_routes;
+};
+
+/// Whether a `Content-Type` is "application/json", in UTF-8 where it names a character set.
+bool IsJsonContentType(std::string_view value);
+
+}  // namespace PlatformAbstraction::Rest

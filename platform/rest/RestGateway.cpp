@@ -1,0 +1,126 @@
+#include "RestGateway.h"
+
+#include <algorithm>
+#include <boost/asio/post.hpp>
+#include <future>
+#include <optional>
+#include <utility>
+
+#include "GatewayCore.h"
+#include "IoLoop.h"
+#include "ListenAddresses.h"
+#include "Listener.h"
+
+namespace PlatformAbstraction::Rest {
+
+class RestGateway::Impl {
+public:
+    Impl(RestGatewaySettings settings, std::vector<RegistrationParams> registrations,
+         Messaging::MessageSink& sink, std::function<void()> onBroken)
+        : m_registrations(std::move(registrations)),
+          m_onBroken(std::move(onBroken)),
+          m_pCore(std::make_shared<GatewayCore>(std::move(settings), sink)) {
+        const unsigned threads = std::max(1U, m_pCore->settings.threads);
+        for (unsigned n = 0; n < threads; ++n) {
+            m_loops.push_back(std::make_shared<IoLoop>(m_pCore));
+        }
+    }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+    ~Impl();
+
+    std::uint16_t Start();
+    void StopAccepting();
+    void Stop(std::chrono::milliseconds patience);
+
+private:
+    template <typename Action>
+    void RunOnFirstLoop(Action action);
+
+    const std::vector<RegistrationParams> m_registrations;
+    const std::function<void()> m_onBroken;
+    const std::shared_ptr<GatewayCore> m_pCore;
+    std::vector<std::shared_ptr<IoLoop>> m_loops;
+    std::optional<Listener> m_listener;
+    bool m_isRunning = false;
+};
+
+RestGateway::Impl::~Impl() {
+    Stop(std::chrono::milliseconds(0));
+    for (const auto& loop : m_loops) {  // a start that failed half-way may have left some running
+        loop->Stop();
+    }
+}
+
+std::uint16_t RestGateway::Impl::Start() {
+    IoLoop& first = *m_loops.front();
+    auto acceptors = OpenListeners(first.GetContext(), m_pCore->settings);
+    const std::uint16_t port = acceptors.front().local_endpoint().port();
+    m_pCore->gate.emplace(m_pCore->settings, port, m_registrations);
+    m_listener.emplace(std::move(acceptors), m_loops, m_onBroken);
+    m_pCore->connections.SetOnRoom([this, loop = m_loops.front()->weak_from_this()] {
+        if (const auto held = loop.lock()) {  // not so while the loops are taken down
+            boost::asio::post(held->GetContext(), [this] { m_listener->Resume(); });
+        }
+    });
+    boost::asio::post(first.GetContext(), [this] { m_listener->Resume(); });
+    for (const auto& loop : m_loops) {
+        loop->Start();
+    }
+    m_isRunning = true;
+    return port;
+}
+
+template <typename Action>
+void RestGateway::Impl::RunOnFirstLoop(Action action) {
+    const auto done = std::make_shared<std::promise<void>>();
+    boost::asio::post(m_loops.front()->GetContext(), [done, &action] {
+        action();
+        done->set_value();
+    });
+    done->get_future().wait();
+}
+
+void RestGateway::Impl::StopAccepting() {
+    if (!m_isRunning || m_pCore->isStopping.exchange(true)) {
+        return;
+    }
+    RunOnFirstLoop([this] { m_listener->Close(); });
+    RunOnFirstLoop([] {});  // behind the accepts that were under way, which hold sockets of other loops
+    for (const auto& loop : m_loops) {
+        loop->BeginStop();
+    }
+}
+
+void RestGateway::Impl::Stop(std::chrono::milliseconds patience) {
+    if (!m_isRunning) {
+        return;
+    }
+    StopAccepting();
+    m_pCore->connections.WaitForNone(std::chrono::steady_clock::now() + patience);
+    for (const auto& loop : m_loops) {
+        loop->Stop();
+    }
+    m_isRunning = false;
+}
+
+RestGateway::RestGateway(RestGatewaySettings settings, std::vector<RegistrationParams> registrations,
+                         Messaging::MessageSink& sink, std::function<void()> onBroken)
+    : m_pImpl(
+          std::make_unique<Impl>(std::move(settings), std::move(registrations), sink, std::move(onBroken))) {}
+
+RestGateway::~RestGateway() = default;
+
+std::uint16_t RestGateway::Start() {
+    return m_pImpl->Start();
+}
+
+void RestGateway::StopAccepting() {
+    m_pImpl->StopAccepting();
+}
+
+void RestGateway::Stop(std::chrono::milliseconds patience) {
+    m_pImpl->Stop(patience);
+}
+
+}  // namespace PlatformAbstraction::Rest

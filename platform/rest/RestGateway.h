@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+#include "MessageSink.h"
+#include "RegistrationParams.h"
+#include "RestGatewaySettings.h"
+
+namespace PlatformAbstraction::Rest {
+
+/// The address cannot be listened on, or must not be. The text tells a person what to do.
+class CannotListenError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// HTTP/1.1 in front of one service: turns requests into messages and their answers into responses. It reads,
+/// decides and writes on threads of its own; the messages are answered on the service's. Owned by whoever
+/// starts the service, whose thread makes all calls.
+class RestGateway {
+public:
+    /// `sink` must live until `Stop` has returned. `onBroken` is called once, on a thread of the gateway,
+    /// when it can accept no more connections though nobody asked it to stop. Throws `std::invalid_argument`
+    /// for a registration with a method that REST does not have.
+    RestGateway(
+        RestGatewaySettings settings, std::vector<RegistrationParams> registrations,
+        Messaging::MessageSink& sink, std::function<void()> onBroken = [] {});
+    RestGateway(const RestGateway&) = delete;
+    RestGateway& operator=(const RestGateway&) = delete;
+    /// Stops without patience.
+    ~RestGateway();
+
+    /// Listens, and gives the port. Requests may arrive before this returns. Throws `CannotListenError`.
+    /// Once.
+    std::uint16_t Start();
+
+    /// Frees the port, closes the connections without a request, and answers requests with 503 from now on.
+    /// Those that the service has already still get their answers.
+    void StopAccepting();
+
+    /// Waits until the last answers are written, at most that long, and ends. An answer that comes after it
+    /// goes nowhere.
+    void Stop(std::chrono::milliseconds patience);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_pImpl;
+};
+
+}  // namespace PlatformAbstraction::Rest

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <string>
+
+#include "MessageSink.h"
+#include "Parameters.h"
+
+namespace PlatformAbstraction::Rest {
+
+/// A service that answers at once with what it was given, or holds its answers back, or takes nothing.
+class FakeSink final : public Messaging::MessageSink {
+public:
+    Acceptance Deliver(const std::string& operation, CoreServices::Parameters request,
+                       CoreServices::Parameters contextParameters, AnswerCallback onAnswer) override;
+
+    void RespondWith(Messaging::MessageAnswer answer);
+    void Accept(Acceptance acceptance);
+    void Hold();
+    void ThrowOnDeliver();
+    /// The oldest answer that is held back, once there is one.
+    AnswerCallback TakeHeld();
+
+    /// "operation request context" of the last message.
+    std::string LastMessage();
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    Acceptance m_acceptance = Acceptance::Accepted;
+    Messaging::MessageAnswer m_answer;
+    bool m_holds = false;
+    bool m_throws = false;
+    std::deque<AnswerCallback> m_held;
+    std::string m_lastMessage;
+};
+
+}  // namespace PlatformAbstraction::Rest

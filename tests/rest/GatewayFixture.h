@@ -1,0 +1,52 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "FakeSink.h"
+#include "RawClient.h"
+#include "RegistrationParams.h"
+#include "RestGateway.h"
+
+namespace PlatformAbstraction::Rest {
+
+/// A gateway on a free port before a fake service.
+class GatewayTest : public ::testing::Test {
+protected:
+    void Start(std::function<void()> onBroken = [] {}) {
+        settings.port = 0;
+        gateway = std::make_unique<RestGateway>(settings, Registrations(), sink, std::move(onBroken));
+        port = gateway->Start();
+    }
+
+    static std::vector<RegistrationParams> Registrations() {
+        return {{"Submit", "", {}, "submit", HTTPMethod::Post},
+                {"getVideo", "", {}, "formats/video", HTTPMethod::Get},
+                {"removeJob", "", {}, "jobs/{clientKey}", HTTPMethod::Delete},
+                {"getJobs", "", {}, "jobs/all", HTTPMethod::Get},
+                {"noPath", "", {}, "", HTTPMethod::Get}};
+    }
+
+    /// `fields` are whole lines; a host of ours is put before them.
+    static std::string Request(const std::string& line, const std::string& fields = "",
+                               const std::string& body = "") {
+        return line + " HTTP/1.1\r\nHost: localhost\r\n" + fields +
+               (body.empty() ? "" : "Content-Length: " + std::to_string(body.size()) + "\r\n") + "\r\n" +
+               body;
+    }
+
+    static std::string Post(const std::string& body) {
+        return Request("POST /submit", "Content-Type: application/json\r\n", body);
+    }
+
+    FakeSink sink;
+    RestGatewaySettings settings;
+    std::uint16_t port = 0;
+    std::unique_ptr<RestGateway> gateway;  // goes before the sink
+};
+
+}  // namespace PlatformAbstraction::Rest

@@ -1,0 +1,253 @@
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "GatewayFixture.h"
+
+namespace PlatformAbstraction::Rest {
+namespace {
+
+using Messaging::MessageAnswer;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr milliseconds kShort{20};
+
+TEST_F(GatewayTest, ClosesAConnectionThatAsksForNothing) {
+    settings.idleTimeout = kShort;
+    Start();
+    RawClient fresh(port);
+    EXPECT_TRUE(fresh.ReadsEnd());
+    RawClient used(port);
+    used.Send(Request("GET /formats/video"));
+    EXPECT_EQ(used.ReadResponse()->status, 200);
+    EXPECT_TRUE(used.ReadsEnd());
+}
+
+TEST_F(GatewayTest, DoesNotWaitForeverForARequest) {
+    settings.requestTimeout = kShort;
+    Start();
+    for (const char* part : {"G", "GET / HTTP/1.1\r\nHost: loc",
+                             "POST /submit HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
+                             "Content-Length: 10\r\n\r\n{"}) {
+        RawClient client(port);
+        client.Send(part);
+        const auto response = client.ReadResponse();
+        ASSERT_TRUE(response.has_value()) << part;
+        EXPECT_EQ(response->status, 408) << part;
+        EXPECT_TRUE(client.ReadsEnd()) << part;
+    }
+}
+
+TEST_F(GatewayTest, DoesNotWaitForeverForAnAnswerToBeTaken) {
+    settings.idleTimeout = kShort;
+    sink.RespondWith(MessageAnswer::OfText(std::string(64'000'000, ' ')));
+    Start();
+    RawClient client(port);
+    client.Send(Request("GET /formats/video"));
+    // Once the gateway has given up on the client that does not read, there is nobody to wait for.
+    gateway->Stop(seconds(20));
+    EXPECT_FALSE(client.ReadResponse().has_value());
+}
+
+TEST_F(GatewayTest, WaitsForTheServiceWhateverTheTimeouts) {
+    settings.requestTimeout = settings.idleTimeout = milliseconds(1);
+    sink.Hold();
+    Start();
+    RawClient slow(port);
+    slow.Send(Request("GET /formats/video"));
+    const auto answer = sink.TakeHeld();
+    RawClient idle(port);
+    EXPECT_TRUE(idle.ReadsEnd());  // so deadlines were looked at meanwhile
+    answer(MessageAnswer::OfText("late"));
+    EXPECT_EQ(slow.ReadResponse()->body, "late");
+}
+
+TEST_F(GatewayTest, LetsConnectionsPastTheLimitWait) {
+    settings.maxConnections = 2;
+    Start();
+    auto first = std::make_unique<RawClient>(port);
+    RawClient second(port);
+    for (RawClient* client : {first.get(), &second}) {
+        client->Send(Request("GET /formats/video"));
+        ASSERT_EQ(client->ReadResponse()->status, 200);
+    }
+    RawClient third(port);
+    third.Send(Request("GET /formats/video"));
+    second.Send(Request("GET /formats/video"));
+    EXPECT_EQ(second.ReadResponse()->status, 200);
+    first.reset();
+    EXPECT_EQ(third.ReadResponse()->status, 200);
+}
+
+// Standard error is a file while it is captured, so its size tells without a further descriptor.
+bool HasLoggedWithin(seconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    struct stat state {};
+    while (fstat(STDERR_FILENO, &state) == 0 && state.st_size == 0) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+TEST_F(GatewayTest, OutlivesRunningOutOfDescriptors) {
+    Start();
+    RawClient client;
+    rlimit limits{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limits), 0);
+    testing::internal::CaptureStderr();
+    const rlimit none{0, limits.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const bool isConnected = client.Connect(port);
+    const bool hasComplained = HasLoggedWithin(seconds(20));
+    setrlimit(RLIMIT_NOFILE, &limits);
+    testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(isConnected);
+    EXPECT_TRUE(hasComplained);
+    client.Send(Request("GET /formats/video"));
+    EXPECT_EQ(client.ReadResponse()->status, 200);
+}
+
+// Breaks every listening socket of this process on that port.
+void BreakListeners(std::uint16_t port) {
+    for (int descriptor = 3; descriptor < 1024; ++descriptor) {
+        int listens = 0;
+        socklen_t size = sizeof listens;
+        sockaddr_storage address{};
+        socklen_t addressSize = sizeof address;
+        void* const erased = &address;
+        if (getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0 &&
+            getsockname(descriptor, static_cast<sockaddr*>(erased), &addressSize) == 0 &&
+            static_cast<const sockaddr_in*>(erased)->sin_port == htons(port)) {
+            shutdown(descriptor, SHUT_RDWR);
+        }
+    }
+}
+
+TEST_F(GatewayTest, ReportsAListenerThatIsGone) {
+    std::promise<void> broken;
+    Start([&broken] { broken.set_value(); });
+    RawClient client(port);
+    client.Send(Request("GET /formats/video"));
+    ASSERT_EQ(client.ReadResponse()->status, 200);
+    BreakListeners(port);
+    ASSERT_EQ(broken.get_future().wait_for(seconds(20)), std::future_status::ready);
+    client.Send(Request("GET /formats/video"));
+    EXPECT_EQ(client.ReadResponse()->status, 200);
+}
+
+TEST_F(GatewayTest, StopsAfterTheAnswersThatItOwes) {
+    sink.Hold();
+    Start();
+    RawClient waiting(port);
+    waiting.Send(Request("GET /formats/video") + Request("GET /formats/video"));
+    const auto answer = sink.TakeHeld();
+    RawClient idle(port);
+    RawClient halfway(port);
+    halfway.Send(Request("POST /submit",
+                         "Content-Type: application/json\r\nExpect: 100-continue\r\nContent-Length: 2\r\n"));
+    ASSERT_EQ(halfway.ReadResponse()->status, 100);
+
+    gateway->StopAccepting();
+    EXPECT_TRUE(idle.ReadsEnd());
+    EXPECT_EQ(halfway.ReadResponse()->status, 503);
+    EXPECT_FALSE(RawClient().Connect(port));
+
+    auto stopped = std::async(std::launch::async, [this] { gateway->Stop(seconds(20)); });
+    answer(MessageAnswer::OfText("owed"));
+    const auto response = waiting.ReadResponse();
+    ASSERT_TRUE(response.has_value());
+    EXPECT_EQ(response->body, "owed");
+    EXPECT_EQ(response->Header("connection"), "close");
+    EXPECT_TRUE(waiting.ReadsEnd());
+    EXPECT_EQ(stopped.wait_for(seconds(20)), std::future_status::ready);
+}
+
+TEST_F(GatewayTest, DropsAnswersThatNobodyWaitsFor) {
+    sink.Hold();
+    settings.idleTimeout = kShort;
+    Start();
+    RawClient gone(port);
+    gone.Send(Request("GET /formats/video"));
+    const auto toNobody = sink.TakeHeld();
+    gone.Reset();
+    toNobody(MessageAnswer::OfText("late"));
+    RawClient client(port);
+    client.Send(Request("GET /formats/video"));
+    const auto afterTheEnd = sink.TakeHeld();
+    gateway->Stop(milliseconds(0));
+    afterTheEnd(MessageAnswer::OfText("later"));
+    gateway.reset();
+    afterTheEnd(MessageAnswer::OfText("latest"));
+    EXPECT_FALSE(client.ReadResponse().has_value());
+}
+
+TEST_F(GatewayTest, ServesManyConnectionsFromManyThreads) {
+    Start();
+    constexpr int kClients = 8;
+    constexpr int kRequests = 200;
+    std::vector<std::future<int>> clients;
+    for (int n = 0; n < kClients; ++n) {
+        clients.push_back(std::async(std::launch::async, [this] {
+            int answered = 0;
+            RawClient client(port);
+            for (int request = 0; request < kRequests; ++request) {
+                client.Send(Post(R"({"a":1})"));
+                const auto response = client.ReadResponse();
+                answered += response && response->status == 200 ? 1 : 0;
+            }
+            return answered;
+        }));
+    }
+    for (auto& client : clients) {
+        EXPECT_EQ(client.get(), kRequests);
+    }
+}
+
+TEST_F(GatewayTest, ListensOnlyWhereItMay) {
+    const struct {
+        const char* host;
+        const char* text;
+    } refused[] = {{"0.0.0.0", "callers"},
+                   {"::", "callers"},
+                   {"192.0.2.1", "callers"},
+                   {"no.such.host.invalid", "--host"}};
+    for (const auto& row : refused) {
+        settings.host = row.host;
+        try {
+            Start();
+            ADD_FAILURE() << row.host;
+        } catch (const CannotListenError& error) {
+            EXPECT_NE(std::string(error.what()).find(row.text), std::string::npos) << error.what();
+        }
+    }
+    settings.host = "127.0.0.1";
+    Start();
+    RestGatewaySettings same = settings;
+    same.port = port;
+    RestGateway second(same, Registrations(), sink);
+    EXPECT_THROW(second.Start(), CannotListenError);
+    settings.host = "0.0.0.0";
+    settings.callers = {{Sha256("token"), "id", "name"}};
+    Start();
+    EXPECT_EQ(
+        Ask(port, "GET /formats/video HTTP/1.1\r\nHost: any.name\r\nAuthorization: Bearer token\r\n\r\n")
+            .status,
+        200);
+}
+
+}  // namespace
+}  // namespace PlatformAbstraction::Rest

@@ -1,0 +1,133 @@
+#include "RawClient.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cctype>
+#include <stdexcept>
+
+#include "Parameters.h"
+
+namespace PlatformAbstraction::Rest {
+
+namespace {
+
+constexpr timeval kDeadline{20, 0};
+
+std::string Lower(std::string text) {
+    for (char& character : text) {
+        character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string RawResponse::Header(const std::string& name) const {
+    const auto found = headers.find(name);
+    return found == headers.end() ? std::string() : found->second;
+}
+
+std::string RawResponse::ErrorCode() const {
+    std::string code;
+    CoreServices::Parameters::fromJSON(body).GetChildParameters("error").GetParameter("code", code);
+    return code;
+}
+
+RawClient::RawClient() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+    setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &kDeadline, sizeof kDeadline);
+}
+
+RawClient::RawClient(std::uint16_t port) : RawClient() {
+    if (!Connect(port)) {
+        throw std::runtime_error("Nobody listens.");
+    }
+}
+
+RawClient::~RawClient() {
+    if (m_socket >= 0) {
+        close(m_socket);
+    }
+}
+
+bool RawClient::Connect(std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const void* const erased = &address;
+    return connect(m_socket, static_cast<const sockaddr*>(erased), sizeof address) == 0;
+}
+
+void RawClient::Send(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent <= 0) {
+            return;  // the other side has refused: what it said is still to be read
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+}
+
+bool RawClient::ReadMore() {
+    std::array<char, 65536> piece;
+    const ssize_t received = recv(m_socket, piece.data(), piece.size(), 0);
+    if (received <= 0) {
+        return false;
+    }
+    m_buffer.append(piece.data(), static_cast<std::size_t>(received));
+    return true;
+}
+
+std::optional<RawResponse> RawClient::ReadResponse(bool toHead) {
+    std::size_t end = 0;
+    while ((end = m_buffer.find("\r\n\r\n")) == std::string::npos) {
+        if (!ReadMore()) {
+            return std::nullopt;
+        }
+    }
+    RawResponse response;
+    response.status = std::stoi(m_buffer.substr(m_buffer.find(' ')));
+    std::size_t line = m_buffer.find("\r\n") + 2;
+    while (line < end + 2) {
+        const std::size_t lineEnd = m_buffer.find("\r\n", line);
+        const std::size_t colon = m_buffer.find(": ", line);
+        response.headers[Lower(m_buffer.substr(line, colon - line))] =
+            m_buffer.substr(colon + 2, lineEnd - colon - 2);
+        line = lineEnd + 2;
+    }
+    const std::string length = response.Header("content-length");
+    const std::size_t size = toHead || length.empty() ? 0 : std::stoul(length);
+    while (m_buffer.size() < end + 4 + size) {
+        if (!ReadMore()) {
+            return std::nullopt;
+        }
+    }
+    response.body = m_buffer.substr(end + 4, size);
+    m_buffer.erase(0, end + 4 + size);
+    return response;
+}
+
+bool RawClient::ReadsEnd() {
+    char byte = 0;
+    return m_buffer.empty() && recv(m_socket, &byte, 1, 0) == 0;
+}
+
+void RawClient::Reset() {
+    const linger now{1, 0};
+    setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    close(m_socket);
+    m_socket = -1;
+}
+
+RawResponse Ask(std::uint16_t port, std::string_view request) {
+    RawClient client(port);
+    client.Send(request);
+    return client.ReadResponse().value_or(RawResponse());
+}
+
+}  // namespace PlatformAbstraction::Rest

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace PlatformAbstraction::Rest {
+
+/// One response as it came over the wire. Header names in lower case.
+struct RawResponse {
+    int status = 0;
+    std::map<std::string, std::string> headers;
+    std::string body;
+
+    std::string Header(const std::string& name) const;
+    /// `error`.`code` of the body.
+    std::string ErrorCode() const;
+};
+
+/// A connection to 127.0.0.1 that sends any bytes whatever. Reading gives up after a deadline far beyond what
+/// any answer takes.
+class RawClient {
+public:
+    /// Has its descriptor, and is not connected.
+    RawClient();
+    /// Throws where nobody listens.
+    explicit RawClient(std::uint16_t port);
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+    ~RawClient();
+
+    bool Connect(std::uint16_t port);
+    void Send(std::string_view bytes);
+    /// Empty when the connection ended, or the deadline passed, before a whole response was there. `toHead`:
+    /// the response has no body whatever its length says.
+    std::optional<RawResponse> ReadResponse(bool toHead = false);
+    /// True once the other side has closed, with nothing more to read.
+    bool ReadsEnd();
+    /// Closes with a reset, whatever is on its way.
+    void Reset();
+
+private:
+    bool ReadMore();
+
+    int m_socket;
+    std::string m_buffer;
+};
+
+/// Sends one request on a connection of its own.
+RawResponse Ask(std::uint16_t port, std::string_view request);
+
+}  // namespace PlatformAbstraction::Rest
