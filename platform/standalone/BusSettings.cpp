@@ -1,0 +1,234 @@
+#include "BusSettings.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "RequestHead.h"
+#include "SettingValue.h"
+
+namespace PlatformAbstraction::Standalone {
+
+namespace {
+
+using CoreServices::Parameters;
+using std::chrono::milliseconds;
+
+constexpr std::int32_t kMostThreads = 1024;
+constexpr std::int32_t kMostQueuedMessages = 1'000'000;
+constexpr std::int32_t kMostBodyBytes = 1 << 30;
+constexpr std::int32_t kMostConnections = 1'000'000;
+constexpr std::int32_t kLongestTimeout = 3'600'000;
+
+/// A key and what reads its value into `Target`. A key with a point in it lies in the object before the
+/// point.
+template <typename Target>
+struct Setting {
+    std::string_view key;
+    void (*read)(const SettingValue& value, Target& target);
+};
+
+// Whether some key of the table lies in the object `name`.
+template <typename Target>
+bool IsGroup(std::span<const Setting<Target>> table, const std::string& name) {
+    return std::any_of(table.begin(), table.end(),
+                       [prefix = name + "."](const auto& entry) { return entry.key.starts_with(prefix); });
+}
+
+[[noreturn]] void RefuseUnknown(const SettingValue& value) {
+    throw BusSettingsError("The bus setting \"" + value.GetFullName() + "\" is unknown.");
+}
+
+/// Reads the tree by the table. `place` is shown before the keys, `group` is the object that the tree is.
+template <typename Target>
+void ReadTree(std::span<const Setting<Target>> table, const Parameters& tree, const std::string& place,
+              const std::string& group, Target& target) {
+    for (const std::string& key : tree.GetTopLevelParameterNames()) {
+        const std::string name = group + key;
+        const SettingValue value(tree, key, place + name);
+        const auto entry =
+            std::find_if(table.begin(), table.end(), [&name](const auto& row) { return row.key == name; });
+        if (key.find('.') != std::string::npos) {  // a point separates levels, it is in no key
+            RefuseUnknown(value);
+        }
+        if (entry != table.end()) {
+            entry->read(value, target);
+        } else if (IsGroup(table, name)) {
+            ReadTree(table, value.Object(), place, name + ".", target);
+        } else {
+            RefuseUnknown(value);
+        }
+    }
+}
+
+/// What one object of `callers` has named so far.
+struct CallerEntry {
+    std::optional<Rest::Sha256Digest> tokenSha256;
+    std::string identityId;
+    std::string displayName;
+};
+
+constexpr std::array<Setting<CallerEntry>, 3> kCallerTable{{
+    {"tokenSha256",
+     [](const SettingValue& value, CallerEntry& entry) {
+         entry.tokenSha256 = Rest::ReadSha256Digest(value.Text());
+         if (!entry.tokenSha256) {
+             value.Refuse("64 hexadecimal digits");
+         }
+     }},
+    {"identityId",
+     [](const SettingValue& value, CallerEntry& entry) {
+         entry.identityId = value.Text();
+         if (entry.identityId.empty()) {
+             value.Refuse("a text that is not empty");
+         }
+     }},
+    {"displayName", [](const SettingValue& value, CallerEntry& entry) { entry.displayName = value.Text(); }},
+}};
+
+Rest::Caller ReadCaller(const Parameters& tree, const std::string& place) {
+    CallerEntry entry;
+    ReadTree<CallerEntry>(kCallerTable, tree, place + ".", "", entry);
+    for (const auto& setting : kCallerTable) {
+        if (!tree.HasParameter(setting.key)) {
+            throw BusSettingsError("The bus setting \"" + place + "." + std::string(setting.key) +
+                                   "\" is missing.");
+        }
+    }
+    return Rest::Caller{*entry.tokenSha256, std::move(entry.identityId), std::move(entry.displayName)};
+}
+
+void ReadCallers(const SettingValue& value, BusSettings& settings) {
+    std::size_t position = 0;
+    for (const Parameters& tree : value.Objects()) {
+        const std::string place = value.GetFullName() + "[" + std::to_string(position++) + "]";
+        Rest::Caller caller = ReadCaller(tree, place);
+        const auto isSame = [&caller](const Rest::Caller& other) {
+            return other.tokenSha256 == caller.tokenSha256;
+        };
+        if (std::any_of(settings.rest.callers.begin(), settings.rest.callers.end(), isSame)) {
+            throw BusSettingsError("The bus setting \"" + place + ".tokenSha256\" is another caller's too.");
+        }
+        settings.rest.callers.push_back(std::move(caller));
+    }
+}
+
+// As a browser writes it. It stands in the headers of answers, so nothing else may get in.
+bool IsOrigin(const std::string& text) {
+    const std::size_t end = text.find("://");
+    const std::string scheme = text.substr(0, end);
+    return (scheme == "http" || scheme == "https") &&
+           Rest::ReadHostAndPort(std::string_view(text).substr(scheme.size() + 3)).has_value();
+}
+
+// Serving without the protection that was asked for would be worse than not serving.
+void RefuseTls(const SettingValue& value, BusSettings&) {
+    if (!value.Text().empty()) {
+        throw BusSettingsError("The bus setting \"" + value.GetFullName() +
+                               "\" asks for TLS, which this build does not have yet.");
+    }
+}
+
+constexpr std::array<Setting<BusSettings>, 13> kTable{{
+    {"threads",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.bus.threads = static_cast<std::size_t>(value.Whole(1, kMostThreads));
+     }},
+    {"maxQueuedMessages",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.bus.maxQueuedMessages = static_cast<std::size_t>(value.Whole(1, kMostQueuedMessages));
+     }},
+    {"rest.maxBodyBytes",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.maxBodyBytes = static_cast<std::size_t>(value.Whole(1, kMostBodyBytes));
+     }},
+    {"rest.maxConnections",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.maxConnections = static_cast<std::size_t>(value.Whole(1, kMostConnections));
+     }},
+    {"rest.requestTimeoutMs",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.requestTimeout = milliseconds(value.Whole(1, kLongestTimeout));
+     }},
+    {"rest.idleTimeoutMs",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.idleTimeout = milliseconds(value.Whole(1, kLongestTimeout));
+     }},
+    {"rest.allowedOrigins",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.allowedOrigins = value.Texts();
+         if (!std::all_of(settings.rest.allowedOrigins.begin(), settings.rest.allowedOrigins.end(),
+                          IsOrigin)) {
+             value.Refuse("an array of origins such as \"https://example.org\"");
+         }
+     }},
+    {"rest.tls.certificateFile", RefuseTls},
+    {"rest.tls.privateKeyFile", RefuseTls},
+    {"callers", ReadCallers},
+    {"farm.enabled",
+     [](const SettingValue& value, BusSettings& settings) { settings.farm.enabled = value.Flag(); }},
+    {"farm.taskMilliseconds",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.farm.taskTime = milliseconds(value.Whole(0, kLongestTimeout));
+     }},
+    {"farm.catalogueDirectory",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.farm.catalogueDirectory = value.Text();
+     }},
+}};
+
+// Empty where the file cannot be read to its end. A directory can be opened; reading it fails.
+std::optional<std::string> ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        return std::nullopt;
+    }
+    try {
+        return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    } catch (const std::ios_base::failure&) {
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+BusSettings ParseBusSettings(std::string_view json) {
+    if (json.empty()) {
+        throw BusSettingsError("It is empty.");
+    }
+    Parameters tree;
+    try {
+        tree = Parameters::fromJSON(json);
+    } catch (const std::runtime_error& error) {
+        throw BusSettingsError(error.what());
+    }
+    if (tree.IsArray()) {
+        throw BusSettingsError("It is an array, not an object.");
+    }
+    BusSettings settings;
+    ReadTree<BusSettings>(kTable, tree, "", "", settings);
+    return settings;
+}
+
+BusSettings ReadBusSettings(const std::string& path) {
+    if (path.empty()) {
+        return {};
+    }
+    const auto text = ReadFile(path);
+    if (!text) {
+        throw BusSettingsError("The file of bus settings \"" + path + "\" cannot be read.");
+    }
+    try {
+        return ParseBusSettings(*text);
+    } catch (const BusSettingsError& error) {
+        throw BusSettingsError("The file of bus settings \"" + path + "\" is refused. " + error.what());
+    }
+}
+
+}  // namespace PlatformAbstraction::Standalone

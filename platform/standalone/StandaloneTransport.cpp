@@ -1,0 +1,202 @@
+#include "StandaloneTransport.h"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "ConfigurationStore.h"
+#include "PlatformLog.h"
+#include "RestGateway.h"
+#include "ServiceInfo.h"
+#include "StopSignals.h"
+
+namespace PlatformAbstraction::Standalone {
+
+namespace {
+
+using Messaging::InitError;
+using Messaging::TermError;
+using std::chrono::steady_clock;
+
+// How long the messages under way at the end may take, all together.
+constexpr std::chrono::seconds kStopPatience{10};
+// What the gateway has at the least to write the last answers.
+constexpr std::chrono::milliseconds kLeastWritePatience{500};
+
+constexpr char kPortKey[] = "port";
+constexpr char kLogLevelKey[] = "loglevel";
+
+std::uint16_t ReadPort() {
+    const std::string text = GetConfigValue(kPortKey);
+    std::uint16_t port = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
+        throw BusSettingsError("The setting \"port\" must be a number from 0 to 65535, not \"" + text +
+                               "\".");
+    }
+    return port;
+}
+
+std::string ReadHost(const Messaging::ServiceInfoApi& service) {
+    std::string host = service.GetHost();
+    if (host.empty()) {
+        throw BusSettingsError("The setting \"host\" must not be empty.");
+    }
+    return host;
+}
+
+std::string UrlOf(const std::string& host, std::uint16_t port) {
+    const bool isIpv6 = host.find(':') != std::string::npos;
+    return "http://" + (isIpv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
+class StandaloneTransport final : public Messaging::BusTransport {
+public:
+    explicit StandaloneTransport(FarmHook farm)
+        : m_farm(std::move(farm)), m_pMessaging(Messaging::InProcessBus::Create()->GetMessaging()) {}
+    ~StandaloneTransport() override { EndRunning(steady_clock::now()); }
+
+    InitError Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
+                    const std::string& configuration) override;
+    bool IsRunning() const override { return m_running.has_value(); }
+    bool WaitUntilStopped() override;
+    TermError Stop() override;
+    std::shared_ptr<Messaging::BusMessaging> GetMessaging() const override;
+
+private:
+    /// All that exists from the start to the end; the later the member, the earlier it goes.
+    struct Running {
+        StopSignals signals;
+        std::shared_ptr<void> farm;
+        std::shared_ptr<Messaging::InProcessBus> bus;
+        std::shared_ptr<Messaging::AttachedService> service;
+        std::optional<Rest::RestGateway> gateway;
+    };
+
+    void Run(const std::shared_ptr<Messaging::ServiceInfo>& service, const std::string& configuration);
+    void EndRunning(steady_clock::time_point deadline);
+
+    // For the main thread alone.
+    const FarmHook m_farm;
+    std::optional<Running> m_running;
+
+    mutable std::mutex m_mutex;
+    std::shared_ptr<Messaging::BusMessaging> m_pMessaging;  // guarded by m_mutex; of a stopped bus at first
+};
+
+InitError StandaloneTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
+                                     const std::string& configuration) {
+    const auto info = std::dynamic_pointer_cast<Messaging::ServiceInfo>(std::move(service));
+    if (!info) {
+        return InitError::NoServiceInfo;
+    }
+    if (m_running) {
+        return InitError::AlreadyInitialized;
+    }
+    InitError error = InitError::None;
+    try {
+        Run(info, configuration);
+        return error;
+    } catch (const BusSettingsError& refused) {
+        Log::Error(refused.what());
+        error = InitError::BadConfiguration;
+    } catch (const Rest::CannotListenError& refused) {
+        Log::Error(refused.what());
+        error = InitError::CannotListen;
+    } catch (const std::exception& failed) {
+        Log::Error(std::string("The bus could not be started: ") + failed.what());
+        error = InitError::Failed;
+    }
+    EndRunning(steady_clock::now());
+    return error;
+}
+
+void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& service,
+                              const std::string& configuration) {
+    if (const std::string level = GetConfigValue(kLogLevelKey); !level.empty()) {
+        Log::SetLevel(level);
+    }
+    BusSettings settings = ReadBusSettings(configuration);
+    settings.rest.host = ReadHost(*service);
+    settings.rest.port = ReadPort();
+
+    Running& running = m_running.emplace();
+    running.bus = Messaging::InProcessBus::Create(settings.bus);
+    running.service = running.bus->Attach(service);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pMessaging = running.service->GetMessaging();
+    }
+    if (m_farm && settings.farm.enabled) {
+        running.farm = m_farm(*running.bus, settings, *service);
+    }
+    running.gateway.emplace(settings.rest, service->GetRegistrations(), *running.service,
+                            [&signals = running.signals] { signals.ReportBrokenListener(); });
+    const std::uint16_t port = running.gateway->Start();
+    Log::Info("Listening on " + UrlOf(settings.rest.host, port));
+}
+
+// First no more comes in, then what is in gets its answers, then these are written.
+void StandaloneTransport::EndRunning(steady_clock::time_point deadline) {
+    if (!m_running) {
+        return;
+    }
+    if (m_running->gateway) {
+        m_running->gateway->StopAccepting();
+    }
+    if (m_running->bus) {
+        m_running->bus->Stop(std::max(deadline - steady_clock::now(), steady_clock::duration::zero()));
+    }
+    if (m_running->gateway) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
+        m_running->gateway->Stop(std::max(left, kLeastWritePatience));
+    }
+    m_running.reset();
+}
+
+bool StandaloneTransport::WaitUntilStopped() {
+    if (!m_running) {
+        return false;
+    }
+    const StopReason reason = m_running->signals.Wait();
+    Log::Info(reason == StopReason::Signal ? "Stopping: a signal asks for it."
+                                           : "Stopping: no more connections can be accepted.");
+    EndRunning(steady_clock::now() + kStopPatience);
+    return reason == StopReason::Signal;
+}
+
+TermError StandaloneTransport::Stop() {
+    if (!m_running) {
+        return TermError::NotRunning;
+    }
+    EndRunning(steady_clock::now() + kStopPatience);
+    return TermError::None;
+}
+
+std::shared_ptr<Messaging::BusMessaging> StandaloneTransport::GetMessaging() const {
+    const std::lock_guard lock(m_mutex);
+    return m_pMessaging;
+}
+
+}  // namespace
+
+}  // namespace PlatformAbstraction::Standalone
+
+namespace PlatformAbstraction::Messaging {
+
+std::unique_ptr<BusTransport> MakeStandaloneTransport() {
+    return MakeStandaloneTransportWithFarm({});
+}
+
+std::unique_ptr<BusTransport> MakeStandaloneTransportWithFarm(Standalone::FarmHook farm) {
+    return std::make_unique<Standalone::StandaloneTransport>(std::move(farm));
+}
+
+}  // namespace PlatformAbstraction::Messaging

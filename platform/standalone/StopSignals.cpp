@@ -1,0 +1,46 @@
+#include "StopSignals.h"
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
+#include <optional>
+
+namespace PlatformAbstraction::Standalone {
+
+namespace asio = boost::asio;
+
+struct StopSignals::Impl {
+    asio::io_context context;
+    asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard(context);
+    asio::signal_set signals{context, SIGINT, SIGTERM};
+    std::optional<StopReason> reason;
+};
+
+StopSignals::StopSignals() : m_pImpl(std::make_unique<Impl>()) {
+    std::signal(SIGPIPE, SIG_IGN);  // NOLINT(cert-err33-c): it cannot fail for a signal that exists
+    m_pImpl->signals.async_wait([this](const boost::system::error_code& error, int) {
+        if (!error) {
+            m_pImpl->reason = m_pImpl->reason.value_or(StopReason::Signal);
+        }
+    });
+}
+
+StopSignals::~StopSignals() = default;
+
+StopReason StopSignals::Wait() {
+    while (!m_pImpl->reason) {
+        m_pImpl->context.run_one();
+    }
+    boost::system::error_code ignored;
+    m_pImpl->signals.clear(ignored);  // to their default: whoever asks twice is in a hurry
+    return *m_pImpl->reason;
+}
+
+void StopSignals::ReportBrokenListener() {
+    asio::post(m_pImpl->context,
+               [this] { m_pImpl->reason = m_pImpl->reason.value_or(StopReason::BrokenListener); });
+}
+
+}  // namespace PlatformAbstraction::Standalone
