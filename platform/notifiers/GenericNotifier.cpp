@@ -1,0 +1,9 @@
+#include "IGenericNotifier.h"
+
+namespace PlatformAbstraction {
+
+void IGenericNotifier::SendProgress(const std::string& text) {
+    SendProgress(text, kUnknownPercent);
+}
+
+}  // namespace PlatformAbstraction

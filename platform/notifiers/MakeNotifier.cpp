@@ -1,0 +1,21 @@
+#include "MakeNotifier.h"
+
+#include <string>
+#include <utility>
+
+#include "CompositeNotifier.h"
+#include "ConsoleNotifier.h"
+#include "SafeNotifier.h"
+
+namespace PlatformAbstraction {
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): it is the notifier's to keep, once one has a use for
+// it
+std::unique_ptr<IGenericNotifier> MakeNotifier(std::shared_ptr<Messaging::BusMessaging> /*busMessaging*/) {
+    auto console = std::make_unique<ConsoleNotifier>(std::string());
+    auto composite = std::make_unique<CompositeNotifier>();
+    composite->Add(std::move(console));
+    return std::make_unique<SafeNotifier>(std::move(composite));
+}
+
+}  // namespace PlatformAbstraction
