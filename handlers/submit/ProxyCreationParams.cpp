@@ -1,0 +1,28 @@
+#include "ProxyCreationParams.h"
+
+#include "StructureFields.h"
+#include "Vocabulary.h"
+
+namespace Weftline::DataModel {
+
+using Services::Scheduler::ProxyCreationParams;
+
+template <>
+struct StructureFields<ProxyCreationParams> {
+    static constexpr FieldList kFields{
+        Field{Keys::InputMetadataFile, &ProxyCreationParams::inputMetadataFile},
+        Field{Keys::InputMobIDs, &ProxyCreationParams::inputMobIDs},
+        Field{Keys::TargetFolder, &ProxyCreationParams::targetFolder},
+        Field{Keys::Profile, &ProxyCreationParams::profile},
+    };
+};
+
+}  // namespace Weftline::DataModel
+
+namespace Weftline::Services::Scheduler {
+
+CoreServices::Parameters WriteProxyCreationParams(const ProxyCreationParams& params) {
+    return DataModel::WriteStructure(params);
+}
+
+}  // namespace Weftline::Services::Scheduler

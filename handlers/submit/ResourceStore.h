@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+namespace Weftline::Services {
+
+/// A store of named documents. It exists so that the documentation's failures can be had without breaking the
+/// program: the one of the program carries its documents in its binary and never fails to load or to lock.
+/// Implementations are read-only and may be asked on any thread.
+class ResourceStore {
+public:
+    using Handle = std::size_t;
+
+    ResourceStore() = default;
+    ResourceStore(const ResourceStore&) = delete;
+    ResourceStore& operator=(const ResourceStore&) = delete;
+    virtual ~ResourceStore() = default;
+
+    /// The document of that name and type; nothing where there is none. Both are case-sensitive.
+    virtual std::optional<Handle> Find(std::string_view name, std::string_view type) const = 0;
+    /// Makes the document's bytes available. False on failure.
+    virtual bool Load(Handle resource) const = 0;
+    /// The bytes of a loaded document, valid as long as the store; nothing on failure.
+    virtual std::optional<std::string_view> Lock(Handle resource) const = 0;
+};
+
+}  // namespace Weftline::Services

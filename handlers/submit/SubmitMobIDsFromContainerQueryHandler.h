@@ -1,0 +1,15 @@
+#pragma once
+
+#include "SubmitJobHandler.h"
+
+namespace Weftline::Services::Scheduler {
+
+/// Submits a query for the mob ids of a container.
+class SubmitMobIDsFromContainerQueryHandler final : public SubmitJobHandler {
+public:
+    using SubmitJobHandler::SubmitJobHandler;
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+};
+
+}  // namespace Weftline::Services::Scheduler

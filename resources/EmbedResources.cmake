@@ -1,0 +1,13 @@
+# Writes OUTPUT, a source file that holds the texts of FILES as the table of EmbeddedResources.h.
+set(source "// Made by EmbedResources.cmake; changes here are lost.\n#include \"EmbeddedResources.h\"\n\n")
+string(APPEND source "namespace Weftline::Resources {\n\nnamespace {\n\n")
+string(APPEND source "constexpr EmbeddedResource kResources[] = {\n")
+foreach(file IN LISTS FILES)
+    cmake_path(GET file STEM name)
+    file(READ ${file} text)
+    string(APPEND source "    {\"${name}\", kJsonFileType, kLanguage, R\"JSON(${text})JSON\"},\n")
+endforeach()
+string(APPEND source "};\n\n}  // namespace\n\n")
+string(APPEND source "std::span<const EmbeddedResource> EmbeddedResources() noexcept {\n    return kResources;\n}\n\n")
+string(APPEND source "}  // namespace Weftline::Resources\n")
+file(WRITE ${OUTPUT} "${source}")
