@@ -1,0 +1,18 @@
+#include <cstdio>
+
+#include "DeploymentMode.h"
+#include "RunScheduler.h"
+#include "SchedulerService.h"
+#include "StandaloneTransport.h"
+
+// The composition root: what is plugged into what stands here.
+int main(int argc, char* argv[]) {
+    // Each line is seen when it is written, also where standard output is a pipe or a file.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+
+    return Weftline::Services::RunScheduler(argc, argv, [] {
+        namespace Messaging = PlatformAbstraction::Messaging;
+        Messaging::OfferDeploymentMode("standalone", Messaging::MakeStandaloneTransport);
+        return new Weftline::Services::Scheduler::SchedulerService;
+    });
+}

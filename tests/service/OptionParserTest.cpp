@@ -1,0 +1,130 @@
+#include "OptionParser.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/program_options/options_description.hpp>
+#include <boost/program_options/variables_map.hpp>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "BaseOptions.h"
+#include "ConsoleCapture.h"
+#include "EnvironmentVariable.h"
+
+namespace Weftline::Services {
+namespace {
+
+namespace po = boost::program_options;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+struct Parsed {
+    bool good = false;
+    po::variables_map options;
+    DescribedService described;
+    std::string output;
+
+    std::string Text(const std::string& name) const { return options[name].as<std::string>(); }
+};
+
+Parsed Parse(const std::string& line, bool readCommandLine = true, bool readEnvironment = true) {
+    po::options_description description;
+    Parsed parsed;
+    AddBaseOptions(description, "some.service", 5, parsed.described);
+    const TestSupport::ConsoleCapture console(std::cout);
+    parsed.good = ParseOptions(line, description, parsed.options, {readCommandLine, readEnvironment, "zrf_"});
+    parsed.output = console.Text();
+    return parsed;
+}
+
+TEST(OptionParser, WithoutArgumentsEveryOptionHasItsDefault) {
+    const Parsed parsed = Parse("");
+    ASSERT_TRUE(parsed.good);
+    EXPECT_EQ(parsed.described.name, "some.service");
+    EXPECT_EQ(parsed.described.realm, "test");
+    EXPECT_EQ(parsed.described.version, 5);
+    EXPECT_EQ(parsed.described.host, "localhost");
+    EXPECT_EQ(parsed.Text("config"), "");
+    EXPECT_FALSE(parsed.options["verbose"].as<bool>());
+    EXPECT_FALSE(parsed.options["proxyEventStore"].as<bool>());
+    EXPECT_EQ(parsed.output, "");
+}
+
+TEST(OptionParser, TheCommandLineWinsOverTheEnvironmentAndThatOverTheDefaults) {
+    const EnvironmentVariable port("zrf_port", "5678");
+    const EnvironmentVariable realm("zrf_realm", "blue");
+    const EnvironmentVariable database("zrf_mongo-db", "other base");
+    const Parsed parsed = Parse("--port 1234 --version=7");
+    ASSERT_TRUE(parsed.good);
+    EXPECT_EQ(parsed.Text("port"), "1234");
+    EXPECT_EQ(parsed.described.realm, "blue");
+    EXPECT_EQ(parsed.Text("mongo-db"), "other base");
+    EXPECT_EQ(parsed.described.version, 7);
+    EXPECT_EQ(parsed.Text("kafka-port"), "9092");
+
+    EXPECT_EQ(Parse("--port 1234", false, true).Text("port"), "5678");
+    EXPECT_EQ(Parse("--port 1234", true, false).described.realm, "test");
+}
+
+TEST(OptionParser, AVariableSetsAnOptionOnlyByPrefixAndExactName) {
+    for (const std::string name :
+         {"ZRF_port", "zrf_PORT", "zrf_por", "zrf_ports", "zrf_", "port", "xzrf_port"}) {
+        SCOPED_TRACE(name);
+        const EnvironmentVariable variable(name, "1");
+        const Parsed parsed = Parse("");
+        EXPECT_TRUE(parsed.good);
+        EXPECT_EQ(parsed.Text("port"), "9900");
+    }
+}
+
+TEST(OptionParser, NamesMayBeShortenedAndWhatNobodyKnowsIsDropped) {
+    const Parsed parsed = Parse(
+        R"(bare --nonsense=1 --nonsense 2 -x --metadataroot="/a b/c" --mongo-u=sqlite:/d --kafka-h e word --deploy=f )");
+    ASSERT_TRUE(parsed.good);
+    EXPECT_EQ(parsed.Text("metadatarootpath"), "/a b/c");
+    EXPECT_EQ(parsed.Text("mongo-uri"), "sqlite:/d");
+    EXPECT_EQ(parsed.Text("kafka-host"), "e");
+    EXPECT_EQ(parsed.Text("deploy"), "f");
+    EXPECT_EQ(parsed.options.count("nonsense"), 0U);
+    EXPECT_EQ(parsed.output, "");
+}
+
+TEST(OptionParser, AFaultIsPrintedAndLeavesTheServiceUndescribed) {
+    struct Row {
+        std::string name;
+        std::string line;
+        std::string culprit;
+    };
+    const std::vector<Row> rows = {
+        {"a value that does not convert", "--realm=blue --version=abc", "version"},
+        {"an integer that does not fit", "--realm=blue --version=2147483648", "version"},
+        {"a bool that is none", "--realm=blue --verbose=banana", "verbose"},
+        {"a repeated option", "--realm=blue --port=1 --port=2", "port"},
+        {"an option without its value", "--realm=blue --port", "port"},
+        {"a shortened name that is not unique", "--realm=blue --mongo=x", "mongo"},
+        {"an empty adjacent value", "--realm=blue --port=", "port"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Parsed parsed = Parse(row.line);
+        EXPECT_FALSE(parsed.good);
+        EXPECT_THAT(parsed.output, MatchesRegex("[^\n]+\n"));
+        EXPECT_THAT(parsed.output, HasSubstr(row.culprit));
+        EXPECT_EQ(parsed.described.name + parsed.described.realm + parsed.described.host, "");
+        EXPECT_EQ(parsed.described.version, 0);
+    }
+}
+
+TEST(OptionParser, WhatWasReadBeforeAFaultStaysInTheMap) {
+    const EnvironmentVariable verbose("zrf_verbose", "banana");
+    const Parsed parsed = Parse("--realm=blue");
+    EXPECT_FALSE(parsed.good);
+    EXPECT_EQ(parsed.Text("realm"), "blue");
+    EXPECT_EQ(parsed.Text("host"), "localhost");
+    EXPECT_EQ(parsed.described.realm, "");
+}
+
+}  // namespace
+}  // namespace Weftline::Services
