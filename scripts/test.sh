@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs all tests: scripts/test.sh [PRESET] [CTEST OPTION]...
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+preset=release
+if [ $# -gt 0 ] && [[ $1 != -* ]]; then
+    preset=$1
+    shift
+fi
+install_packages run test
+if [ "$preset" = clang ]; then
+    install_packages clang
+fi
+configure "$preset" QUILLON_BUILD_TESTS=ON
+build "$preset"
+exec ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" "$@"

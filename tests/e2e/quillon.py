@@ -1,0 +1,137 @@
+"""A service process of a test's own, raw HTTP to it, and its store as another process sees it."""
+
+import contextlib
+import http.client
+import json
+import os
+import pathlib
+import re
+import signal
+import socket
+import sqlite3
+import subprocess
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+BINARY = os.environ.get("QUILLON_SCHEDULER", str(ROOT / "build/release/bin/quillon-scheduler"))
+SERVICE_NAME = "orvik.quillon.processing.scheduler"
+DEADLINE_SECONDS = 30  # for what takes milliseconds, on a machine that is busy with something else
+
+
+class Service:
+    """Starts the program on port 0; `directory` holds what it prints, its store and its home."""
+
+    def __init__(self, *options, store=True, settings=None, environment=None):
+        self._temporary = tempfile.TemporaryDirectory(prefix="quillon-e2e-")
+        self.directory = pathlib.Path(self._temporary.name)
+        self.store = self.directory / "store.db"
+        self._defaults = ["--port=0"] + (["--mongo-uri=sqlite:%s" % self.store] if store else [])
+        if settings is not None:
+            (self.directory / "settings.json").write_text(json.dumps(settings))
+            self._defaults.append("--config=settings.json")
+        self._environment = {name: value for name, value in os.environ.items()
+                             if name != "PUBLIC" and not name.startswith("zrf_")}
+        self._environment.update(HOME=self._temporary.name, XDG_DATA_HOME=self._temporary.name)
+        self._environment.update(environment or {})
+        self.start(*options)
+
+    def start(self, *options):
+        """Also once more, after the process has ended, on the same store."""
+        given = {option.partition("=")[0] for option in options}
+        arguments = [option for option in self._defaults if option.partition("=")[0] not in given]
+        if "zrf_port" in self._environment:
+            arguments.remove("--port=0")
+        with open(self.directory / "out", "wb") as out, open(self.directory / "err", "wb") as err:
+            self.process = subprocess.Popen([BINARY, *arguments, *options], stdin=subprocess.DEVNULL, stdout=out,
+                                            stderr=err, env=self._environment, cwd=self.directory)
+
+    @property
+    def output(self):
+        return (self.directory / "out").read_text()
+
+    @property
+    def errors(self):
+        return (self.directory / "err").read_text()
+
+    @property
+    def port(self):
+        """Waits until the program says where it listens; from then on its store is there too."""
+        pattern = r"Listening on http://\S+:(\d+)"
+        wait_until(lambda: re.search(pattern, self.errors) or self.process.poll() is not None, "a listening line")
+        listening = re.search(pattern, self.errors)
+        assert listening, "ended with %s: %s%s" % (self.process.returncode, self.output, self.errors)
+        return int(listening.group(1))
+
+    def wait_for_start(self):
+        assert self.port > 0
+
+    def end(self, number=signal.SIGTERM):
+        self.process.send_signal(number)
+        return self.exit_code()
+
+    def exit_code(self):
+        return self.process.wait(DEADLINE_SECONDS)
+
+    def close(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        self._temporary.cleanup()
+
+    def connect(self, raw):
+        """A connection on which these bytes were sent, or as many as the service wanted."""
+        connection = socket.create_connection(("localhost", self.port), DEADLINE_SECONDS)
+        with contextlib.suppress(BrokenPipeError, ConnectionResetError):
+            connection.sendall(raw)
+        return connection
+
+    def exchange(self, raw):
+        """Sends bytes as they are; gives status, headers and the body as text."""
+        with self.connect(raw) as connection:
+            response = http.client.HTTPResponse(connection)
+            response.begin()
+            return response.status, response.headers, response.read().decode()
+
+    def post(self, path, body, content_type="application/json", method="POST", headers=""):
+        body = body if isinstance(body, bytes) else json.dumps(body).encode()
+        head = "%s %s HTTP/1.1\r\nHost: localhost:%d\r\nContent-Type: %s\r\nContent-Length: %d\r\n%s\r\n" % (
+            method, path, self.port, content_type, len(body), headers)
+        return self.exchange(head.encode() + body)
+
+    def submit(self, path, request):
+        status, _, body = self.post(path, request)
+        assert status == 200, "%s: %d %s" % (path, status, body)
+        return json.loads(body)["clientKey"]
+
+    def query(self, sql, *values):
+        """Rows of the store as another program reads them: from a process of its own, read only."""
+        with contextlib.closing(sqlite3.connect("file:%s?mode=ro" % self.store, uri=True)) as database:
+            database.row_factory = sqlite3.Row
+            return database.execute(sql, values).fetchall()
+
+    def jobs(self):
+        return self.query("SELECT * FROM records WHERE recordTopic = 'V2_WFJobs'")
+
+    def job(self, key):
+        return next(job for job in self.jobs() if job["recordID"] == key)
+
+    def job_count(self):
+        return len(self.jobs())
+
+    def events(self):
+        return self.query("SELECT * FROM events WHERE recordTopic = 'V2_WFJobEvents' ORDER BY eventOffset")
+
+    def insert_profile(self, identifier, data):
+        """As whoever keeps the farm's profiles does, while the service runs."""
+        with contextlib.closing(sqlite3.connect(self.store, timeout=DEADLINE_SECONDS)) as database, database:
+            database.execute("PRAGMA wal_autocheckpoint = 0")
+            database.execute("INSERT INTO records (recordID, recordType, recordVersion, recordTopic, recordData)"
+                             " VALUES (?, 'Profile', 1, 'V2_WFProfiles', ?)", (identifier, data))
+
+
+def wait_until(condition, what):
+    deadline = time.monotonic() + DEADLINE_SECONDS
+    while not condition():
+        assert time.monotonic() < deadline, "no " + what
+        time.sleep(0.01)

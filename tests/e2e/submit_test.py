@@ -1,0 +1,167 @@
+"""Submissions: from the client's request to the rows that the rest of the farm reads."""
+
+import contextlib
+import hashlib
+import http.client
+import json
+import signal
+import threading
+import unittest
+
+from quillon import DEADLINE_SECONDS, ROOT, Service
+
+DEFAULT_QUEUE = "c52a7f6e-c32a-45da-8716-c06c79af3a98"
+
+# Registered name, REST path, job kind, evaluation task, name of the job, failJobOnFirstFailedTask. The kinds
+# without "orvik.quillon.".
+OPERATIONS = [
+    ("SubmitTranscode", "submitTranscode", "transcode", "task.metadata.transcode", "Transcode", True),
+    ("SubmitConsolidate", "submitConsolidate", "consolidate", "task.metadata.consolidate", "Consolidate", True),
+    ("SubmitMixdown", "submitMixdown", "mixdown", "task.metadata.eval.mixdown", "Mixdown", True),
+    ("SubmitRender", "submitRender", "render", "task.metadata.render", "Render", True),
+    ("SubmitExport", "submitExport", "export", "task.metadata.export", "Export", True),
+    ("SubmitDataExtract", "submitDataExtract", "dataextract", "task.metadata.dataextract", "DataExtract", True),
+    ("SubmitProxyCreation", "submitProxyCreation", "proxycreation", "task.metadata.proxycreation",
+     "ProxyCreation", False),
+    ("SubmitDynamicRelink", "submitDynamicRelink", "metadata.dynamicrelink", "task.metadata.dynamicrelink",
+     "DynamicRelink", True),
+    ("VerifyAccessToMedia", "verifyAccessToMedia", "metadata.verifyaccess", "task.metadata.verifyaccess",
+     "VerifyAccessToMedia", True),
+    ("SubmitExportQuery", "submitExportQuery", "metadata.query.export", "task.metadata.query.exporttypes",
+     "ExportQuery", True),
+    ("SubmitVideoFormatsQuery", "submitVideoFormatsQuery", "metadata.query.video", "task.metadata.query.video",
+     "VideoFormatsQuery", True),
+    ("SubmitAudioFormatsQuery", "submitAudioFormatsQuery", "metadata.query.audio", "task.metadata.query.audio",
+     "AudioFormatsQuery", True),
+    ("SubmitSourceAvailabilityQuery", "submitSourceAvailabilityQuery", "metadata.sourceavailability",
+     "task.metadata.sourceavailability", "SourceAvailability", True),
+    ("SubmitMobIDsFromContainerQuery", "submitMobIDsFromContainerQuery", "metadata.mobidsfromcontainer",
+     "task.metadata.mobidsfromcontainer", "MobIDsFromContainer", True),
+    ("SubmitSuitableMastersQuery", "submitSuitableMastersQuery", "metadata.query.suitablemasters",
+     "task.metadata.query.suitablemasters", "SuitableMastersQuery", True),
+]
+
+
+class Submissions(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.service = Service()
+        cls.addClassCleanup(cls.service.close)
+        cls.service.wait_for_start()
+
+    def test_the_documented_request_is_stored_and_announced_when_the_answer_arrives(self):
+        request = json.loads((ROOT / "examples/submitTranscode.json").read_text())
+        carried_in_the_program = (ROOT / "resources/IDR_TRANSCODE_HD.json").read_text()
+        self.assertEqual(request["JobParams"], json.loads(carried_in_the_program))
+        status, headers, body = self.service.post("/submitTranscode", request)
+        job, event = self.service.job(json.loads(body)["clientKey"]), self.service.events()[-1]
+        key = job["recordID"]
+        self.assertEqual((status, headers["Content-Type"], body),
+                         (200, "application/json", '{"clientKey":"%s"}' % key))
+        self.assertEqual((job["recordType"], job["recordVersion"], job["name"], job["tags"]),
+                         ("Job", 1, "Transcode", "[]"))
+        private, public = json.loads(job["recordData"]), json.loads(job["recordPublicData"])
+        self.assertEqual(list(public), ["jobKind", "jobState", "jobQueue", "jobQueueName", "createdBy", "priority",
+                                        "progress", "createdDateTime", "completedDateTime"])
+        self.assertEqual((public["jobQueue"], public["priority"], public["createdBy"]), (DEFAULT_QUEUE, 50, ""))
+        self.assertRegex(public["createdDateTime"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d(\.\d{6})?$")
+        self.assertEqual(json.loads(private["jobBlueprintData"]), request["JobParams"])
+        processing, run_case = (json.loads(private[name]) for name in ("processingData", "jobRunCaseData"))
+        directory = processing["metadataDirectory"]
+        self.assertTrue(directory.endswith(key), directory)
+        carried = dict(request, processingControlDirectoryPath=directory, metadataDirectory=directory)
+        self.assertEqual(processing, carried)
+        self.assertEqual(run_case, dict(carried, JobParams={}))
+        self.assertEqual((event["recordType"], event["recordTopic"]), ("JobCreated", "V2_WFJobEvents"))
+        self.assertEqual(event["recordData"], '{"id":"%s","jobQueue":"%s"}' % (key, DEFAULT_QUEUE))
+        self.assertNotEqual(event["recordID"], key)
+
+    def test_every_operation_by_path_and_by_name(self):
+        for registered, path, kind, task, name, fail in OPERATIONS:
+            for address in ("/" + path, "/messages/" + registered):
+                with self.subTest(address):
+                    job = self.service.job(self.service.submit(address, {"jobParams": {"a": 1}}))
+                    private, public = json.loads(job["recordData"]), json.loads(job["recordPublicData"])
+                    self.assertEqual((public["jobKind"], private["jobEvalTaskKind"], job["name"]),
+                                     ("orvik.quillon." + kind, "orvik.quillon." + task, name))
+                    self.assertEqual(private["failJobOnFirstFailedTask"], fail)
+                    self.assertEqual(private["jobBlueprintData"], '{"a":1}')
+
+    def test_what_the_client_sends_arrives_as_it_was_sent(self):
+        raw = '{"z":1.0,"a":[1e400,null,{"b":[]}],"n":9007199254740993,"u":"\\u00e9\\ud83d\\ude00","priority":7,'
+        job = self.service.job(self.service.submit("/submitExport?priority=101&description=%22007%22",
+                                                   (raw + '"priority":8}').encode()))
+        data = json.loads(job["recordData"])["processingData"]
+        self.assertTrue(data.startswith('{"z":1.0,"a":[1e400,null,{"b":[]}],"n":9007199254740993,"u":"é😀"'), data)
+        self.assertEqual((json.loads(job["recordPublicData"])["priority"], job["description"]), (100, "007"))
+
+    def test_a_profile_fills_the_parameters(self):
+        profile = {"name": "News", "type": "Proxy", "SkipVideo": {"value": False, "label": "No video"},
+                   "Video": {"Rate": {"value": 25, "label": "25 fps"}, "Note": {"value": "no label"}}}
+        self.service.insert_profile("news-hd", json.dumps(profile))
+        parameters = {"profile": "news-hd", "SkipVideo": True, "HandleLength": 2}
+        merged = '{"profile":"news-hd","SkipVideo":false,"HandleLength":2,"Video":{"Rate":25,"Note":{}}}'
+        for path, blueprint in (("submitTranscode", merged), ("submitProxyCreation", merged),
+                                ("submitConsolidate", "{}")):
+            with self.subTest(path):
+                job = self.service.job(self.service.submit("/" + path, {"jobParams": parameters}))
+                self.assertEqual(json.loads(job["recordData"])["jobBlueprintData"], blueprint)
+
+    def test_an_unknown_profile_leaves_nothing(self):
+        before = self.service.job_count(), len(self.service.events())
+        status, _, body = self.service.post("/submitTranscode", {"jobParams": {"profile": "nobody"}})
+        self.assertEqual((status, json.loads(body)["error"]), (500, {
+            "code": "GENERIC_SERVICE_ERROR", "message": "[nobody] Unable to find record in Object Store"}))
+        self.assertEqual((self.service.job_count(), len(self.service.events())), before)
+
+
+class Callers(unittest.TestCase):
+    def test_only_known_callers_submit_and_the_job_says_who(self):
+        token = "a token of good length"
+        caller = {"tokenSha256": hashlib.sha256(token.encode()).hexdigest(), "identityId": "u-17",
+                  "displayName": "Night Editor"}
+        service = Service("--host=127.0.0.1", settings={"callers": [caller]})
+        self.addCleanup(service.close)
+        for headers in ("", "Authorization: Bearer another\r\n", "Authorization: Basic %s\r\n" % token):
+            status, answered, _ = service.post("/submitExport", {}, headers=headers)
+            self.assertEqual((status, answered["WWW-Authenticate"]), (401, "Bearer"))
+        self.assertEqual(service.jobs(), [])
+        status, _, body = service.post("/submitExport", {}, headers="Authorization: Bearer %s\r\n" % token)
+        self.assertEqual(status, 200, body)
+        job = service.job(json.loads(body)["clientKey"])
+        identity = json.loads(json.loads(job["recordData"])["identity"])
+        self.assertEqual((identity["identityId"], identity["displayName"]), ("u-17", "Night Editor"))
+        self.assertNotIn(token, job["recordData"])
+
+
+class SuddenEnd(unittest.TestCase):
+    def test_what_was_answered_survives_a_kill_under_load(self):
+        service = Service()
+        self.addCleanup(service.close)
+        answered, enough = [], threading.Semaphore(0)
+
+        def submit_until_it_dies():
+            with contextlib.suppress(OSError, http.client.HTTPException, ValueError):
+                while True:
+                    answered.append(service.submit("/submitRender", {}))
+                    enough.release()
+
+        clients = [threading.Thread(target=submit_until_it_dies) for _ in range(8)]
+        for client in clients:
+            client.start()
+        for _ in range(200):
+            self.assertTrue(enough.acquire(timeout=DEADLINE_SECONDS))
+        self.assertEqual(service.end(signal.SIGKILL), -signal.SIGKILL)
+        for client in clients:
+            client.join()
+        service.start()
+        service.wait_for_start()
+        stored = {job["recordID"] for job in service.jobs()}
+        announced = {json.loads(event["recordData"])["id"] for event in service.events()}
+        self.assertEqual(set(answered) - (stored & announced), set())
+        self.assertEqual(len(set(answered)), len(answered))
+        self.assertEqual(service.end(), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
