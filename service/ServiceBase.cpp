@@ -68,6 +68,7 @@ bool ServiceBase::ServiceInfoReadyAction(ServiceInfoPointer /*serviceInfo*/) {
 bool ServiceBase::AfterPlatformRunningStartupAction(BusConnectionPointer /*busConnection*/) {
     return true;
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 bool ServiceBase::Init() {
     m_ServiceInfo = Messaging::ConstructServiceInfo();

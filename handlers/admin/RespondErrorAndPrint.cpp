@@ -6,11 +6,11 @@
 
 namespace Weftline::Services::Scheduler {
 
-void RespondErrorAndPrint(PlatformAbstraction::Messaging::ServiceMessageResponse& response,
+bool RespondErrorAndPrint(PlatformAbstraction::Messaging::ServiceMessageResponse& response,
                           const std::string& code, const std::string& message) {
     // One write: lines of different threads may follow each other, but not stand in each other.
     std::cout << message + '\n';
-    response.RespondError(code, message);
+    return response.RespondError(code, message);
 }
 
 }  // namespace Weftline::Services::Scheduler

@@ -9,8 +9,9 @@ class ServiceMessageResponse;
 namespace Weftline::Services::Scheduler {
 
 /// Answers with an error that the operator sees too: `message` goes to standard output as a line of its own
-/// before the answer goes out. Any thread may call; `response` is the caller's.
-void RespondErrorAndPrint(PlatformAbstraction::Messaging::ServiceMessageResponse& response,
+/// before the answer goes out. Gives what `RespondError` gives.
+/// Any thread may call; `response` is the caller's.
+bool RespondErrorAndPrint(PlatformAbstraction::Messaging::ServiceMessageResponse& response,
                           const std::string& code, const std::string& message);
 
 }  // namespace Weftline::Services::Scheduler

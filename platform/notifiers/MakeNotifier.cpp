@@ -9,8 +9,8 @@
 
 namespace PlatformAbstraction {
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): it is the notifier's to keep, once one has a use for
-// it
+// The messaging is a notifier's to keep, once there is one that has a use for it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 std::unique_ptr<IGenericNotifier> MakeNotifier(std::shared_ptr<Messaging::BusMessaging> /*busMessaging*/) {
     auto console = std::make_unique<ConsoleNotifier>(std::string());
     auto composite = std::make_unique<CompositeNotifier>();

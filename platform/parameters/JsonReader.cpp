@@ -90,8 +90,7 @@ void JsonReader::ReadKey() {
         FailExpected("a key in double quotes");
     const std::string_view key = ReadText();
     Frame& frame = m_frames.back();
-    std::span<const Member> members = std::span(m_members).subspan(frame.first);
-    const std::size_t position = frame.index.Find(key, members);
+    const std::size_t position = frame.index.Find(key, std::span(m_members).subspan(frame.first));
     if (position == KeyIndex::kNotFound) {
         frame.target = m_members.size();
         m_members.emplace_back(key);
@@ -125,20 +124,10 @@ void JsonReader::ReadValue() {
             ReadWord("null");
             Target().emplace<Null>();
             return;
-        case '-':
-        case '0':
-        case '1':
-        case '2':
-        case '3':
-        case '4':
-        case '5':
-        case '6':
-        case '7':
-        case '8':
-        case '9':
-            return ReadNumber();
         default:
-            FailExpected("a value");
+            if (!At('-') && (AtEnd() || !IsDigit(m_text[m_at])))
+                FailExpected("a value");
+            return ReadNumber();
     }
 }
 

@@ -13,7 +13,7 @@ namespace {
 TEST(RespondErrorAndPrint, TellsTheOperatorAndTheClient) {
     PlatformAbstraction::Messaging::ServiceMessageResponse response;
     const TestSupport::ConsoleCapture console(std::cout);
-    RespondErrorAndPrint(response, "ERROR_UNKNOWN", "no such kind");
+    EXPECT_TRUE(RespondErrorAndPrint(response, "ERROR_UNKNOWN", "no such kind"));
     EXPECT_EQ(console.Text(), "no such kind\n");
     ASSERT_TRUE(response.GetAnswer());
     EXPECT_EQ(response.GetAnswer()->code, "ERROR_UNKNOWN");

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "CompositeNotifier.h"
+#include "ConsoleCapture.h"
 #include "ConsoleNotifier.h"
 #include "MakeNotifier.h"
 #include "SafeNotifier.h"
@@ -21,20 +22,7 @@ namespace {
 
 using CoreServices::Parameters;
 using testing::ElementsAre;
-
-class CapturedOutput {
-public:
-    CapturedOutput() : m_pOriginal(std::cout.rdbuf(m_text.rdbuf())) {}
-    CapturedOutput(const CapturedOutput&) = delete;
-    CapturedOutput& operator=(const CapturedOutput&) = delete;
-    ~CapturedOutput() { std::cout.rdbuf(m_pOriginal); }
-
-    std::string Text() const { return m_text.str(); }
-
-private:
-    std::ostringstream m_text;
-    std::streambuf* m_pOriginal;
-};
+using TestSupport::ConsoleCapture;
 
 struct NotifierCallCase {
     std::string name;
@@ -94,7 +82,7 @@ TEST(Notifier, TheChainOfMakeNotifierWritesEachCallAsOneLine) {
     const auto notifier = MakeNotifier(nullptr);
     for (const auto& row : AllCalls()) {
         SCOPED_TRACE(row.name);
-        const CapturedOutput output;
+        const ConsoleCapture output(std::cout);
         row.call(*notifier);
         EXPECT_EQ(output.Text(), row.line);
     }
@@ -109,7 +97,7 @@ TEST(Notifier, AFailingNotifierNeitherStopsTheWorkNorKeepsOthersFromBeingTold) {
     composite.Add(std::make_unique<ConsoleNotifier>("second"));
     for (const auto& row : AllCalls()) {
         SCOPED_TRACE(row.name);
-        const CapturedOutput output;
+        const ConsoleCapture output(std::cout);
         EXPECT_NO_THROW(row.call(composite));
         EXPECT_EQ(output.Text(), row.line + "second " + row.line);
     }
@@ -134,7 +122,7 @@ TEST(Notifier, OwnersRefuseNothingToOwnAndDestroyChildrenInOrder) {
 TEST(Notifier, LinesOfSeveralThreadsDoNotTearEachOther) {
     constexpr int kLines = 500;
     const std::string text(200, 'x');
-    const CapturedOutput output;
+    const ConsoleCapture output(std::cout);
     {
         std::vector<std::thread> threads;
         for (const std::string prefix : {"one", "two", "three"}) {

@@ -75,6 +75,7 @@ TEST(Sharing, ThreadsMayHoldCopiesOfOneTree) {
     std::vector<std::string> results(kThreads);
     {
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         Parameters shared = original;  // dies while the threads write to their copies
         for (int n = 0; n < kThreads; ++n) {
             threads.emplace_back(

@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <iostream>
@@ -141,87 +141,54 @@ TEST_F(RunSchedulerTest, OptionsReachTheServiceTheBusAndTheConfigurationStore) {
 
 TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
     struct Row {
-        std::string name;
         std::vector<std::string> arguments;
         std::function<void(LifeScript&)> arrange;
         std::string text;
         std::string lastDeed;
     };
     const auto nothing = [](LifeScript&) {};
-    const std::string startup = "\nServiceBase::Startup() ";
+    const auto refuse = [] { return false; };
+    const auto loseName = [](auto& info) { return info.m_Name.clear(), true; };
+    const std::string described = "described as \"\"";
     const std::string begun = "start scripted.service test 3 at localhost with ";
     const std::vector<Row> rows = {
-        {"a bad command line",
-         {"--version=abc"},
-         nothing,
-         "m_ServiceInfo.m_Name is empty()",
-         "described as \"\""},
-        {"a bad value of its own option",
-         {"--enableOldHALPrototype=x"},
-         nothing,
-         "m_ServiceInfo.m_Name is empty()",
-         "described as \"\""},
-        {"another service's name",
-         {"--service=other"},
-         nothing,
-         "m_ServiceInfo.m_Name is NOT == scripted.service",
-         "described as \"\""},
-        {"an unknown deployment",
-         {"--deploy=nowhere"},
-         nothing,
-         "InitializeDeploymentMode() failed",
-         "described as \"\""},
-        {"a store that is not there",
-         {"--mongo-uri=gopher://x"},
-         nothing,
-         "ObjectStoreService::InitObjectStore() failed",
-         "bus made"},
-        {"errors",
-         {},
-         [](auto& script) { script.onErrors = [] { return false; }; },
-         "RegisterErrors() failed",
-         "errors"},
-        {"handlers",
-         {},
+        {{"--version=abc"}, nothing, "m_ServiceInfo.m_Name is empty()", described},
+        {{"--enableOldHALPrototype=x"}, nothing, "m_ServiceInfo.m_Name is empty()", described},
+        {{"--service=other"}, nothing, "m_ServiceInfo.m_Name is NOT == scripted.service", described},
+        {{"--deploy=nowhere"}, nothing, "InitializeDeploymentMode() failed", described},
+        {{"--mongo-uri=gopher://x"}, nothing, "ObjectStoreService::InitObjectStore() failed", "bus made"},
+        {{}, [&](auto& script) { script.onErrors = refuse; }, "RegisterErrors() failed", "errors"},
+        {{},
          [](auto& script) { script.onHandlers = [](auto&) { return false; }; },
          "RegisterServiceMessageHandlers() failed",
          "handlers"},
-        {"a description that the bus refuses",
-         {},
-         [](auto& script) {
-             script.onHandlers = [](auto& info) {
-                 info.m_Name.clear();
-                 return true;
-             };
-         },
+        {{},
+         [&](auto& script) { script.onHandlers = loseName; },
          "m_pMessagingService->AssignServiceInfo() failed",
          "handlers"},
-        {"a bus that does not start",
-         {},
+        {{},
          [](auto& script) { script.startError = InitError::CannotListen; },
          "m_pMessagingService->Initialize() failed with error: the address is in use or not allowed",
          begun},
-        {"a bus that stops at once",
-         {},
+        {{},
          [](auto& script) { script.runsAfterStart = false; },
          "m_pMessagingService->IsRunning() failed",
          begun},
-        {"the service's last word",
-         {},
-         [](auto& script) { script.onRunning = [] { return false; }; },
+        {{},
+         [&](auto& script) { script.onRunning = refuse; },
          "AfterPlatformRunningStartupAction() failed",
          "running"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(testing::PrintToString(row.arguments) + row.text);
         *m_pScript = LifeScript();
         row.arrange(*m_pScript);
         const Outcome life = Run(row.arguments);
         EXPECT_EQ(life.exitCode, -2);
-        EXPECT_THAT(life.output, EndsWith("\n\n" + startup + row.text));
+        EXPECT_THAT(life.output, EndsWith("\n\n\nServiceBase::Startup() " + row.text));
         EXPECT_EQ(life.errors, "\nScheduler Service main pSchedulerService->Startup() failed");
-        // The service is deleted with the bus still in its hands.
-        auto expected = std::vector<std::string>{row.lastDeed, "deleted"};
+        // Where a bus was made, the service is deleted with it still in its hands.
+        std::vector<std::string> expected = {row.lastDeed, "deleted"};
         auto& journal = m_pScript->journal;
         if (std::find(journal.begin(), journal.end(), "bus made") != journal.end()) {
             expected.emplace_back("bus gone");
