@@ -8,6 +8,20 @@
 
 #include "BusConnection.h"
 #include "ErrorCode.h"
+#include "FindAudioFormatsHandler.h"
+#include "FindExportTypesHandler.h"
+#include "FindMobIDsFromContainerHandler.h"
+#include "FindSourceAvailabilityHandler.h"
+#include "FindSuitableMastersHandler.h"
+#include "FindVideoFormatsHandler.h"
+#include "GetAudioFormatsMsg.h"
+#include "GetColorSpacesMsg.h"
+#include "GetExportTypesMsg.h"
+#include "GetMediaCreationTypesMsg.h"
+#include "GetProfilesHandler.h"
+#include "GetS3DModesMsg.h"
+#include "GetUniqueExportPluginsHandler.h"
+#include "GetVideoFormatsMsg.h"
 #include "JobKinds.h"
 #include "ServiceInfoApi.h"
 #include "SubmitAudioFormatsQueryHandler.h"
@@ -33,7 +47,9 @@ namespace Weftline::Services::Scheduler {
 namespace {
 
 namespace po = boost::program_options;
+using PlatformAbstraction::Messaging::BusConnection;
 using PlatformAbstraction::Messaging::ErrorCode;
+using PlatformAbstraction::Messaging::ServiceInfoApi;
 using PlatformAbstraction::Messaging::SubmitOpJobInfo;
 
 constexpr std::int32_t kServiceVersion = 2;
@@ -49,6 +65,45 @@ const std::vector<ErrorCode>& ServiceErrorCodes() {
 SubmitOpJobInfo JobInfoOf(const SubmitOperations::Row& row) {
     return {std::string(row.jobKind), std::string(row.evalTaskKind), std::string(row.name),
             row.failJobDefault};
+}
+
+void RegisterSubmissions(ServiceInfoApi& service, const std::shared_ptr<BusConnection>& bus) {
+    const auto add = [&service](std::shared_ptr<SubmitMessageHandler> handler,
+                                const SubmitOperations::Row& operation) {
+        service.AddSubmitMessageHandler(std::move(handler), JobInfoOf(operation));
+    };
+    add(std::make_shared<SubmitTranscodeHandler>(bus), SubmitOperations::kTranscode);
+    add(std::make_shared<SubmitConsolidateHandler>(bus), SubmitOperations::kConsolidate);
+    add(std::make_shared<SubmitMixdownHandler>(bus), SubmitOperations::kMixdown);
+    add(std::make_shared<SubmitRenderHandler>(bus), SubmitOperations::kRender);
+    add(std::make_shared<SubmitExportHandler>(bus), SubmitOperations::kExport);
+    add(std::make_shared<SubmitDataExtractHandler>(bus), SubmitOperations::kDataExtract);
+    add(std::make_shared<SubmitProxyCreationHandler>(bus), SubmitOperations::kProxyCreation);
+    add(std::make_shared<SubmitDynamicRelinkHandler>(bus), SubmitOperations::kDynamicRelink);
+    add(std::make_shared<SubmitVerifyAccessHandler>(bus), SubmitOperations::kVerifyAccess);
+    add(std::make_shared<SubmitExportQueryHandler>(bus), SubmitOperations::kExportQuery);
+    add(std::make_shared<SubmitVideoFormatsQueryHandler>(bus), SubmitOperations::kVideoFormatsQuery);
+    add(std::make_shared<SubmitAudioFormatsQueryHandler>(bus), SubmitOperations::kAudioFormatsQuery);
+    add(std::make_shared<SubmitSourceAvailabilityQueryHandler>(bus), SubmitOperations::kSourceAvailability);
+    add(std::make_shared<SubmitMobIDsFromContainerQueryHandler>(bus), SubmitOperations::kMobIDsFromContainer);
+    add(std::make_shared<SubmitSuitableMastersQueryHandler>(bus), SubmitOperations::kSuitableMastersQuery);
+}
+
+void RegisterOtherMessages(ServiceInfoApi& service, const std::string& realm) {
+    service.AddMessageHandler(std::make_shared<GetVideoFormatsMsg>(realm));
+    service.AddMessageHandler(std::make_shared<GetAudioFormatsMsg>(realm));
+    service.AddMessageHandler(std::make_shared<GetColorSpacesMsg>(realm));
+    service.AddMessageHandler(std::make_shared<GetS3DModesMsg>(realm));
+    service.AddMessageHandler(std::make_shared<GetExportTypesMsg>(realm));
+    service.AddMessageHandler(std::make_shared<GetMediaCreationTypesMsg>(realm));
+    service.AddMessageHandler(std::make_shared<FindExportTypesHandler>(realm));
+    service.AddMessageHandler(std::make_shared<FindVideoFormatsHandler>(realm));
+    service.AddMessageHandler(std::make_shared<FindAudioFormatsHandler>(realm));
+    service.AddMessageHandlerV2(std::make_shared<FindSourceAvailabilityHandler>());
+    service.AddMessageHandlerV2(std::make_shared<FindMobIDsFromContainerHandler>(realm));
+    service.AddMessageHandlerV2(std::make_shared<FindSuitableMastersHandler>());
+    service.AddMessageHandlerV2(std::make_shared<GetUniqueExportPluginsHandler>(realm));
+    service.AddMessageHandlerV2(std::make_shared<GetProfilesHandler>());
 }
 
 }  // namespace
@@ -76,30 +131,8 @@ bool SchedulerService::RegisterErrors(ServiceInfoPointer serviceInfo) {
 bool SchedulerService::RegisterServiceMessageHandlers(ServiceInfoPointer serviceInfo,
                                                       BusConnectionPointer busConnection,
                                                       bool /*enableOldHALPrototype*/) {
-    const auto add = [&](std::shared_ptr<SubmitMessageHandler> handler,
-                         const SubmitOperations::Row& operation) {
-        serviceInfo->AddSubmitMessageHandler(std::move(handler), JobInfoOf(operation));
-    };
-    add(std::make_shared<SubmitTranscodeHandler>(busConnection), SubmitOperations::kTranscode);
-    add(std::make_shared<SubmitConsolidateHandler>(busConnection), SubmitOperations::kConsolidate);
-    add(std::make_shared<SubmitMixdownHandler>(busConnection), SubmitOperations::kMixdown);
-    add(std::make_shared<SubmitRenderHandler>(busConnection), SubmitOperations::kRender);
-    add(std::make_shared<SubmitExportHandler>(busConnection), SubmitOperations::kExport);
-    add(std::make_shared<SubmitDataExtractHandler>(busConnection), SubmitOperations::kDataExtract);
-    add(std::make_shared<SubmitProxyCreationHandler>(busConnection), SubmitOperations::kProxyCreation);
-    add(std::make_shared<SubmitDynamicRelinkHandler>(busConnection), SubmitOperations::kDynamicRelink);
-    add(std::make_shared<SubmitVerifyAccessHandler>(busConnection), SubmitOperations::kVerifyAccess);
-    add(std::make_shared<SubmitExportQueryHandler>(busConnection), SubmitOperations::kExportQuery);
-    add(std::make_shared<SubmitVideoFormatsQueryHandler>(busConnection),
-        SubmitOperations::kVideoFormatsQuery);
-    add(std::make_shared<SubmitAudioFormatsQueryHandler>(busConnection),
-        SubmitOperations::kAudioFormatsQuery);
-    add(std::make_shared<SubmitSourceAvailabilityQueryHandler>(busConnection),
-        SubmitOperations::kSourceAvailability);
-    add(std::make_shared<SubmitMobIDsFromContainerQueryHandler>(busConnection),
-        SubmitOperations::kMobIDsFromContainer);
-    add(std::make_shared<SubmitSuitableMastersQueryHandler>(busConnection),
-        SubmitOperations::kSuitableMastersQuery);
+    RegisterSubmissions(*serviceInfo, busConnection);
+    RegisterOtherMessages(*serviceInfo, serviceInfo->GetRealm());
     return true;
 }
 

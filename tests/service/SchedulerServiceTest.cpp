@@ -17,7 +17,6 @@ namespace Messaging = PlatformAbstraction::Messaging;
 
 struct SubmissionRow {
     std::string name;
-    std::string restPath;
     std::string jobKind;  // behind "orvik.quillon."
     std::string evalTaskKind;
     std::string jobName;
@@ -25,35 +24,30 @@ struct SubmissionRow {
 };
 
 const std::vector<SubmissionRow> kSubmissions = {
-    {"SubmitTranscode", "submitTranscode", "transcode", "task.metadata.transcode", "Transcode", true},
-    {"SubmitConsolidate", "submitConsolidate", "consolidate", "task.metadata.consolidate", "Consolidate",
+    {"SubmitTranscode", "transcode", "task.metadata.transcode", "Transcode", true},
+    {"SubmitConsolidate", "consolidate", "task.metadata.consolidate", "Consolidate", true},
+    {"SubmitMixdown", "mixdown", "task.metadata.eval.mixdown", "Mixdown", true},
+    {"SubmitRender", "render", "task.metadata.render", "Render", true},
+    {"SubmitExport", "export", "task.metadata.export", "Export", true},
+    {"SubmitDataExtract", "dataextract", "task.metadata.dataextract", "DataExtract", true},
+    {"SubmitProxyCreation", "proxycreation", "task.metadata.proxycreation", "ProxyCreation", false},
+    {"SubmitDynamicRelink", "metadata.dynamicrelink", "task.metadata.dynamicrelink", "DynamicRelink", true},
+    {"VerifyAccessToMedia", "metadata.verifyaccess", "task.metadata.verifyaccess", "VerifyAccessToMedia",
      true},
-    {"SubmitMixdown", "submitMixdown", "mixdown", "task.metadata.eval.mixdown", "Mixdown", true},
-    {"SubmitRender", "submitRender", "render", "task.metadata.render", "Render", true},
-    {"SubmitExport", "submitExport", "export", "task.metadata.export", "Export", true},
-    {"SubmitDataExtract", "submitDataExtract", "dataextract", "task.metadata.dataextract", "DataExtract",
+    {"SubmitExportQuery", "metadata.query.export", "task.metadata.query.exporttypes", "ExportQuery", true},
+    {"SubmitVideoFormatsQuery", "metadata.query.video", "task.metadata.query.video", "VideoFormatsQuery",
      true},
-    {"SubmitProxyCreation", "submitProxyCreation", "proxycreation", "task.metadata.proxycreation",
-     "ProxyCreation", false},
-    {"SubmitDynamicRelink", "submitDynamicRelink", "metadata.dynamicrelink", "task.metadata.dynamicrelink",
-     "DynamicRelink", true},
-    {"VerifyAccessToMedia", "verifyAccessToMedia", "metadata.verifyaccess", "task.metadata.verifyaccess",
-     "VerifyAccessToMedia", true},
-    {"SubmitExportQuery", "submitExportQuery", "metadata.query.export", "task.metadata.query.exporttypes",
-     "ExportQuery", true},
-    {"SubmitVideoFormatsQuery", "submitVideoFormatsQuery", "metadata.query.video",
-     "task.metadata.query.video", "VideoFormatsQuery", true},
-    {"SubmitAudioFormatsQuery", "submitAudioFormatsQuery", "metadata.query.audio",
-     "task.metadata.query.audio", "AudioFormatsQuery", true},
-    {"SubmitSourceAvailabilityQuery", "submitSourceAvailabilityQuery", "metadata.sourceavailability",
-     "task.metadata.sourceavailability", "SourceAvailability", true},
-    {"SubmitMobIDsFromContainerQuery", "submitMobIDsFromContainerQuery", "metadata.mobidsfromcontainer",
-     "task.metadata.mobidsfromcontainer", "MobIDsFromContainer", true},
-    {"SubmitSuitableMastersQuery", "submitSuitableMastersQuery", "metadata.query.suitablemasters",
-     "task.metadata.query.suitablemasters", "SuitableMastersQuery", true},
+    {"SubmitAudioFormatsQuery", "metadata.query.audio", "task.metadata.query.audio", "AudioFormatsQuery",
+     true},
+    {"SubmitSourceAvailabilityQuery", "metadata.sourceavailability", "task.metadata.sourceavailability",
+     "SourceAvailability", true},
+    {"SubmitMobIDsFromContainerQuery", "metadata.mobidsfromcontainer", "task.metadata.mobidsfromcontainer",
+     "MobIDsFromContainer", true},
+    {"SubmitSuitableMastersQuery", "metadata.query.suitablemasters", "task.metadata.query.suitablemasters",
+     "SuitableMastersQuery", true},
 };
 
-TEST(SchedulerService, RegistersEachHandlerInItsPlaceWithWhatBelongsToIt) {
+TEST(SchedulerService, RegistersEachSubmissionWithItsJob) {
     const auto description = Messaging::ConstructServiceInfo();
     description->SetNameRealmVersion("orvik.quillon.processing.scheduler", "test", 2);
     SchedulerService service;
@@ -62,17 +56,9 @@ TEST(SchedulerService, RegistersEachHandlerInItsPlaceWithWhatBelongsToIt) {
         false));
 
     const auto& info = dynamic_cast<const Messaging::ServiceInfo&>(*description);
-    EXPECT_EQ(info.GetSubmitMessageHandlers().size(), kSubmissions.size());
-    EXPECT_EQ(info.GetMessageHandlers().size(), 0U);
-    EXPECT_EQ(info.GetMessageHandlersV2().size(), 0U);
-    ASSERT_EQ(info.GetRegistrations().size(), kSubmissions.size());
-    for (std::size_t place = 0; place < kSubmissions.size(); ++place) {
-        const auto& expected = kSubmissions[place];
+    ASSERT_EQ(info.GetSubmitOpJobs().size(), kSubmissions.size());
+    for (const auto& expected : kSubmissions) {
         SCOPED_TRACE(expected.name);
-        const auto& registration = info.GetRegistrations()[place];
-        EXPECT_EQ(registration.name, expected.name);
-        EXPECT_EQ(registration.restPath, expected.restPath);
-        EXPECT_EQ(registration.restMethod, PlatformAbstraction::HTTPMethod::Post);
         ASSERT_EQ(info.GetSubmitOpJobs().count(expected.name), 1U);
         const auto& job = info.GetSubmitOpJobs().at(expected.name);
         EXPECT_EQ(job.jobKind, "orvik.quillon." + expected.jobKind);

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "ServiceMessageHandler.h"
+
+namespace Weftline::Services::Scheduler {
+
+/// Hands out a query's export types, equal ones once, and consumes them. Keeps nothing of a request.
+class FindExportTypesHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandler {
+public:
+    explicit FindExportTypesHandler(std::string realm);
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+    bool HandleMessage(std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> context,
+                       const CoreServices::Parameters& request,
+                       PlatformAbstraction::Messaging::ServiceMessageResponse& response) override;
+
+private:
+    const std::string m_realm;  // where the service is registered; the store knows no realms
+};
+
+}  // namespace Weftline::Services::Scheduler

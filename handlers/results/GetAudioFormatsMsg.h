@@ -1,0 +1,15 @@
+#pragma once
+
+#include "GenericProxyMsg.h"
+
+namespace Weftline::Services::Scheduler {
+
+/// Passes the question for audio formats on to the metadata worker.
+class GetAudioFormatsMsg final : public GenericProxyMsg {
+public:
+    explicit GetAudioFormatsMsg(std::string realm);
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+};
+
+}  // namespace Weftline::Services::Scheduler

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "GenericProxyMsg.h"
+
+namespace Weftline::Services::Scheduler {
+
+/// Passes the question for colour spaces on to the metadata worker.
+class GetColorSpacesMsg final : public GenericProxyMsg {
+public:
+    explicit GetColorSpacesMsg(std::string realm);
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+};
+
+}  // namespace Weftline::Services::Scheduler

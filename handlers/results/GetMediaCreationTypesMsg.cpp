@@ -1,0 +1,23 @@
+#include "GetMediaCreationTypesMsg.h"
+
+#include <utility>
+
+#include "RegParamsBuilder.h"
+#include "Vocabulary.h"
+
+namespace Weftline::Services::Scheduler {
+
+GetMediaCreationTypesMsg::GetMediaCreationTypesMsg(std::string realm)
+    : GenericProxyMsg(std::move(realm), ServiceNames::MetadataWorker, kMetadataWorkerVersion,
+                      Operations::GetMediaCreationTypes) {}
+
+PlatformAbstraction::RegistrationParams GetMediaCreationTypesMsg::GetRegistrationParams() const {
+    return PlatformAbstraction::RegParamsBuilder()
+        .SetName(std::string(Operations::GetMediaCreationTypes))
+        .SetDescription("Returns list of available media creation types")
+        .SetRESTPath("getMediaCreationTypes")
+        .AddExample({"query media creation types by name", {}})
+        .GetResult();
+}
+
+}  // namespace Weftline::Services::Scheduler

@@ -1,0 +1,42 @@
+#include "GetProfilesHandler.h"
+
+#include <string>
+
+#include "EventStore.h"
+#include "ObjectStore.h"
+#include "ProfileEntity.h"
+#include "RegParamsBuilder.h"
+#include "StoreLimits.h"
+#include "Vocabulary.h"
+
+namespace Weftline::Services::Scheduler {
+
+using CommonServices::EventStore;
+using CommonServices::ObjectStore;
+using CoreServices::Parameters;
+using PlatformAbstraction::Messaging::MessageContext;
+
+PlatformAbstraction::RegistrationParams GetProfilesHandler::GetRegistrationParams() const {
+    return PlatformAbstraction::RegParamsBuilder()
+        .SetName("getProfiles")
+        .SetDescription("Get the list of all profiles")
+        .SetRESTPath("profiles")
+        .AddExample({"get profiles", {}})
+        .GetResult();
+}
+
+Parameters GetProfilesHandler::HandleMessageV2(const Parameters& /*request*/,
+                                               std::shared_ptr<MessageContext> /*context*/) {
+    const auto objectStore = std::make_shared<ObjectStore>();
+    const auto eventStore = std::make_shared<EventStore>(Parameters());
+    Parameters answer;
+    answer.AddEmptyArray(Keys::Results);
+    for (const Record& record : objectStore->FindRecordsOfType(
+             std::string(Collections::Profiles), std::string(RecordTypes::Profile), 0, kAllRecords)) {
+        const Entities::Profile profile(objectStore, eventStore, record);
+        answer.AddArrayChildParameters(Keys::Results, profile.ToListEntry());
+    }
+    return answer;
+}
+
+}  // namespace Weftline::Services::Scheduler

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "GenericProxyMsg.h"
+
+namespace Weftline::Services::Scheduler {
+
+/// Passes the question for stereoscopic modes on to the metadata worker.
+class GetS3DModesMsg final : public GenericProxyMsg {
+public:
+    explicit GetS3DModesMsg(std::string realm);
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+};
+
+}  // namespace Weftline::Services::Scheduler

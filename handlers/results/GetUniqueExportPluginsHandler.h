@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "ServiceMessageHandlerV2.h"
+
+namespace Weftline::Services::Scheduler {
+
+/// Lists the export plug-ins that any worker of the farm has, of one type where the request names it.
+class GetUniqueExportPluginsHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandlerV2 {
+public:
+    explicit GetUniqueExportPluginsHandler(std::string realm);
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+    CoreServices::Parameters HandleMessageV2(
+        const CoreServices::Parameters& request,
+        std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> context) override;
+
+private:
+    const std::string m_realm;  // where the service is registered; the store knows no realms
+};
+
+}  // namespace Weftline::Services::Scheduler
