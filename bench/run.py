@@ -41,9 +41,9 @@ def start_service(binary, directory, store):
                                    stdin=subprocess.DEVNULL)
     deadline = time.monotonic() + START_SECONDS
     while time.monotonic() < deadline and service.poll() is None:
-        listening = re.search(r"Listening on (http://\S+:\d+)", errors.read_text())
+        listening = re.search(r"Listening on http://\S+:(\d+)", errors.read_text())
         if listening:
-            return service, listening.group(1)
+            return service, "http://127.0.0.1:" + listening.group(1)
         time.sleep(0.02)
     service.kill()
     sys.exit("the service did not start:\n" + errors.read_text())

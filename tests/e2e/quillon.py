@@ -81,7 +81,7 @@ class Service:
 
     def connect(self, raw):
         """A connection on which these bytes were sent, or as many as the service wanted."""
-        connection = socket.create_connection(("localhost", self.port), DEADLINE_SECONDS)
+        connection = socket.create_connection(("127.0.0.1", self.port), DEADLINE_SECONDS)
         with contextlib.suppress(BrokenPipeError, ConnectionResetError):
             connection.sendall(raw)
         return connection

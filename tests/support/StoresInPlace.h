@@ -7,8 +7,8 @@
 
 namespace TestSupport {
 
-/// Puts fresh fake stores in the place of the process's own, as long as this lives. When it ends, there are no
-/// stores at all, whatever was there before.
+/// Puts fresh fake stores in the place of the process's own, as long as this lives. When it ends, there are
+/// no stores at all, whatever was there before.
 class StoresInPlace {
 public:
     StoresInPlace();
