@@ -26,14 +26,14 @@ public:
     EventLog& operator=(const EventLog&) = delete;
     virtual ~EventLog() = default;
 
-    /// Appends to the topic `record.recordTopic`. With `durable` it returns once the event is on disk, else once
-    /// it is queued. False when the event was not taken.
+    /// Appends to the topic `record.recordTopic`. With `durable` it returns once the event is on disk, else
+    /// once it is queued. False when the event was not taken.
     virtual bool Append(const Weftline::Record& record, bool durable) = 0;
 
-    /// The events of a topic behind `afterOffset` (0: from the first), in order, at most `limit`. Where there is
-    /// none yet it waits for one, at most `wait`, and then gives an empty list.
-    virtual std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset, std::size_t limit,
-                                          std::chrono::milliseconds wait) = 0;
+    /// The events of a topic behind `afterOffset` (0: from the first), in order, at most `limit`. Where there
+    /// is none yet it waits for one, at most `wait`, and then gives an empty list.
+    virtual std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset,
+                                          std::size_t limit, std::chrono::milliseconds wait) = 0;
 };
 
 }  // namespace CommonServices

@@ -21,12 +21,13 @@ class ObjectStore {
 public:
     /// Chooses and opens the store of the process, once: an empty `uri` gives the embedded store
     /// `<parent of the metadata root path>/Store/<database><suffix>.db`, "sqlite:PATH" the embedded store in
-    /// that file. False, with a line in the log that tells a person why, when the address means nothing here or
-    /// the store cannot be opened. `deploy` is the deployment mode; the choice does not depend on it.
+    /// that file. False, with a line in the log that tells a person why, when the address means nothing here
+    /// or the store cannot be opened. `deploy` is the deployment mode; the choice does not depend on it.
     static bool Init(const std::string& deploy, const std::string& database, const std::string& uri,
                      const std::string& suffix);
 
-    /// Puts a store of the caller's in place, for programs that bring their own; an empty pointer takes it away.
+    /// Puts a store of the caller's in place, for programs that bring their own; an empty pointer takes it
+    /// away.
     static void Use(std::shared_ptr<RecordStore> store);
 
     /// False on failure; the record is on disk when this gives true.

@@ -9,13 +9,13 @@
 
 namespace CommonServices {
 
-/// Where records are kept. `ObjectStore` is a thin value over the one of the process; the embedded store is one
-/// implementation, a database of many machines another.
+/// Where records are kept. `ObjectStore` is a thin value over the one of the process; the embedded store is
+/// one implementation, a database of many machines another.
 ///
-/// Every implementation promises: any thread may call at any time; what `Upsert` has accepted survives the end
-/// of the process and of the machine; a record's identity is its id, in the whole store; "the store's order" is
-/// the order of first insertion, and an upsert keeps a record's place. Failures other than the bool results are
-/// thrown as `ObjectStoreException`.
+/// Every implementation promises: any thread may call at any time; what `Upsert` has accepted survives the
+/// end of the process and of the machine; a record's identity is its id, in the whole store; "the store's
+/// order" is the order of first insertion, and an upsert keeps a record's place. Failures other than the bool
+/// results are thrown as `ObjectStoreException`.
 class RecordStore {
 public:
     RecordStore() = default;
@@ -23,21 +23,24 @@ public:
     RecordStore& operator=(const RecordStore&) = delete;
     virtual ~RecordStore() = default;
 
-    /// Inserts or replaces under `record.recordID` in the collection `record.recordTopic`. False when the record
-    /// was not stored, also when its id lives in another collection. Returns once it is durable.
+    /// Inserts or replaces under `record.recordID` in the collection `record.recordTopic`. False when the
+    /// record was not stored, also when its id lives in another collection. Returns once it is durable.
     virtual bool Upsert(const Weftline::Record& record) = 0;
 
-    virtual std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) = 0;
+    virtual std::optional<Weftline::Record> FindByID(const std::string& id,
+                                                     const std::string& collection) = 0;
 
-    /// In the store's order, at most `limit` after leaving out the first `offset`. Negative numbers count as 0.
+    /// In the store's order, at most `limit` after leaving out the first `offset`. Negative numbers count as
+    /// 0.
     virtual std::vector<Weftline::Record> FindOfType(const std::string& collection, const std::string& type,
                                                      std::int32_t offset, std::int32_t limit) = 0;
 
-    /// As `FindOfType`, of the records whose public JSON has the text `value` under the top-level key `key`. The
-    /// cost follows the number of matches, not the size of the store.
-    virtual std::vector<Weftline::Record> FindWithReference(const std::string& collection, const std::string& type,
-                                                            const std::string& key, const std::string& value,
-                                                            std::int32_t offset, std::int32_t limit) = 0;
+    /// As `FindOfType`, of the records whose public JSON has the text `value` under the top-level key `key`.
+    /// The cost follows the number of matches, not the size of the store.
+    virtual std::vector<Weftline::Record> FindWithReference(const std::string& collection,
+                                                            const std::string& type, const std::string& key,
+                                                            const std::string& value, std::int32_t offset,
+                                                            std::int32_t limit) = 0;
 
     /// All or nothing; ids that are not there are no failure. False when nothing was deleted for a fault.
     virtual bool DeleteMany(const std::vector<std::string>& ids) = 0;

@@ -59,6 +59,12 @@ void OpenEmbedded(const std::string& path) {
     choice.embeddedPath = path;
 }
 
+std::string EmbeddedPath() {
+    Choice& choice = TheChoice();
+    const std::scoped_lock lock(choice.mutex);
+    return choice.embedded.records == nullptr ? std::string() : choice.embeddedPath;
+}
+
 void SetRecords(std::shared_ptr<RecordStore> records) {
     Choice& choice = TheChoice();
     EmbeddedStore former;  // closes after the mutex

@@ -17,6 +17,9 @@ namespace StoreChoice {
 /// chosen already it stays open; another one is let go first, and closes once nobody holds it.
 void OpenEmbedded(const std::string& path);
 
+/// The file of the embedded store; empty while none is chosen.
+std::string EmbeddedPath();
+
 /// Chooses a store of the caller's, and lets the embedded one go. An empty pointer leaves none.
 void SetRecords(std::shared_ptr<RecordStore> records);
 std::shared_ptr<RecordStore> Records();

@@ -2,11 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <thread>
 
 #include "EmbeddedFixture.h"
@@ -20,7 +20,7 @@ using testing::IsSupersetOf;
 using testing::SizeIs;
 
 class EmbeddedWrites : public EmbeddedFixture {
-protected:
+public:
     EmbeddedWrites() {
         FaultyDisk::Install();
         options.vfs = FaultyDisk::kVfs;
@@ -31,6 +31,7 @@ protected:
 
 void InThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(count));
     for (int thread = 0; thread < count; ++thread) {
         threads.emplace_back(work, thread);
     }
@@ -126,6 +127,7 @@ TEST_F(EmbeddedWrites, LongListsAreReadWholeAndDeletedAtOnce) {
         std::to_string(kRecords - 1) +
         ") INSERT INTO records (recordID, recordType, recordTopic) SELECT i, 'Job', 'V2_WFJobs' FROM n");
     std::vector<std::string> expected;
+    expected.reserve(kRecords);
     for (int n = 0; n < kRecords; ++n) {
         expected.push_back(std::to_string(n));
     }
@@ -207,7 +209,7 @@ TEST_F(EmbeddedWrites, AForeignLockIsWaitedForAndThenRefused) {
 }
 
 TEST_F(EmbeddedWrites, TheLogStaysBoundedAndASlowReaderOnlyDelaysThat) {
-    options.checkpointBytes = 256 * 1024;
+    options.checkpointBytes = 262144;
     options.idleAfter = std::chrono::hours(1);
     Open();
     const auto logBytes = [this] { return std::filesystem::file_size(options.path + "-wal"); };

@@ -27,6 +27,7 @@ protected:
 
     static std::vector<std::string> TextsOf(const std::vector<LoggedEvent>& events) {
         std::vector<std::string> texts;
+        texts.reserve(events.size());
         for (const LoggedEvent& event : events) {
             texts.push_back(event.record.recordData);
         }
@@ -72,6 +73,7 @@ TEST_P(EventLogConformance, NoEventIsMissedByAReaderThatFollows) {
     constexpr int kThreads = 8;
     constexpr int kEach = 25;
     std::vector<std::thread> writers;
+    writers.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         writers.emplace_back([this, thread] {
             for (int n = 0; n < kEach; ++n) {

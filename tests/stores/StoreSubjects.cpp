@@ -39,6 +39,7 @@ Weftline::Record ResultOf(const std::string& id, const std::string& query) {
 
 std::vector<std::string> IdsOf(const std::vector<Weftline::Record>& records) {
     std::vector<std::string> ids;
+    ids.reserve(records.size());
     for (const Weftline::Record& record : records) {
         ids.push_back(record.recordID);
     }

@@ -18,11 +18,11 @@ SQLite::Database Open(const SqliteOptions& options, int access) {
 
 SQLite::Database OpenWriter(const SqliteOptions& options) {
     SQLite::Database database = Open(options, SQLite::OPEN_READWRITE);
-    // Whether a pragma touches the file or not, the first statement does; a file that is no database is told
-    // there. Freed pages keep their old contents: zeroing them would write every deleted record once more.
+    // Freed pages keep their old contents: zeroing them would write every deleted record once more. The cache is
+    // small because SQLite walks all of it at each commit that split pages; what it lacks the system still has.
     database.exec(
         "PRAGMA synchronous = FULL; PRAGMA wal_autocheckpoint = 0; PRAGMA secure_delete = OFF;"
-        "PRAGMA cache_size = -65536; PRAGMA journal_size_limit = " +
+        "PRAGMA cache_size = -8192; PRAGMA journal_size_limit = " +
         std::to_string(options.checkpointBytes));
     return database;
 }

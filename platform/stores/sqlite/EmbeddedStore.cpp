@@ -18,6 +18,10 @@ namespace {
         throw ObjectStoreException("'" + path + "' is no database or is damaged (" + fault.what() +
                                    "); move it away or name another file");
     }
+    if ((fault.getErrorCode() & 0xff) == SQLITE_BUSY) {
+        throw ObjectStoreException("'" + path +
+                                   "' is locked by another program; end that program's work on it");
+    }
     throw ObjectStoreException("The store's file '" + path + "' cannot be opened: " + fault.what() +
                                "; make it and its directory writable for this user or name another file");
 }

@@ -18,8 +18,9 @@ void SqliteFile::EnsureReferenceIndex(const std::string& key) {
     }
     // Two threads may come this far with one key; the second finds the index there.
     static_cast<void>(ReferenceExpression(key));
+    const bool isThere = m_readers.Take()->HasReferenceIndex(key);
     ReferenceIndexWrite write(key);
-    if (m_readers.Take()->HasReferenceIndex(key) || m_writer.Write(write)) {
+    if (isThere || m_writer.Write(write)) {
         const std::scoped_lock lock(m_indexedMutex);
         m_indexedKeys.insert(key);
     }

@@ -9,6 +9,9 @@ namespace CommonServices::Sqlite {
 
 namespace {
 
+// On a full disk thousands of writes fail each second, all for the same reason.
+constexpr std::chrono::seconds kRepeatFault{1};
+
 // A sync that failed may have lost what it was to save, and the next one may succeed all the same: the system
 // drops the failure once it has told it. So this is never a passing fault.
 bool IsSyncFault(int code) {
@@ -131,7 +134,12 @@ void SqliteWriter::NoteFault(const std::string& what, int code, const std::strin
                                         "): the store refuses all writes until the service is started anew");
         return;
     }
-    PlatformAbstraction::Log::Error(what + " '" + m_path + "': " + text);
+    const auto now = std::chrono::steady_clock::now();
+    if (text != m_lastFault || now - m_lastFaultTold >= kRepeatFault) {
+        PlatformAbstraction::Log::Error(what + " '" + m_path + "': " + text);
+        m_lastFault = text;
+        m_lastFaultTold = now;
+    }
 }
 
 }  // namespace CommonServices::Sqlite

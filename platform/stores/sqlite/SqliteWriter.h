@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -47,6 +48,8 @@ private:
     WriteConnection m_connection;
     LogKeeper m_logKeeper;
 
+    std::string m_lastFault;
+    std::chrono::steady_clock::time_point m_lastFaultTold;
     std::atomic<bool> m_syncFailed = false;  // set by the writer thread alone
 
     std::thread m_thread;  // last: it uses all of the above

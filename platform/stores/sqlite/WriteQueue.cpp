@@ -22,7 +22,8 @@ void WriteQueue::AddAndWait(PendingWrite& write) {
     if (wake) {
         m_arrival.notify_one();
     }
-    WaitFor(number);
+    const PlatformAbstraction::BlockingRegion blocking;
+    m_finished[number % 2].WaitFor(number);
 }
 
 bool WriteQueue::AddDetached(std::unique_ptr<PendingWrite> write) {
@@ -61,9 +62,7 @@ bool WriteQueue::Take(WriteGroup& group, std::chrono::milliseconds patience) {
 void WriteQueue::Finish(WriteGroup& group) {
     group.writes.clear();  // first: those who wait own their writes and take them away
     group.detached.clear();
-    std::atomic<std::uint32_t>& word = m_finished[group.number % 2];
-    word.store(group.number, std::memory_order_release);
-    word.notify_all();
+    m_finished[group.number % 2].Announce(group.number);
 }
 
 void WriteQueue::Close() {
@@ -72,17 +71,6 @@ void WriteQueue::Close() {
         m_closed = true;
     }
     m_arrival.notify_one();
-}
-
-void WriteQueue::WaitFor(std::uint32_t number) {
-    const PlatformAbstraction::BlockingRegion blocking;
-    std::atomic<std::uint32_t>& word = m_finished[number % 2];
-    // The difference is signed because the numbers wrap around. A word cannot run ahead of a waiter by more
-    // than the groups that finish before it looks again.
-    for (std::uint32_t seen = word.load(std::memory_order_acquire);
-         static_cast<std::int32_t>(seen - number) < 0; seen = word.load(std::memory_order_acquire)) {
-        word.wait(seen, std::memory_order_acquire);
-    }
 }
 
 }  // namespace CommonServices::Sqlite

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -9,6 +8,7 @@
 #include <mutex>
 #include <vector>
 
+#include "GroupSignal.h"
 #include "PendingWrite.h"
 
 namespace CommonServices::Sqlite {
@@ -23,7 +23,7 @@ struct WriteGroup {
 /// Where writes of all threads wait for the one writer. Any thread may add; one thread takes and finishes.
 ///
 /// A group forms by arrival and never by a timer: the writer takes what is there as soon as it is free. All
-/// who wait for a group are woken by one notification, and nobody else is: groups wait by turns on two words.
+/// who wait for a group are woken at once, and nobody else is: groups wait by turns on two signals.
 class WriteQueue {
 public:
     /// Returns once the write's group is through. The thread counts as blocked meanwhile.
@@ -41,9 +41,7 @@ public:
     void Close();
 
 private:
-    void WaitFor(std::uint32_t number);
-
-    std::atomic<std::uint32_t> m_finished[2] = {0, 0};  // the last finished group of even and of odd number
+    GroupSignal m_finished[2];  // of groups of even and of odd number
 
     std::mutex m_mutex;  // guards what follows
     std::condition_variable m_arrival;

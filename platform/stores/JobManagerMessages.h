@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+/// What a job manager is asked over the bus, beyond the vocabulary that all services share. It is the service
+/// that the setting `jobmanagerservicename` names, in the realm "global", version 1. A caller's identity goes
+/// with each request as the child tree `identity`, unless it is unknown.
+///
+/// `findJobsByKind`: one page of the jobs of a kind, in an order that stays the same between pages.
+///
+///     {"kind":"orvik.quillon.transcode","offset":0,"limit":25,"identity":{...}}
+///     {"results":[{"id":"...","clientKey":"...","kind":"...",
+///                  "creationDateTime":"2024-05-06T07:08:09.000Z","completedDateTime":"",
+///                  "createdBy":"...","name":"...","status":"Completed","priority":50,"progress":100,
+///                  "info":{},"details":{"SubTaskJobIDs":["..."]}}],
+///      "limit":25,"total":1}
+///
+/// `results` and `total` are always there; `results` holds trees, each with an `id`, all else of a job may be
+/// missing. `total` counts all jobs of the kind. `limit` is the size of page that the manager went by, where
+/// it is not the one asked for. `creationDateTime` is UTC, down to the second and followed by a tail of at
+/// least five characters (".000Z", or a fraction of six digits), which nobody reads: a job whose date has
+/// none counts as one of unknown age and is never purged.
+///
+/// `removeJob`: takes the job away.
+///
+///     {"id":"...","identity":{...}}
+///     {"id":"..."}
+///
+/// An answer with at least one key says that it is done.
+namespace CommonServices {
+
+inline constexpr std::int32_t kJobManagerVersion = 1;
+
+namespace JobManagerOperations {
+inline constexpr std::string_view FindJobsByKind = "findJobsByKind";
+}  // namespace JobManagerOperations
+
+namespace JobManagerKeys {
+inline constexpr std::string_view CreationDateTime = "creationDateTime";
+inline constexpr std::string_view Details = "details";
+inline constexpr std::string_view Info = "info";
+inline constexpr std::string_view Total = "total";
+}  // namespace JobManagerKeys
+
+}  // namespace CommonServices
