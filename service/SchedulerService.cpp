@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "BusConnection.h"
+#include "ConfigureDXHandler.h"
 #include "ErrorCode.h"
 #include "FindAudioFormatsHandler.h"
 #include "FindExportTypesHandler.h"
+#include "FindJobsEx.h"
 #include "FindMobIDsFromContainerHandler.h"
 #include "FindSourceAvailabilityHandler.h"
 #include "FindSuitableMastersHandler.h"
@@ -23,6 +25,9 @@
 #include "GetUniqueExportPluginsHandler.h"
 #include "GetVideoFormatsMsg.h"
 #include "JobKinds.h"
+#include "RemoteLoggingHandler.h"
+#include "RemoveJobEx.h"
+#include "RemoveObsoleteJobsHandler.h"
 #include "ServiceInfoApi.h"
 #include "SubmitAudioFormatsQueryHandler.h"
 #include "SubmitConsolidateHandler.h"
@@ -41,6 +46,7 @@
 #include "SubmitVerifyAccessHandler.h"
 #include "SubmitVideoFormatsQueryHandler.h"
 #include "Vocabulary.h"
+#include "WorkerPoolStatusHandler.h"
 
 namespace Weftline::Services::Scheduler {
 
@@ -89,13 +95,20 @@ void RegisterSubmissions(ServiceInfoApi& service, const std::shared_ptr<BusConne
     add(std::make_shared<SubmitSuitableMastersQueryHandler>(bus), SubmitOperations::kSuitableMastersQuery);
 }
 
-void RegisterOtherMessages(ServiceInfoApi& service, const std::string& realm) {
+void RegisterOtherMessages(ServiceInfoApi& service, const std::shared_ptr<BusConnection>& bus,
+                           const std::string& realm) {
+    service.AddMessageHandler(std::make_shared<RemoveObsoleteJobsHandler>(bus));
     service.AddMessageHandler(std::make_shared<GetVideoFormatsMsg>(realm));
     service.AddMessageHandler(std::make_shared<GetAudioFormatsMsg>(realm));
     service.AddMessageHandler(std::make_shared<GetColorSpacesMsg>(realm));
     service.AddMessageHandler(std::make_shared<GetS3DModesMsg>(realm));
+    service.AddMessageHandler(std::make_shared<ConfigureDXHandler>(bus));
+    service.AddMessageHandler(std::make_shared<RemoteLoggingHandler>(bus));
+    service.AddMessageHandlerV2(std::make_shared<WorkerPoolStatusHandler>(realm));
     service.AddMessageHandler(std::make_shared<GetExportTypesMsg>(realm));
     service.AddMessageHandler(std::make_shared<GetMediaCreationTypesMsg>(realm));
+    service.AddMessageHandler(std::make_shared<FindJobsEx>());
+    service.AddMessageHandler(std::make_shared<RemoveJobEx>());
     service.AddMessageHandler(std::make_shared<FindExportTypesHandler>(realm));
     service.AddMessageHandler(std::make_shared<FindVideoFormatsHandler>(realm));
     service.AddMessageHandler(std::make_shared<FindAudioFormatsHandler>(realm));
@@ -132,7 +145,7 @@ bool SchedulerService::RegisterServiceMessageHandlers(ServiceInfoPointer service
                                                       BusConnectionPointer busConnection,
                                                       bool /*enableOldHALPrototype*/) {
     RegisterSubmissions(*serviceInfo, busConnection);
-    RegisterOtherMessages(*serviceInfo, serviceInfo->GetRealm());
+    RegisterOtherMessages(*serviceInfo, busConnection, serviceInfo->GetRealm());
     return true;
 }
 

@@ -1,15 +1,13 @@
 #include "RespondErrorAndPrint.h"
 
-#include <iostream>
-
+#include "PrintLine.h"
 #include "ServiceMessageResponse.h"
 
 namespace Weftline::Services::Scheduler {
 
 bool RespondErrorAndPrint(PlatformAbstraction::Messaging::ServiceMessageResponse& response,
                           const std::string& code, const std::string& message) {
-    // One write: lines of different threads may follow each other, but not stand in each other.
-    std::cout << message + '\n';
+    PrintLine(message);
     return response.RespondError(code, message);
 }
 

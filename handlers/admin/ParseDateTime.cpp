@@ -1,0 +1,54 @@
+#include "ParseDateTime.h"
+
+#include <chrono>
+#include <ctime>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
+
+namespace Weftline::Services::Scheduler {
+
+namespace {
+
+constexpr const char* kDateTimeFormat = "%Y-%m-%dT%T";
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+constexpr int kFirstYearOfTm = 1900;
+
+bool IsDayOfCalendar(const std::tm& time) {
+    return std::chrono::year_month_day(std::chrono::year(time.tm_year + kFirstYearOfTm),
+                                       std::chrono::month(static_cast<unsigned>(time.tm_mon) + 1),
+                                       std::chrono::day(static_cast<unsigned>(time.tm_mday)))
+        .ok();
+}
+
+}  // namespace
+
+std::optional<std::int64_t> TryParseDateTime(const std::string& text) {
+    std::istringstream stream(text);
+    stream.imbue(std::locale::classic());
+    std::tm time{};
+    // A text that ends behind the date passes for a whole one, so the seconds tell whether they were read.
+    time.tm_sec = -1;
+    stream >> std::get_time(&time, kDateTimeFormat);
+    if (stream.fail() || time.tm_sec < 0 || !IsDayOfCalendar(time)) {
+        return std::nullopt;
+    }
+    // The time before 1970 by one second looks like an error; the day of the week is set on success alone.
+    time.tm_wday = -1;
+    const std::time_t seconds = std::mktime(&time);
+    if (time.tm_wday < 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(seconds) * kTicksPerSecond;
+}
+
+std::int64_t ParseDateTime(const std::string& text) {
+    const auto ticks = TryParseDateTime(text);
+    if (!ticks) {
+        throw std::runtime_error("Failed to parse as a date and time: " + text);
+    }
+    return *ticks;
+}
+
+}  // namespace Weftline::Services::Scheduler

@@ -1,0 +1,188 @@
+#include "RemoveObsoleteJobsHandler.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <iostream>
+#include <stdexcept>
+
+#include "AdminFixture.h"
+#include "ConsoleCapture.h"
+
+namespace Weftline::Services::Scheduler {
+namespace {
+
+using CoreServices::Parameters;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using TestSupport::ConsoleCapture;
+using TestSupport::ScriptedAnswer;
+
+constexpr char kRequest[] = R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})";
+
+class Purge : public AdminFixture {
+protected:
+    /// Carries out the purge and gives what it printed.
+    std::string Run(const std::string& request, const std::string& identity = "") {
+        RemoveObsoleteJobsHandler handler(Connection(), kRunInPlace);
+        const ConsoleCapture console(std::cout);
+        EXPECT_EQ(Answer(handler, request, identity), "OK {}");
+        return console.Text();
+    }
+
+    std::vector<std::string> Removed() const {
+        std::vector<std::string> ids;
+        for (const auto& message : bus->Sent()) {
+            std::string id;
+            if (message.dispatch.operation == "removeJob" &&
+                message.dispatch.parameters.GetParameter("id", id)) {
+                ids.push_back(id);
+            }
+        }
+        return ids;
+    }
+
+    /// "<offset>+<limit>" of each page that was asked for.
+    std::vector<std::string> Pages() const {
+        std::vector<std::string> pages;
+        for (const auto& message : bus->Sent()) {
+            std::int32_t offset = 0;
+            std::int32_t limit = 0;
+            if (message.dispatch.parameters.GetParameter("offset", offset) &&
+                message.dispatch.parameters.GetParameter("limit", limit)) {
+                pages.push_back(std::to_string(offset) + "+" + std::to_string(limit));
+            }
+        }
+        return pages;
+    }
+
+    void SetUp() override { bus->On("removeJob", Results(R"({"id":"gone"})")); }
+};
+
+std::string Page(const std::string& jobs, const std::string& rest = R"("total":1)") {
+    return R"({"results":[)" + jobs + "]," + rest + "}";
+}
+
+std::string Job(const std::string& id, const std::string& date, const std::string& details = "{}") {
+    return R"({"id":")" + id + R"(","creationDateTime":")" + date + R"(","details":)" + details + "}";
+}
+
+TEST_F(Purge, RemovesOnlyJobsWhoseAgeIsKnown) {
+    struct Row {
+        std::string name;
+        std::string date;
+        bool isRemoved;
+    };
+    const Row rows[] = {
+        {"a second before", "2024-05-06T07:08:08.000Z", true},
+        {"the same second", "2024-05-06T07:08:09.000Z", false},
+        {"a fraction of six digits", "2024-05-06T07:08:08.999999", true},
+        {"no fraction", "2023-05-06T07:08:08", false},
+        {"a zone alone", "2023-05-06T07:08:08Z", false},
+        {"a tail that cuts the seconds", "2024-05-06T07:08:59.123", false},
+        {"a tail that cuts a zero", "2024-05-06T07:08:00.123", true},
+        {"missing", "", false},
+        {"shorter than the tail", "2023", false},
+        {"a day and a zone", "2023-05-06+0000", false},
+        {"no such day", "2023-02-30T00:00:00.000Z", false},
+        {"just before 1970", "1969-12-31T23:59:59.000Z", true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        bus = std::make_shared<TestSupport::FakeBusMessaging>();
+        SetUp();
+        bus->On("findJobsByKind", Results(Page(Job("j", row.date))));
+        EXPECT_EQ(Run(kRequest), row.isRemoved ? "1 jobs deleted.\n" : "0 jobs deleted.\n");
+        EXPECT_EQ(Removed().size(), row.isRemoved ? 1U : 0U);
+    }
+}
+
+TEST_F(Purge, EndsWhateverTheManagerTellsOfItsPages) {
+    struct Row {
+        std::string name;
+        std::string answer;  // to each question
+        std::vector<std::string> pages;
+        std::size_t removed;
+    };
+    const std::string job = Job("j", "2001-01-01T00:00:00.000Z");
+    const Row rows[] = {
+        {"nothing", Page("", R"("total":0)"), {"0+25"}, 0},
+        {"a total below 0", Page(job, R"("total":-5)"), {"0+25"}, 1},
+        {"two pages", Page(job, R"("total":26)"), {"0+25", "25+25"}, 2},
+        {"a smaller page", Page(job, R"("limit":10,"total":25)"), {"0+25", "10+10", "20+10"}, 3},
+        {"a page beyond all", Page(job, R"("limit":2147483647,"total":2147483647)"), {"0+25"}, 1},
+        {"limit 0", Page(job + "," + job, R"("limit":0,"total":4)"), {"0+25", "2+25"}, 4},
+        {"limit below 0", Page(job, R"("limit":-2147483648,"total":3)"), {"0+25", "1+25", "2+25"}, 3},
+        {"empty pages of many", Page("", R"("total":2147483647)"), {"0+25"}, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        bus = std::make_shared<TestSupport::FakeBusMessaging>();
+        SetUp();
+        bus->On("findJobsByKind", Results(row.answer));
+        EXPECT_EQ(Run(kRequest), std::to_string(row.removed) + " jobs deleted.\n");
+        EXPECT_THAT(Pages(), ElementsAreArray(row.pages));
+    }
+}
+
+TEST_F(Purge, RemovesSubtasksFirstAndCountsRemovals) {
+    const std::string date = "2001-01-01T00:00:00.000Z";
+    bus->On("findJobsByKind",
+            Results(Page(Job("a", date, R"({"SubTaskJobIDs":["a1","a2"]})") + "," +
+                         Job("b", date, R"({"SubTaskJobIDs":["b1",5]})") + "," +
+                         Job("young", "2031-01-01T00:00:00.000Z", R"({"SubTaskJobIDs":["y"]})") + "," +
+                         Job("c", date, R"({"SubTaskJobIDs":"c1"})"))));
+    bus->On("removeJob", ScriptedAnswer::Error("E", "m"));
+    bus->On("removeJob", ScriptedAnswer::Never());
+    bus->On("removeJob", Results(R"({"id":"gone"})"));
+    EXPECT_EQ(Run(kRequest, "ada"), "3 jobs deleted.\n");
+    EXPECT_THAT(Removed(), ElementsAre("a1", "a2", "a", "b", "c"));
+    EXPECT_EQ(Sent().front(), R"(orvik.job.monitor/global/1/findJobsByKind )"
+                              R"({"kind":"k","offset":0,"limit":25,"identity":{"identityId":"ada"}})");
+}
+
+TEST_F(Purge, TakesTheIdentityFromTheTopLevelAlone) {
+    bus->On("findJobsByKind", Results(Page("")));
+    const auto context = std::make_shared<PlatformAbstraction::Messaging::MessageContext>(
+        Parameters::fromJSON(R"({"context":{"identity":{"identityId":"inner"}}})"), bus);
+    PlatformAbstraction::Messaging::ServiceMessageResponse response;
+    RemoveObsoleteJobsHandler(Connection(), kRunInPlace)
+        .HandleMessage(context, Parameters::fromJSON(kRequest), response);
+    EXPECT_EQ(Sent().front(),
+              R"(orvik.job.monitor/global/1/findJobsByKind {"kind":"k","offset":0,"limit":25})");
+}
+
+TEST_F(Purge, StopsWithALineAndRemovesNothing) {
+    const auto jobs = Results(Page(Job("j", "2001-01-01T00:00:00.000Z")));
+    const auto throwing = [](auto what) { return ScriptedAnswer::Throws([what] { throw what; }); };
+    struct Row {
+        std::string name;
+        std::string request;
+        ScriptedAnswer found;
+        std::string printed;
+    };
+    const Row rows[] = {
+        {"no date", R"({"kind":"k"})", jobs, "Failed to extract: CreationDate\n"},
+        {"no kind", R"({"CreationDate":"2024-05-06T07:08:09"})", jobs, "Failed to extract: kind\n"},
+        {"no date at all", R"({"CreationDate":"soon","kind":"k"})", jobs,
+         "Failed to parse as a date and time: soon\n"},
+        {"a day alone", R"({"CreationDate":"2024-05-06","kind":"k"})", jobs,
+         "Failed to parse as a date and time: 2024-05-06\n"},
+        {"an error of the manager", kRequest, ScriptedAnswer::Error("E", "m"),
+         "findJobsByKind at the job manager has error: E : m\n"},
+        {"a bus that is gone", kRequest, throwing(std::runtime_error("gone")), "gone\n"},
+        {"anything else", kRequest, throwing(5), "Unexpected error encountered.\n"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        bus = std::make_shared<TestSupport::FakeBusMessaging>();
+        SetUp();
+        bus->On("findJobsByKind", row.found);
+        EXPECT_EQ(Run(row.request), row.printed);
+        EXPECT_THAT(Removed(), IsEmpty());
+    }
+}
+
+}  // namespace
+}  // namespace Weftline::Services::Scheduler
