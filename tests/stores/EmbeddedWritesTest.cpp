@@ -14,6 +14,7 @@
 
 namespace {
 
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
@@ -119,7 +120,7 @@ TEST_F(EmbeddedWrites, WritesUnderWayAreFinishedOnClosing) {
 }
 
 TEST_F(EmbeddedWrites, LongListsAreReadWholeAndDeletedAtOnce) {
-    constexpr int kRecords = 3000;  // several stretches
+    constexpr int kRecords = 3000;
     Open();
     ForeignProgram program(options.path);
     program.Do(
@@ -140,6 +141,29 @@ TEST_F(EmbeddedWrites, LongListsAreReadWholeAndDeletedAtOnce) {
     ids.resize(500000, "nobody");
     EXPECT_TRUE(store.records->DeleteMany(ids));
     EXPECT_THAT(Jobs(), ElementsAre("1234"));
+}
+
+TEST_F(EmbeddedWrites, AListIsOfOneStateOfTheStore) {
+    Open();
+    std::atomic<bool> done = false;
+    std::thread other([&] {
+        ForeignProgram program(options.path);
+        for (int round = 0; round < 40; ++round) {
+            program.Do(
+                "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) INSERT INTO "
+                "records "
+                "(recordType, recordTopic, recordPublicData) SELECT 'Job', 'V2_WFJobs', "
+                "'{\"queryID\":\"q\"}' FROM n");
+            program.Do("DELETE FROM records");
+        }
+        done = true;
+    });
+    while (!done) {
+        EXPECT_THAT(store.records->FindOfType("V2_WFJobs", "Job", 0, kAll), AnyOf(IsEmpty(), SizeIs(3000)));
+        EXPECT_THAT(store.records->FindWithReference("V2_WFJobs", "Job", "queryID", "q", 0, kAll),
+                    AnyOf(IsEmpty(), SizeIs(3000)));
+    }
+    other.join();
 }
 
 TEST_F(EmbeddedWrites, AFailedSyncEndsWritingUntilTheStoreIsOpenedAnew) {
@@ -206,6 +230,23 @@ TEST_F(EmbeddedWrites, AForeignLockIsWaitedForAndThenRefused) {
     EXPECT_THAT(Jobs(), IsEmpty());  // readers do not wait for anybody
     program.Do("COMMIT");
     EXPECT_TRUE(Upsert("let in"));
+}
+
+TEST_F(EmbeddedWrites, AProgramThatWritesOnAndOnDoesNotKeepOthersOut) {
+    options.busyTimeout = std::chrono::seconds(10);
+    Open();
+    std::atomic<bool> done = false;
+    std::thread other([&] {
+        ForeignProgram program(options.path);
+        while (!done) {
+            program.Do("INSERT INTO records (recordType, recordTopic) VALUES ('Worker', 'V2_WFWorkers')");
+        }
+    });
+    for (int n = 0; n < 20; ++n) {
+        EXPECT_TRUE(Upsert(std::to_string(n)));
+    }
+    done = true;
+    other.join();
 }
 
 TEST_F(EmbeddedWrites, TheLogStaysBoundedAndASlowReaderOnlyDelaysThat) {

@@ -27,31 +27,30 @@ private:
 
 // `rowid` is the place in the store's order, and the last column of every index.
 std::string ListSql(const std::string& condition) {
-    return std::string("SELECT rowid, ") + kRecordColumns +
-           " FROM records WHERE recordTopic = ?1 AND recordType = ?2 AND rowid > ?3" + condition +
-           " ORDER BY rowid LIMIT ?5 OFFSET ?4";
+    return std::string("SELECT ") + kRecordColumns +
+           " FROM records WHERE recordTopic = ?1 AND recordType = ?2" + condition +
+           " ORDER BY rowid LIMIT ?4 OFFSET ?3";
 }
 
-std::int64_t ReadList(SQLite::Statement& list, const std::string& collection, const std::string& type,
-                      const ReadWindow& window, std::vector<Weftline::Record>& found) {
+// One statement for a list of any length, so that a deletion beside it is seen whole or not at all.
+std::vector<Weftline::Record> ReadList(SQLite::Statement& list, const std::string& collection,
+                                       const std::string& type, const ReadWindow& window) {
     const RunningStatement running(list);
     list.bindNoCopy(1, collection);
     list.bindNoCopy(2, type);
-    list.bind(3, window.after);
-    list.bind(4, window.offset);
-    list.bind(5, window.limit);
-    std::int64_t place = window.after;
+    list.bind(3, window.offset);
+    list.bind(4, window.limit);
+    std::vector<Weftline::Record> found;
     while (list.executeStep()) {
-        place = list.getColumn(0).getInt64();
-        found.push_back(ReadRecord(list, 1));
+        found.push_back(ReadRecord(list, 0));
     }
-    return place;
+    return found;
 }
 
 }  // namespace
 
 std::string ReferenceListSql(const std::string& key) {
-    return ListSql(" AND " + ReferenceExpression(key) + " = ?6");
+    return ListSql(" AND " + ReferenceCondition(key) + " AND " + ReferenceExpression(key) + " = ?5");
 }
 
 struct ReadConnection::Statements {
@@ -98,18 +97,19 @@ std::optional<Weftline::Record> ReadConnection::FindByID(const std::string& id,
     return ReadRecord(find, 0);
 }
 
-std::int64_t ReadConnection::ReadOfType(const std::string& collection, const std::string& type,
-                                        const ReadWindow& window, std::vector<Weftline::Record>& found) {
-    return ReadList(m_pStatements->ofType, collection, type, window, found);
+std::vector<Weftline::Record> ReadConnection::ReadOfType(const std::string& collection,
+                                                         const std::string& type, const ReadWindow& window) {
+    return ReadList(m_pStatements->ofType, collection, type, window);
 }
 
-std::int64_t ReadConnection::ReadWithReference(const std::string& collection, const std::string& type,
-                                               const std::string& key, const std::string& value,
-                                               const ReadWindow& window,
-                                               std::vector<Weftline::Record>& found) {
+std::vector<Weftline::Record> ReadConnection::ReadWithReference(const std::string& collection,
+                                                                const std::string& type,
+                                                                const std::string& key,
+                                                                const std::string& value,
+                                                                const ReadWindow& window) {
     SQLite::Statement& list = m_pStatements->WithReference(key);
-    list.bindNoCopy(6, value);
-    return ReadList(list, collection, type, window, found);
+    list.bindNoCopy(5, value);
+    return ReadList(list, collection, type, window);
 }
 
 std::vector<LoggedEvent> ReadConnection::ReadEvents(const std::string& topic, std::int64_t afterOffset,

@@ -12,10 +12,9 @@
 
 namespace CommonServices::Sqlite {
 
-/// A stretch of a list in the store's order.
+/// A part of a list in the store's order.
 struct ReadWindow {
-    std::int64_t after = 0;   ///< places up to this one are left out
-    std::int64_t offset = 0;  ///< so many more are left out
+    std::int64_t offset = 0;  ///< so many are left out
     std::int64_t limit = 0;
 };
 
@@ -33,12 +32,11 @@ public:
 
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection);
 
-    /// Both add to `found` and give the place of the last record that they added.
-    std::int64_t ReadOfType(const std::string& collection, const std::string& type, const ReadWindow& window,
-                            std::vector<Weftline::Record>& found);
-    std::int64_t ReadWithReference(const std::string& collection, const std::string& type,
-                                   const std::string& key, const std::string& value, const ReadWindow& window,
-                                   std::vector<Weftline::Record>& found);
+    std::vector<Weftline::Record> ReadOfType(const std::string& collection, const std::string& type,
+                                             const ReadWindow& window);
+    std::vector<Weftline::Record> ReadWithReference(const std::string& collection, const std::string& type,
+                                                    const std::string& key, const std::string& value,
+                                                    const ReadWindow& window);
 
     std::vector<LoggedEvent> ReadEvents(const std::string& topic, std::int64_t afterOffset,
                                         std::int64_t limit);

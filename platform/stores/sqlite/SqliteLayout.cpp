@@ -13,9 +13,6 @@ namespace CommonServices::Sqlite {
 
 namespace {
 
-// "QSST", in the header field that tells whose database a file is.
-constexpr int kApplicationId = 0x51535354;
-
 // Rows of other programs may leave out all but type and topic; the defaults are what a new `Record` holds.
 // The three texts that classify and name a row must be texts, or no read would ever find it.
 constexpr const char* kRecordColumnDefinitions = R"sql(
@@ -96,7 +93,7 @@ void PrepareLayout(SQLite::Database& database, const std::string& path, int page
     }
 }
 
-std::string ReferenceExpression(std::string_view key) {
+std::string ReferenceCondition(std::string_view key) {
     const bool bad = std::any_of(key.begin(), key.end(), [](char c) {
         return c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20;
     });
@@ -105,11 +102,14 @@ std::string ReferenceExpression(std::string_view key) {
             "A reference key may not be empty nor hold double quotes, backslashes or "
             "control characters");
     }
+    return "instr(recordPublicData, " + SqlText("\"" + std::string(key) + "\"") + ") > 0";
+}
+
+std::string ReferenceExpression(std::string_view key) {
     const std::string path = SqlText("$.\"" + std::string(key) + "\"");
-    // The search for the quoted key comes first because it is cheap: a row without references costs no more
-    // than that. The nesting keeps the JSON functions, which fail on broken JSON, behind the test for it.
-    return "CASE WHEN instr(recordPublicData, " + SqlText("\"" + std::string(key) + "\"") +
-           ") > 0 THEN CASE WHEN json_valid(recordPublicData) THEN CASE json_type(recordPublicData, " + path +
+    // The nesting keeps the JSON functions, which fail on broken JSON, behind the test for it.
+    return "CASE WHEN " + ReferenceCondition(key) +
+           " THEN CASE WHEN json_valid(recordPublicData) THEN CASE json_type(recordPublicData, " + path +
            ") WHEN 'text' THEN json_extract(recordPublicData, " + path + ") END END END";
 }
 
@@ -118,9 +118,11 @@ std::string ReferenceIndexName(std::string_view key) {
 }
 
 std::string CreateReferenceIndexSql(std::string_view key) {
-    const std::string expression = ReferenceExpression(key);
+    // The condition is cheap: a record without the key costs no more than the search for it, and one that has
+    // it, whose JSON is read anyway, is not read a second time to see whether it belongs here.
     return "CREATE INDEX IF NOT EXISTS \"" + ReferenceIndexName(key) +
-           "\" ON records (recordTopic, recordType, " + expression + ") WHERE " + expression + " IS NOT NULL";
+           "\" ON records (recordTopic, recordType, " + ReferenceExpression(key) + ") WHERE " +
+           ReferenceCondition(key);
 }
 
 }  // namespace CommonServices::Sqlite

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,10 @@ inline constexpr int kLayoutVersion = 1;
 /// connection that writes.
 void PrepareLayout(SQLite::Database& database, const std::string& path, int pageSize);
 
+/// "QSST", which tells that a file is a store: a 32-bit number, big-endian, at this place of the file.
+inline constexpr std::int32_t kApplicationId = 0x51535354;
+inline constexpr int kApplicationIdPlace = 68;  // SQLite's file format
+
 /// The columns of both tables that make up a record, in the order in which `RecordRow.h` binds and reads
 /// them.
 extern const char* const kRecordColumns;
@@ -28,8 +33,12 @@ extern const char* const kRecordColumns;
 /// empty one, or one with double quotes, backslashes or control characters.
 std::string ReferenceExpression(std::string_view key);
 
-/// Makes the index that answers for `ReferenceExpression(key)`, where it is not there already. SQLite keeps
-/// it up to date, whoever writes the rows.
+/// SQL for the rows that the index of the key holds: true of every row whose public JSON spells the key.
+/// Throws as `ReferenceExpression` does.
+std::string ReferenceCondition(std::string_view key);
+
+/// Makes the index that answers for `ReferenceExpression(key)` where `ReferenceCondition(key)` stands beside
+/// it, unless it is there already. SQLite keeps it up to date, whoever writes the rows.
 std::string CreateReferenceIndexSql(std::string_view key);
 
 /// The name of that index, unquoted.

@@ -11,10 +11,6 @@ namespace CommonServices::Sqlite {
 
 namespace {
 
-// Records that are read from one state of the store. Of jobs it is some megabytes, read in a few
-// milliseconds.
-constexpr std::int64_t kStretch = 1024;
-
 template <typename Read>
 auto Guarded(Read read) {
     try {
@@ -24,22 +20,8 @@ auto Guarded(Read read) {
     }
 }
 
-// `read` adds the records of a window to a list and gives the place of the last.
-template <typename Read>
-std::vector<Weftline::Record> ReadInStretches(std::int32_t offset, std::int32_t limit, Read read) {
-    std::vector<Weftline::Record> found;
-    ReadWindow window{0, std::max(offset, 0), 0};
-    const std::size_t wanted = static_cast<std::size_t>(std::max(limit, 0));
-    while (found.size() < wanted) {
-        const std::size_t before = found.size();
-        window.limit = std::min(kStretch, static_cast<std::int64_t>(wanted - before));
-        window.after = read(window, found);
-        window.offset = 0;
-        if (found.size() - before < static_cast<std::size_t>(window.limit)) {
-            break;
-        }
-    }
-    return found;
+ReadWindow WindowOf(std::int32_t offset, std::int32_t limit) {
+    return {std::max(offset, 0), std::max(limit, 0)};
 }
 
 }  // namespace
@@ -59,12 +41,8 @@ std::optional<Weftline::Record> SqliteRecordStore::FindByID(const std::string& i
 std::vector<Weftline::Record> SqliteRecordStore::FindOfType(const std::string& collection,
                                                             const std::string& type, std::int32_t offset,
                                                             std::int32_t limit) {
-    return Guarded([&] {
-        const ReaderPool::Lease reader = m_pFile->Readers().Take();
-        return ReadInStretches(offset, limit, [&](const ReadWindow& window, auto& found) {
-            return reader->ReadOfType(collection, type, window, found);
-        });
-    });
+    return Guarded(
+        [&] { return m_pFile->Readers().Take()->ReadOfType(collection, type, WindowOf(offset, limit)); });
 }
 
 std::vector<Weftline::Record> SqliteRecordStore::FindWithReference(const std::string& collection,
@@ -74,10 +52,8 @@ std::vector<Weftline::Record> SqliteRecordStore::FindWithReference(const std::st
                                                                    std::int32_t offset, std::int32_t limit) {
     return Guarded([&] {
         m_pFile->EnsureReferenceIndex(key);
-        const ReaderPool::Lease reader = m_pFile->Readers().Take();
-        return ReadInStretches(offset, limit, [&](const ReadWindow& window, auto& found) {
-            return reader->ReadWithReference(collection, type, key, value, window, found);
-        });
+        return m_pFile->Readers().Take()->ReadWithReference(collection, type, key, value,
+                                                            WindowOf(offset, limit));
     });
 }
 

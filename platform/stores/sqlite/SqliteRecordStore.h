@@ -7,9 +7,8 @@
 
 namespace CommonServices::Sqlite {
 
-/// The records of the embedded store. Long lists are read in stretches, each of one state of the store: a
-/// list of any length does not hold back the log, and a record that is written meanwhile is either in it or
-/// not.
+/// The records of the embedded store. Each list is read from one state of the store, whatever is written
+/// meanwhile.
 class SqliteRecordStore final : public RecordStore {
 public:
     explicit SqliteRecordStore(std::shared_ptr<SqliteFile> file);

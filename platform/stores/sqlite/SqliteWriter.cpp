@@ -51,6 +51,7 @@ void SqliteWriter::Run() {
     while (m_queue.Take(group, m_idleAfter)) {
         if (group.writes.empty()) {
             KeepLog(&LogKeeper::WhenIdle);
+            m_connection.ReleaseMemoryAfterDeletions();
             continue;
         }
         Commit(group);

@@ -5,11 +5,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
 #include "ObjectStoreException.h"
+#include "SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
 
@@ -42,6 +45,22 @@ int OpenFile(const std::string& path) {
     return descriptor;
 }
 
+// An empty file, or one that says it is a store. Any other is not ours to change; it is refused later, by
+// whoever reads it.
+bool MayBeStore(int descriptor) {
+    std::array<unsigned char, 4> id{};
+    const ssize_t bytes = ::pread(descriptor, id.data(), id.size(), kApplicationIdPlace);
+    if (bytes == 0) {
+        struct stat state {};
+        return ::fstat(descriptor, &state) == 0 && state.st_size == 0;
+    }
+    std::uint32_t number = 0;
+    for (const unsigned char byte : id) {
+        number = (number << 8U) | byte;
+    }
+    return number == static_cast<std::uint32_t>(kApplicationId);
+}
+
 }  // namespace
 
 StoreFile::StoreFile(const std::string& path) {
@@ -58,7 +77,9 @@ StoreFile::StoreFile(const std::string& path) {
     }
     // The log and the shared memory beside it take the mode of the file. A file of another owner that lets us
     // write keeps its mode: it was set on purpose.
-    static_cast<void>(::fchmod(m_descriptor, S_IRUSR | S_IWUSR));
+    if (MayBeStore(m_descriptor)) {
+        static_cast<void>(::fchmod(m_descriptor, S_IRUSR | S_IWUSR));
+    }
 }
 
 StoreFile::~StoreFile() {

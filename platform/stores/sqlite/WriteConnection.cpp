@@ -1,7 +1,10 @@
 #include "WriteConnection.h"
 
 #include <SQLiteCpp/Statement.h>
+#include <malloc.h>
 #include <sqlite3.h>
+
+#include <thread>
 
 #include "Connection.h"
 #include "RecordRow.h"
@@ -10,6 +13,9 @@
 namespace CommonServices::Sqlite {
 
 namespace {
+
+// A thousand results of a query are a megabyte or more, as records and as trees.
+constexpr std::size_t kManyDeletions = 1000;
 
 std::string Parameters() {
     std::string text = "?1";
@@ -40,6 +46,36 @@ std::int64_t NowMilliseconds() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
+// How the writer waits for the write lock while another program has it. It asks again at a steady short
+// period: SQLite's own waiting sleeps longer and longer, and so would lose the lock time after time to a
+// program that takes it again at once.
+class LockPatience {
+public:
+    explicit LockPatience(std::chrono::milliseconds limit) : m_limit(limit) {}
+
+    void Watch(sqlite3* handle) { sqlite3_busy_handler(handle, &LockPatience::OnBusy, this); }
+    void SetLimit(std::chrono::milliseconds limit) { m_limit = limit; }
+
+private:
+    static constexpr std::chrono::microseconds kPeriod{500};
+
+    static int OnBusy(void* self, int attempts) {
+        auto& patience = *static_cast<LockPatience*>(self);
+        const auto now = std::chrono::steady_clock::now();
+        if (attempts == 0) {
+            patience.m_since = now;
+        }
+        if (now - patience.m_since >= patience.m_limit) {
+            return 0;
+        }
+        std::this_thread::sleep_for(kPeriod);
+        return 1;
+    }
+
+    std::chrono::milliseconds m_limit;
+    std::chrono::steady_clock::time_point m_since;
+};
+
 SQLite::Database OpenStore(const SqliteOptions& options) {
     SQLite::Database database = OpenWriter(options);
     PrepareLayout(database, options.path, options.pageSize);
@@ -56,7 +92,9 @@ struct WriteConnection::Statements {
           upsert(database, UpsertSql()),
           append(database, AppendSql()),
           erase(database, "DELETE FROM records WHERE recordID = ?1"),
-          pageSize(database.execAndGet("PRAGMA page_size").getInt()) {
+          pageSize(database.execAndGet("PRAGMA page_size").getInt()),
+          lockPatience(options.busyTimeout) {
+        lockPatience.Watch(database.getHandle());
         sqlite3_wal_hook(database.getHandle(), &Statements::OnCommit, this);
     }
 
@@ -82,6 +120,7 @@ struct WriteConnection::Statements {
     SQLite::Statement erase;
     int pageSize;
     int logPages = 0;
+    LockPatience lockPatience;
 };
 
 WriteConnection::WriteConnection(const SqliteOptions& options)
@@ -138,6 +177,7 @@ void WriteConnection::Delete(const std::vector<std::string>& ids) {
         throw;
     }
     database.exec("RELEASE deletion");
+    m_deletedIds += ids.size();
 }
 
 void WriteConnection::CreateReferenceIndex(const std::string& key) {
@@ -152,9 +192,9 @@ WriteConnection::CheckpointOutcome WriteConnection::Checkpoint(CheckpointMode mo
     // Both modes hold the write lock meanwhile, so that no other program writes beside the checkpoint.
     const int sqliteMode =
         mode == CheckpointMode::Restart ? SQLITE_CHECKPOINT_RESTART : SQLITE_CHECKPOINT_TRUNCATE;
-    sqlite3_busy_timeout(handle, static_cast<int>(patience.count()));
+    m_pStatements->lockPatience.SetLimit(patience);
     const int code = sqlite3_wal_checkpoint_v2(handle, nullptr, sqliteMode, &inLog, &copied);
-    sqlite3_busy_timeout(handle, static_cast<int>(m_busyTimeout.count()));
+    m_pStatements->lockPatience.SetLimit(m_busyTimeout);
     if (code != SQLITE_OK && (code & 0xff) != SQLITE_BUSY) {
         throw SQLite::Exception(sqlite3_errmsg(handle), code);
     }
@@ -167,6 +207,17 @@ int WriteConnection::LogPages() const {
 
 int WriteConnection::PageSize() const {
     return m_pStatements->pageSize;
+}
+
+void WriteConnection::ReleaseMemoryAfterDeletions() {
+    if (m_deletedIds < kManyDeletions) {
+        return;
+    }
+    m_deletedIds = 0;
+    sqlite3_db_release_memory(m_pStatements->database.getHandle());
+    // Whoever deletes many records has read them all, and answered. Their memory lies in pieces in the heaps
+    // of several threads, which the C library would keep.
+    malloc_trim(0);
 }
 
 void WriteConnection::ForbidCheckpoint() {

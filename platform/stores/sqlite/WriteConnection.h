@@ -49,6 +49,9 @@ public:
     int LogPages() const;
     int PageSize() const;
 
+    /// Gives memory back that is only kept for the next write, if many rows were deleted since the last time.
+    void ReleaseMemoryAfterDeletions();
+
     /// From now on nothing is worked into the database, not even by closing.
     void ForbidCheckpoint();
 
@@ -57,6 +60,7 @@ private:
 
     std::unique_ptr<Statements> m_pStatements;
     std::chrono::milliseconds m_busyTimeout;
+    std::size_t m_deletedIds = 0;  // since memory was given back
 };
 
 }  // namespace CommonServices::Sqlite
