@@ -4,6 +4,7 @@
 #include <ctime>
 #include <iomanip>
 #include <locale>
+#include <mutex>
 #include <sstream>
 #include <stdexcept>
 
@@ -22,6 +23,14 @@ bool IsDayOfCalendar(const std::tm& time) {
         .ok();
 }
 
+/// The C library reads the zone into state that all threads share.
+std::time_t ToSecondsInLocalTime(std::tm& time) {
+    // Leaked on purpose: a purge may be at it while the process ends.
+    static auto* const mutex = new std::mutex;
+    const std::lock_guard lock(*mutex);
+    return std::mktime(&time);
+}
+
 }  // namespace
 
 std::optional<std::int64_t> TryParseDateTime(const std::string& text) {
@@ -36,7 +45,7 @@ std::optional<std::int64_t> TryParseDateTime(const std::string& text) {
     }
     // The time before 1970 by one second looks like an error; the day of the week is set on success alone.
     time.tm_wday = -1;
-    const std::time_t seconds = std::mktime(&time);
+    const std::time_t seconds = ToSecondsInLocalTime(time);
     if (time.tm_wday < 0) {
         return std::nullopt;
     }
