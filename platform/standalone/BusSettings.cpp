@@ -122,6 +122,9 @@ void ReadCallers(const SettingValue& value, BusSettings& settings) {
 // As a browser writes it. It stands in the headers of answers, so nothing else may get in.
 bool IsOrigin(const std::string& text) {
     const std::size_t end = text.find("://");
+    if (end == std::string::npos) {
+        return false;
+    }
     const std::string scheme = text.substr(0, end);
     return (scheme == "http" || scheme == "https") &&
            Rest::ReadHostAndPort(std::string_view(text).substr(scheme.size() + 3)).has_value();

@@ -40,8 +40,8 @@ TEST(BusSettings, KeepsDefaultsForWhatIsNotNamed) {
 
 TEST(BusSettings, ReadsEachKeyIntoItsPlace) {
     const BusSettings settings = ParseBusSettings(
-        R"({"threads":1,"maxQueuedMessages":2,"rest":{"maxBodyBytes":3,"maxConnections":4,"requestTimeoutMs":5,)"
-        R"("idleTimeoutMs":6,"allowedOrigins":["https://a.example","http://localhost:8080"]},)"
+        R"({"threads":1,"maxQueuedMessages":2,"rest":{"maxBodyBytes":3,"maxConnections":4,)"
+        R"("requestTimeoutMs":5,"idleTimeoutMs":6,"allowedOrigins":["https://a.example","http://localhost:8080"]},)"
         R"("farm":{"enabled":false,"taskMilliseconds":0,"catalogueDirectory":"c"},)"
         R"("callers":[{"identityId":"i","displayName":"","tokenSha256":")" +
         kDigest + R"("}]})");
@@ -84,6 +84,7 @@ TEST(BusSettings, NamesTheKeyThatItRefuses) {
         {R"({"rest":{"idleTimeoutMs":true}})", "\"rest.idleTimeoutMs\""},
         {R"({"rest":{"allowedOrigins":"*"}})", "\"rest.allowedOrigins\""},
         {R"({"rest":{"allowedOrigins":["*"]}})", "\"rest.allowedOrigins\""},
+        {R"({"rest":{"allowedOrigins":["http"]}})", "\"rest.allowedOrigins\""},
         {R"({"rest":{"allowedOrigins":["http://a/"]}})", "\"rest.allowedOrigins\""},
         {R"({"rest":{"allowedOrigins":["http://a\r\nX: y"]}})", "\"rest.allowedOrigins\""},
         {R"({"rest":{"allowedOrigins":[1]}})", "\"rest.allowedOrigins\""},
