@@ -122,12 +122,18 @@ class Service:
     def events(self):
         return self.query("SELECT * FROM events WHERE recordTopic = 'V2_WFJobEvents' ORDER BY eventOffset")
 
-    def insert_profile(self, identifier, data):
-        """As whoever keeps the farm's profiles does, while the service runs."""
-        with contextlib.closing(sqlite3.connect(self.store, timeout=DEADLINE_SECONDS)) as database, database:
+    def write(self, *statements):
+        """What another program of the farm does to the store meanwhile: (SQL, rows of values), in one transaction."""
+        with contextlib.closing(sqlite3.connect(self.store, timeout=DEADLINE_SECONDS)) as database:
             database.execute("PRAGMA wal_autocheckpoint = 0")
-            database.execute("INSERT INTO records (recordID, recordType, recordVersion, recordTopic, recordData)"
-                             " VALUES (?, 'Profile', 1, 'V2_WFProfiles', ?)", (identifier, data))
+            with database:
+                database.execute("BEGIN IMMEDIATE")
+                for sql, rows in statements:
+                    database.executemany(sql, rows)
+
+    def insert_profile(self, identifier, data, version=1):
+        self.write(("INSERT INTO records (recordID, recordType, recordVersion, recordTopic, recordData)"
+                    " VALUES (?, 'Profile', ?, 'V2_WFProfiles', ?)", [(identifier, version, data)]))
 
 
 def wait_until(condition, what):

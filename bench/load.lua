@@ -1,5 +1,9 @@
--- One request over and over, from the file that is named on wrk's command line; the summary is a line of JSON.
+-- One request over and over: a POST of the file that is named on wrk's command line, or a GET where none is. The
+-- summary is a line of JSON.
 function init(arguments)
+    if not arguments[1] then
+        return
+    end
     local file = assert(io.open(arguments[1], "rb"))
     wrk.body = file:read("*a")
     file:close()

@@ -1,0 +1,203 @@
+"""Results of queries, catalogues and listings: what other programs store, as clients get it."""
+
+import concurrent.futures
+import json
+import unittest
+import urllib.parse
+
+from quillon import Service
+
+VIDEO = ('{"RasterSize":{"Width":1920,"Height":1080},"Progressive":true,"ChromaSampling":"422","BitsPerComponent":10,'
+         '"ColorSpace":"x","FrameRate":{"Numerator":25,"Denominator":1},"MaxBitRate":100,"CompressionFamily":"f",'
+         '"EncodingName":"e","Compressed":true,"Preset":"p"}')
+VIDEO_BACKWARDS = json.dumps(dict(reversed(json.loads(VIDEO).items())))
+AUDIO = '{"FileFormat":"é","SampleRate":48000,"BitsPerSample":24}'
+BOTH = VIDEO[:-1] + "," + AUDIO[1:]
+PAGE = '{"FormatsList":[%s],"FoundFormats":%d,"PageOffset":%d,"PageSize":%d}'
+FAILED = '{"status":"FAILED"}'
+
+# Path of the find message: path of the submission, collection and type of the records, answer to an unknown id.
+KINDS = {
+    "findVideoFormats": ("submitVideoFormatsQuery", "V2_WFVideoFormats", "VideoFormat", FAILED),
+    "findAudioFormats": ("submitAudioFormatsQuery", "V2_WFAudioFormats", "AudioFormat", FAILED),
+    "findExportTypes": ("submitExportQuery", "V2_WFExportTypes", "ExportType", FAILED),
+    "findSourceAvailability": ("submitSourceAvailabilityQuery", "V2_WFSourceAvailabilities", "SourceAvailability",
+                               '{"results":[]}'),
+    "findMobIDsFromContainer": ("submitMobIDsFromContainerQuery", "V2_WFMobIDs", "MobID", '{"results":[]}'),
+    "findSuitableMasters": ("submitSuitableMastersQuery", "V2_WFMasterMobDescs", "MasterMobDesc",
+                            '{"masterMobDescs":[]}'),
+}
+
+
+class Results(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.service = Service(settings={"farm": {"enabled": False}})
+        cls.addClassCleanup(cls.service.close)
+        cls.service.wait_for_start()
+
+    def get(self, path, **query):
+        status, _, body = self.service.post("/%s?%s" % (path, urllib.parse.urlencode(query)), b"", method="GET")
+        return status, body
+
+    def store(self, path, query_id, documents):
+        _, topic, kind, _ = KINDS[path]
+        self.service.write(("INSERT INTO records (recordType, recordTopic, recordData, recordPublicData)"
+                            " VALUES (?, ?, ?, ?)",
+                            [(kind, topic, document, json.dumps({"queryID": query_id})) for document in documents]))
+
+    def left(self, path, query_id):
+        return len(self.service.query("SELECT 1 FROM records WHERE recordTopic = ? AND recordPublicData = ?",
+                                      KINDS[path][1], json.dumps({"queryID": query_id})))
+
+    def check_error(self, answer, message):
+        status, body = answer
+        error = json.loads(body)["error"]
+        self.assertEqual((status, error["code"]), (500, "GENERIC_SERVICE_ERROR"))
+        self.assertRegex(error["message"], "^%s$" % message)
+
+    def test_a_query_is_submitted_and_its_results_are_fetched_once(self):
+        rows = [
+            ("findVideoFormats", [VIDEO_BACKWARDS, VIDEO], PAGE % (VIDEO + "," + VIDEO, 2, 0, 60)),
+            ("findAudioFormats", [AUDIO, AUDIO], '{"FormatsList":[%s,%s],"FoundFormats":2}' % (AUDIO, AUDIO)),
+            ("findExportTypes", ['{"b":1}', '{"a":[1.0]}', '{"b":1}'],
+             '{"ExportTypesList":[{"a":[1.0]},{"b":1}],"FoundExportTypes":2,"status":"COMPLETED"}'),
+            ("findSourceAvailability", ['{"z":1e400,"a":[]}', "[1]", ""], '{"results":[{"z":1e400,"a":[]},[1],{}]}'),
+            ("findMobIDsFromContainer", ['{"b":"é"}', "{}", '{"b":"é"}'], '{"results":[{"b":"é"},{},{"b":"é"}]}'),
+            ("findSuitableMasters", ['{"m":true}'], '{"masterMobDescs":[{"m":true}]}'),
+        ]
+        self.assertEqual({row[0] for row in rows}, set(KINDS))
+        for path, documents, answer in rows:
+            with self.subTest(path):
+                key = self.service.submit("/" + KINDS[path][0], {"any": "criteria"})
+                unknown = (200, KINDS[path][3])
+                self.assertEqual(self.get(path, queryID=key), unknown)
+                self.store(path, key, documents)
+                self.assertEqual(self.get(path, queryID=key), (200, answer))
+                self.assertEqual(self.get(path, queryID=key), unknown)
+                self.assertEqual(self.left(path, key), 0)
+                self.assertEqual(self.service.job(key)["recordID"], key)
+
+    def test_pages(self):
+        for stored, request, found, used in ((100, {"PageOffset": 1, "PageSize": 500}, 40, (1, 60)),
+                                             (3, {"PageOffset": 65536, "PageSize": -65536}, 3, (65536, -65536))):
+            with self.subTest(request):
+                self.store("findVideoFormats", "pages", [VIDEO] * stored)
+                self.assertEqual(self.get("findVideoFormats", queryID="pages", **request),
+                                 (200, PAGE % (",".join([VIDEO] * found), found, *used)))
+        self.store("findVideoFormats", "pages", [VIDEO])
+        self.assertEqual(self.get("findVideoFormats", queryID="pages", version=3), (200, ""))
+        self.assertEqual(self.left("findVideoFormats", "pages"), 0)
+
+    def test_what_fails_a_fetch_fails_no_other(self):
+        rows = [  # path, stored, request beside the id, message
+            ("findVideoFormats", [VIDEO], {"PageOffset": 7},
+             "PageOffset: 7 for PageSize: 60 exceeds FoundFormats: 1"),
+            ("findVideoFormats", [VIDEO], {"PageOffset": -1, "PageSize": -1}, "Exception: vector too long"),
+            ("findVideoFormats", [""], {}, "Exception: Failed to extract: Width"),
+            ("findVideoFormats", [VIDEO.replace("1920", '"1920"')], {}, "Exception: Failed to extract: Width"),
+            ("findVideoFormats", [VIDEO, '{"Preset":'], {"PageSize": 1}, "Exception: JSON: byte 10: .+"),
+            ("findAudioFormats", ["{}", "no JSON"], {}, "Exception: JSON: byte 0: .+"),
+            ("findExportTypes", ['{"a":1}', b"{\"\xc3\x28\":1}"], {}, "Exception: JSON: byte 2: .+"),
+            ("findSourceAvailability", ['{"a":1}', "5"], {}, "JSON: byte 0: .+"),
+            ("findMobIDsFromContainer", ["{}{}"], {}, "JSON: byte 2: .+"),
+            ("findSuitableMasters", ["[" * 600], {}, "JSON: byte 512: .+"),
+        ]
+        for path, documents, request, message in rows:
+            with self.subTest(path, message=message):
+                self.store(path, "bad", documents)
+                self.store(path, "good", [BOTH])
+                self.check_error(self.get(path, queryID="bad", **request), message)
+                kept = 0 if KINDS[path][3] == FAILED else len(documents)
+                self.assertEqual((self.left(path, "bad"), self.left(path, "good")), (kept, 1))
+                self.assertRegex(self.get(path, queryID="good")[1], '"Preset":"p"|"BitsPerSample":24')
+        # What was kept can be mended and fetched.
+        self.service.write(("UPDATE records SET recordData = '{}' WHERE recordTopic = 'V2_WFMobIDs'", [()]))
+        self.assertEqual(self.get("findMobIDsFromContainer", queryID="bad"), (200, '{"results":[{}]}'))
+
+    def test_an_id_has_to_be_named_and_the_store_may_fail(self):
+        for path, (_, _, _, unknown) in KINDS.items():
+            with self.subTest(path):
+                prefix = "Exception: " if unknown == FAILED else ""
+                self.store(path, "7", [BOTH])
+                self.store(path, "", [BOTH])
+                for query in ({}, {"queryID": 7}, {"queryid": '"7"'}):
+                    self.check_error(self.get(path, **query), prefix + "Failed to extract: queryID")
+                self.service.write(("ALTER TABLE records RENAME TO moved", [()]))
+                self.check_error(self.get(path, queryID='"7"'), prefix + "The store cannot be read: .+")
+                self.service.write(("ALTER TABLE moved RENAME TO records", [()]),
+                                   ("CREATE TRIGGER keep BEFORE DELETE ON records"
+                                    " BEGIN SELECT RAISE(ABORT, 'kept'); END", [()]))
+                answers = [self.get(path, queryID='"7"') for _ in range(2)]
+                self.service.write(("DROP TRIGGER keep", [()]))
+                answers += [self.get(path, queryID='"7"') for _ in range(2)]
+                self.assertNotEqual(answers[0], (200, unknown))
+                self.assertEqual(answers, [answers[0]] * 3 + [(200, unknown)])
+                self.assertEqual(self.left(path, ""), 1)
+
+    def test_fetches_at_once_have_all_results_or_none(self):
+        documents = [BOTH.replace("{", '{"n":%d,' % n, 1) for n in range(3000)]
+        for path, (_, _, _, unknown) in KINDS.items():
+            everything = 60 if path == "findVideoFormats" else len(documents)
+            with self.subTest(path), concurrent.futures.ThreadPoolExecutor(4) as clients:
+                self.store(path, "at once", documents)
+                answers = list(clients.map(lambda _, path=path: self.get(path, queryID="at once", PageOffset=49),
+                                           range(12)))
+                self.assertEqual({status for status, _ in answers}, {200})
+                found = {max(body.count('"Preset"'), body.count('"SampleRate"')) if body != unknown else None
+                         for _, body in answers}
+                self.assertIn(found, ({everything}, {everything, None}))
+                self.assertEqual(self.left(path, "at once"), 0)
+
+    def test_catalogues_without_a_metadata_worker_say_so(self):
+        worker = "orvik.quillon.processing.metadata.worker"
+        details = {"Description": "MsgHandlersUtils::WaitForResult() - Query to %s FAILED" % worker,
+                   "ErrorString": "SERVICE_NOT_FOUND",
+                   "ErrorDetails": 'The service "%s", realm "test", version 1, is not on the bus.' % worker}
+        for path in ("formats/video", "formats/audio", "getColorSpaces", "s3dmodes", "getMediaCreationTypes",
+                     "getExportTypes"):
+            with self.subTest(path):
+                method = "POST" if path == "getExportTypes" else "GET"
+                status, _, body = self.service.post("/" + path, {}, method=method)
+                self.assertEqual((status, json.loads(body)["error"]), (500, {
+                    "code": "GENERIC_SERVICE_ERROR", "message": "Exception", "details": details}))
+
+    def test_export_plugins(self):
+        lxa, other = '{"pluginGuid":"A","type":"LXA","name":"first"}', '{"pluginGuid":"a","type":"lxa"}'
+        nameless, typeless = '{"type":"x"}', '{"pluginGuid":"t"}'
+        rows = [  # the workers' plug-ins, request, those of the answer or the error
+            ([None, [], [lxa, lxa], [other, lxa.replace("first", "second")]], {"type": ""}, [lxa, other]),
+            ([["7", other], [lxa]], {}, [lxa]),  # a list with something else in it counts for nothing
+            ([[nameless, lxa, other]], {"type": "LXA"}, [lxa]),
+            ([[nameless, lxa]], {}, "Failed to extract: pluginGuid"),
+            ([[lxa, typeless]], {"type": "LXA"}, "Failed to extract: type"),
+            ([[lxa], ["}"]], {}, "JSON: byte 18: .+"),
+        ]
+        for workers, request, expected in rows:
+            with self.subTest(expected, request=request):
+                data = ["" if plugins is None else '{"exportPlugins":[%s]}' % ",".join(plugins) for plugins in workers]
+                self.service.write(("DELETE FROM records WHERE recordTopic = 'V2_WFWorkers'", [()]),
+                                   ("INSERT INTO records (recordType, recordTopic, recordData)"
+                                    " VALUES ('Worker', 'V2_WFWorkers', ?)", zip(data)))
+                answer = self.get("uniqueExportPlugins", **request)
+                if isinstance(expected, str):
+                    self.check_error(answer, expected)
+                else:
+                    self.assertEqual(answer, (200, '{"exportPlugins":[%s]}' % ",".join(expected)))
+
+    def test_profiles(self):
+        self.assertEqual(self.get("profiles"), (200, '{"results":[]}'))
+        self.service.insert_profile("p-2", '{"name":"B","type":"Proxy"}')
+        self.service.insert_profile("p-1", '{"type":"proxy","more":{"value":1,"label":"one"}}')
+        listed = '{"results":[{"id":"p-2","name":"B","isProxy":true},{"id":"p-1","name":"","isProxy":false}]}'
+        self.assertEqual(self.get("profiles", type="Proxy"), (200, listed))
+        for version, message in ((2, "record RecordType mismatch Incoming: 2"),
+                                 (0, "record classification is invalid")):
+            self.service.insert_profile("p-3", "{}", version)
+            self.check_error(self.get("profiles"), r"DataRecord::BuildFromRecord\(\) incoming " + message)
+            self.service.write(("DELETE FROM records WHERE recordID = 'p-3'", [()]))
+        self.assertEqual(self.get("profiles"), (200, listed))
+
+
+if __name__ == "__main__":
+    unittest.main()
