@@ -1,5 +1,5 @@
-# Writes OUTPUT, a source file that holds the texts of FILES as the table of EmbeddedResources.h.
-set(source "// Made by EmbedResources.cmake; changes here are lost.\n#include \"EmbeddedResources.h\"\n\n")
+# Writes OUTPUT, a source file that holds the texts of FILES as the table that TABLE.h declares.
+set(source "// Made by EmbedResources.cmake; changes here are lost.\n#include \"${TABLE}.h\"\n\n")
 string(APPEND source "namespace Weftline::Resources {\n\nnamespace {\n\n")
 string(APPEND source "constexpr EmbeddedResource kResources[] = {\n")
 foreach(file IN LISTS FILES)
@@ -8,6 +8,6 @@ foreach(file IN LISTS FILES)
     string(APPEND source "    {\"${name}\", kJsonFileType, kLanguage, R\"JSON(${text})JSON\"},\n")
 endforeach()
 string(APPEND source "};\n\n}  // namespace\n\n")
-string(APPEND source "std::span<const EmbeddedResource> EmbeddedResources() noexcept {\n    return kResources;\n}\n\n")
+string(APPEND source "std::span<const EmbeddedResource> ${TABLE}() noexcept {\n    return kResources;\n}\n\n")
 string(APPEND source "}  // namespace Weftline::Resources\n")
 file(WRITE ${OUTPUT} "${source}")

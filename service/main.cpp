@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "DeploymentMode.h"
+#include "LocalFarm.h"
 #include "RunScheduler.h"
 #include "SchedulerService.h"
 #include "StandaloneTransport.h"
@@ -12,7 +13,9 @@ int main(int argc, char* argv[]) {
 
     return Weftline::Services::RunScheduler(argc, argv, [] {
         namespace Messaging = PlatformAbstraction::Messaging;
-        Messaging::OfferDeploymentMode("standalone", Messaging::MakeStandaloneTransport);
+        Messaging::OfferDeploymentMode("standalone", [] {
+            return Messaging::MakeStandaloneTransportWithFarm(Quillon::Farm::StartLocalFarm);
+        });
         return new Weftline::Services::Scheduler::SchedulerService;
     });
 }

@@ -1,6 +1,7 @@
 #include "JobCreatedEvent.h"
 
 #include <cstdint>
+#include <stdexcept>
 
 #include "Parameters.h"
 #include "Vocabulary.h"
@@ -16,6 +17,18 @@ Record MakeJobCreatedEvent(const std::string& jobId, const std::string& jobQueue
     Record event(std::string(RecordTypes::JobCreated), kVersion, std::string(Topics::JobEvents));
     event.recordData = body.toJSON();
     return event;
+}
+
+std::string ReadJobCreatedEvent(const Record& event) {
+    std::string jobId;
+    if (event.recordType == RecordTypes::JobCreated) {
+        try {
+            CoreServices::Parameters::fromJSON(event.recordData).GetParameter(Keys::Id, jobId);
+        } catch (const std::runtime_error&) {
+            // Broken JSON names no job.
+        }
+    }
+    return jobId;
 }
 
 }  // namespace Weftline::DataModel

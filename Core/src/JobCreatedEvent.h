@@ -10,4 +10,7 @@ namespace Weftline::DataModel {
 /// record; a reader finds the rest of the job there.
 Record MakeJobCreatedEvent(const std::string& jobId, const std::string& jobQueue);
 
+/// The id of the job that the event announces; empty where it announces none.
+std::string ReadJobCreatedEvent(const Record& event);
+
 }  // namespace Weftline::DataModel

@@ -15,6 +15,7 @@
 #include "RestGateway.h"
 #include "ServiceInfo.h"
 #include "StopSignals.h"
+#include "Vocabulary.h"
 
 namespace PlatformAbstraction::Standalone {
 
@@ -29,11 +30,8 @@ constexpr std::chrono::seconds kStopPatience{10};
 // What the gateway has at the least to write the last answers.
 constexpr std::chrono::milliseconds kLeastWritePatience{500};
 
-constexpr char kPortKey[] = "port";
-constexpr char kLogLevelKey[] = "loglevel";
-
 std::uint16_t ReadPort() {
-    const std::string text = GetConfigValue(kPortKey);
+    const std::string text = GetConfigValue(std::string(Weftline::Options::Port));
     std::uint16_t port = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
     if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
@@ -72,8 +70,7 @@ public:
 private:
     /// All that exists from the start to the end; the later the member, the earlier it goes.
     struct Running {
-        StopSignals signals;
-        std::shared_ptr<void> farm;
+        std::shared_ptr<AttachedFarm> farm;
         std::shared_ptr<Messaging::InProcessBus> bus;
         std::shared_ptr<Messaging::AttachedService> service;
         std::optional<Rest::RestGateway> gateway;
@@ -84,6 +81,7 @@ private:
 
     // For the main thread alone.
     const FarmHook m_farm;
+    StopSignals m_signals;  // before the start already: a service that is still starting ends normally too
     std::optional<Running> m_running;
 
     mutable std::mutex m_mutex;
@@ -119,9 +117,6 @@ InitError StandaloneTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> 
 
 void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& service,
                               const std::string& configuration) {
-    if (const std::string level = GetConfigValue(kLogLevelKey); !level.empty()) {
-        Log::SetLevel(level);
-    }
     BusSettings settings = ReadBusSettings(configuration);
     settings.rest.host = ReadHost(*service);
     settings.rest.port = ReadPort();
@@ -137,7 +132,7 @@ void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& ser
         running.farm = m_farm(*running.bus, settings, *service);
     }
     running.gateway.emplace(settings.rest, service->GetRegistrations(), *running.service,
-                            [&signals = running.signals] { signals.ReportBrokenListener(); });
+                            [this] { m_signals.ReportBrokenListener(); });
     const std::uint16_t port = running.gateway->Start();
     Log::Info("Listening on " + UrlOf(settings.rest.host, port));
 }
@@ -149,6 +144,9 @@ void StandaloneTransport::EndRunning(steady_clock::time_point deadline) {
     }
     if (m_running->gateway) {
         m_running->gateway->StopAccepting();
+    }
+    if (m_running->farm) {
+        m_running->farm->Stop();
     }
     if (m_running->bus) {
         m_running->bus->Stop(std::max(deadline - steady_clock::now(), steady_clock::duration::zero()));
@@ -165,7 +163,7 @@ bool StandaloneTransport::WaitUntilStopped() {
     if (!m_running) {
         return false;
     }
-    const StopReason reason = m_running->signals.Wait();
+    const StopReason reason = m_signals.Wait();
     Log::Info(reason == StopReason::Signal ? "Stopping: a signal asks for it."
                                            : "Stopping: no more connections can be accepted.");
     EndRunning(steady_clock::now() + kStopPatience);

@@ -9,9 +9,22 @@
 
 namespace PlatformAbstraction::Standalone {
 
-/// Attaches further services to a bus that runs, before the first request can come from outside. What it
-/// gives back is kept until that bus has stopped. An exception stops the start with its text.
-using FarmHook = std::function<std::shared_ptr<void>(
+/// A farm of further services that are on the bus. Kept until that bus has stopped.
+class AttachedFarm {
+public:
+    AttachedFarm() = default;
+    AttachedFarm(const AttachedFarm&) = delete;
+    AttachedFarm& operator=(const AttachedFarm&) = delete;
+    virtual ~AttachedFarm() = default;
+
+    /// Ends what the farm does of its own accord, and what would keep its handlers long at work. Called once
+    /// nothing more comes from outside and before the bus stops: its services still answer.
+    virtual void Stop() noexcept = 0;
+};
+
+/// Attaches further services to a bus that runs, before the first request can come from outside. May give
+/// nothing back. An exception stops the start with its text.
+using FarmHook = std::function<std::shared_ptr<AttachedFarm>(
     Messaging::InProcessBus& bus, const BusSettings& settings, const Messaging::ServiceInfoApi& service)>;
 
 }  // namespace PlatformAbstraction::Standalone
@@ -19,8 +32,9 @@ using FarmHook = std::function<std::shared_ptr<void>(
 namespace PlatformAbstraction::Messaging {
 
 /// The bus of a deployment in one process: the bus itself, the service on it, and an HTTP gateway in front of
-/// the service, at the service's host and the process setting `port`. From its start on SIGINT and SIGTERM
-/// end it as soon as somebody waits in `WaitUntilStopped`; a second signal then ends the process at once.
+/// the service, at the service's host and the process setting `port`. As soon as it is made SIGINT and
+/// SIGTERM no longer end the process: they end the bus once somebody waits in `WaitUntilStopped`, and a
+/// second signal then ends the process at once.
 std::unique_ptr<BusTransport> MakeStandaloneTransport();
 /// The same with a local farm on the bus, unless the bus settings switch it off.
 std::unique_ptr<BusTransport> MakeStandaloneTransportWithFarm(Standalone::FarmHook farm);

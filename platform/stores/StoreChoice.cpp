@@ -7,6 +7,7 @@
 #include "EmbeddedStore.h"
 #include "EventLog.h"
 #include "ObjectStoreException.h"
+#include "PlatformLog.h"
 #include "RecordStore.h"
 #include "Vocabulary.h"
 
@@ -96,8 +97,10 @@ std::shared_ptr<EventLog> Events() {
     }
     const std::string host = PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::KafkaHost));
     if (!host.empty()) {
-        throw ObjectStoreException("This build has no Kafka event log, and kafka-host names '" + host +
-                                   "'; leave kafka-host empty for the embedded log");
+        const std::string reason = "This build has no Kafka event log, and kafka-host names '" + host +
+                                   "'; leave kafka-host empty for the embedded log";
+        PlatformAbstraction::Log::Error(reason);  // nobody further up says it on standard error
+        throw ObjectStoreException(reason);
     }
     if (choice.embedded.events == nullptr) {
         throw ObjectStoreException(

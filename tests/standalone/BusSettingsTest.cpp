@@ -39,12 +39,13 @@ TEST(BusSettings, KeepsDefaultsForWhatIsNotNamed) {
 }
 
 TEST(BusSettings, ReadsEachKeyIntoItsPlace) {
-    const BusSettings settings = ParseBusSettings(
-        R"({"threads":1,"maxQueuedMessages":2,"rest":{"maxBodyBytes":3,"maxConnections":4,)"
-        R"("requestTimeoutMs":5,"idleTimeoutMs":6,"allowedOrigins":["https://a.example","http://localhost:8080"]},)"
-        R"("farm":{"enabled":false,"taskMilliseconds":0,"catalogueDirectory":"c"},)"
-        R"("callers":[{"identityId":"i","displayName":"","tokenSha256":")" +
-        kDigest + R"("}]})");
+    const BusSettings settings =
+        ParseBusSettings(R"({"threads":1,"maxQueuedMessages":2,"rest":{"maxBodyBytes":3,"maxConnections":4,)"
+                         R"("requestTimeoutMs":5,"idleTimeoutMs":6,)"
+                         R"("allowedOrigins":["https://a.example","http://localhost:8080"]},)"
+                         R"("farm":{"enabled":false,"taskMilliseconds":0,"catalogueDirectory":"c"},)"
+                         R"("callers":[{"identityId":"i","displayName":"","tokenSha256":")" +
+                         kDigest + R"("}]})");
     EXPECT_EQ(settings.bus.threads, 1U);
     EXPECT_EQ(settings.bus.maxQueuedMessages, 2U);
     EXPECT_EQ(settings.rest.maxBodyBytes, 3U);

@@ -111,6 +111,13 @@ TEST_F(StandaloneTransportTest, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     EXPECT_EQ(connection.Terminate(0), TermError::NotRunning);
 }
 
+TEST_F(StandaloneTransportTest, ASignalBeforeTheStartEndsTheWaitAtOnce) {
+    BusConnection connection(MakeStandaloneTransport());
+    std::raise(SIGINT);
+    Start(connection, MakeService("a.service", Echo));
+    EXPECT_TRUE(connection.WaitUntilBusStops());
+}
+
 TEST_F(StandaloneTransportTest, IsStoppedByItsOwner) {
     auto service = MakeService("a.service", Echo);
     BusConnection connection(MakeStandaloneTransport());
@@ -124,15 +131,32 @@ TEST_F(StandaloneTransportTest, IsStoppedByItsOwner) {
     EXPECT_TRUE(future->HasError());
 }
 
-TEST_F(StandaloneTransportTest, LetsTheFarmJoinBeforeTheFirstRequest) {
-    std::string answer;
-    auto farm = [](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) -> std::shared_ptr<void> {
-        return bus.Attach(
-            std::dynamic_pointer_cast<ServiceInfo>(MakeService("farm.service", [](const Parameters&) {
-                Parameters results;
-                results.SetParameter("from", "farm");
-                return results;
-            })));
+/// A farm of one service, which at its stop asks itself whether the bus still carries messages.
+class OneServiceFarm final : public AttachedFarm {
+public:
+    OneServiceFarm(InProcessBus& bus, const std::shared_ptr<ServiceInfoApi>& service, bool& isStoppedFirst)
+        : m_pMessaging(bus.Attach(std::dynamic_pointer_cast<ServiceInfo>(service))->GetMessaging()),
+          m_isStoppedFirst(isStoppedFirst) {}
+    void Stop() noexcept override {
+        const auto future =
+            m_pMessaging->SendRequest(ServiceMessageDispatch("farm.service", "test", 1, "ask"));
+        m_isStoppedFirst = future->WaitForDone(20'000'000) && !future->HasError();
+    }
+
+private:
+    const std::shared_ptr<BusMessaging> m_pMessaging;
+    bool& m_isStoppedFirst;
+};
+
+TEST_F(StandaloneTransportTest, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus) {
+    bool isStoppedFirst = false;
+    auto farm = [&isStoppedFirst](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) {
+        const auto service = MakeService("farm.service", [](const Parameters&) {
+            Parameters results;
+            results.SetParameter("from", "farm");
+            return results;
+        });
+        return std::make_shared<OneServiceFarm>(bus, service, isStoppedFirst);
     };
     BusConnection connection(MakeStandaloneTransportWithFarm(farm));
     const std::uint16_t port = Start(connection, MakeService("a.service", [&connection](const Parameters&) {
@@ -146,6 +170,7 @@ TEST_F(StandaloneTransportTest, LetsTheFarmJoinBeforeTheFirstRequest) {
                                      }));
     EXPECT_EQ(Ask(port, Get("/ask")).body, R"({"from":"farm"})");
     EXPECT_EQ(connection.Terminate(0), TermError::None);
+    EXPECT_TRUE(isStoppedFirst);
 }
 
 TEST_F(StandaloneTransportTest, DoesNotStartWhatItCannotServe) {

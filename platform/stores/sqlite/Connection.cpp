@@ -19,8 +19,7 @@ SQLite::Database Open(const SqliteOptions& options, int access) {
 SQLite::Database OpenWriter(const SqliteOptions& options) {
     SQLite::Database database = Open(options, SQLite::OPEN_READWRITE);
     // Freed pages keep their old contents: zeroing them would write every deleted record once more. The cache
-    // is small because SQLite walks all of it at each commit that split pages; what it lacks the system still
-    // has.
+    // is small because SQLite walks all of it at each commit that split pages; the system has what it lacks.
     database.exec(
         "PRAGMA synchronous = FULL; PRAGMA wal_autocheckpoint = 0; PRAGMA secure_delete = OFF;"
         "PRAGMA cache_size = -8192; PRAGMA journal_size_limit = " +

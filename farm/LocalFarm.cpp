@@ -1,0 +1,107 @@
+#include "LocalFarm.h"
+
+#include <filesystem>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Coordinator.h"
+#include "CoordinatorService.h"
+#include "IdentityService.h"
+#include "JobDirectory.h"
+#include "JobMonitorService.h"
+#include "MediaWorkerService.h"
+#include "MetadataWorkerService.h"
+#include "PlatformIdentifiers.h"
+#include "StoreChoice.h"
+
+namespace Quillon::Farm {
+
+namespace Messaging = PlatformAbstraction::Messaging;
+namespace Standalone = PlatformAbstraction::Standalone;
+
+namespace {
+
+// Beside the store's file, whose jobs it lists. A store elsewhere has its index where its file would lie.
+std::string IndexPath() {
+    namespace fs = std::filesystem;
+    if (const std::string store = CommonServices::StoreChoice::EmbeddedPath(); !store.empty()) {
+        return store + ".jobindex";
+    }
+    const fs::path root = fs::absolute(PlatformAbstraction::MetadataRootPath()).lexically_normal();
+    const fs::path directory = root.parent_path() / "Store";
+    fs::create_directories(directory);
+    return (directory / "farm.jobindex").string();
+}
+
+std::vector<Principal> PrincipalsOf(const Standalone::BusSettings& settings) {
+    std::vector<Principal> principals;
+    for (const auto& caller : settings.rest.callers) {
+        principals.push_back({caller.identityId, caller.displayName});
+    }
+    return principals;
+}
+
+class LocalFarm final : public Standalone::AttachedFarm {
+public:
+    LocalFarm(const Standalone::BusSettings& settings, std::string realm)
+        : m_settings(settings),
+          m_realm(std::move(realm)),
+          m_pJobs(std::make_shared<JobDirectory>(IndexPath())),
+          m_pCoordinator(std::make_shared<Coordinator>(m_realm)) {}
+    LocalFarm(const LocalFarm&) = delete;
+    LocalFarm& operator=(const LocalFarm&) = delete;
+    ~LocalFarm() override { Stop(); }
+
+    void Start(Messaging::InProcessBus& bus) {
+        const WorkerSettings workers{m_realm, m_settings.farm.taskTime, m_workersStop.get_token()};
+        // All are made before the first is attached: one that cannot be made stops the start.
+        const auto services = {
+            MakeIdentityService(PrincipalsOf(m_settings)),
+            MakeJobMonitorService(m_pJobs, m_realm),
+            MakeCoordinatorService(m_realm, m_pCoordinator),
+            MakeMetadataWorkerService(workers, m_settings.farm.catalogueDirectory),
+            MakeMediaWorkerService(workers),
+        };
+        for (const auto& service : services) {
+            bus.Attach(service);
+        }
+        const auto messaging = bus.GetMessaging();
+        m_pCoordinator->Start(messaging);
+        ReportMetadataWorkers(*messaging, m_realm);
+        ReportMediaWorkers(*messaging, m_realm);
+        m_indexFollower = std::jthread([jobs = m_pJobs](const std::stop_token& stop) { jobs->Follow(stop); });
+    }
+
+    // The coordinator first: from then on it takes no task that ends for a failed one.
+    void Stop() noexcept override {
+        m_indexFollower.request_stop();
+        m_pCoordinator->Stop();
+        m_workersStop.request_stop();
+        if (m_indexFollower.joinable()) {
+            m_indexFollower.join();
+        }
+    }
+
+private:
+    const Standalone::BusSettings m_settings;
+    const std::string m_realm;
+    const std::shared_ptr<JobDirectory> m_pJobs;
+    const std::shared_ptr<Coordinator> m_pCoordinator;
+    std::stop_source m_workersStop;
+    std::jthread m_indexFollower;
+};
+
+}  // namespace
+
+std::shared_ptr<Standalone::AttachedFarm> StartLocalFarm(Messaging::InProcessBus& bus,
+                                                         const Standalone::BusSettings& settings,
+                                                         const Messaging::ServiceInfoApi& service) {
+    auto farm = std::make_shared<LocalFarm>(settings, service.GetRealm());
+    farm->Start(bus);
+    return farm;
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "BusMessaging.h"
+#include "JobBoard.h"
+#include "JobFollower.h"
+#include "JobRecords.h"
+#include "Parameters.h"
+
+namespace Quillon::Farm {
+
+/// Hears of jobs, hands their tasks to the workers, and keeps their states until they have ended. What it has
+/// to know after a restart lies in the store: the states of the jobs, and how far the event log has been
+/// dealt with. Shared by the handlers of the service and the farm; any thread may call, but `Start` and
+/// `Stop`, which are for whoever started it.
+class Coordinator {
+public:
+    /// Throws `ObjectStoreException` when the kept position cannot be read.
+    explicit Coordinator(std::string realm);
+    Coordinator(const Coordinator&) = delete;
+    Coordinator& operator=(const Coordinator&) = delete;
+    ~Coordinator();
+
+    /// Begins to read jobs and to hand out tasks.
+    void Start(std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> messaging);
+    /// Returns when its threads have ended, which they do soon: tasks under way are left to their workers,
+    /// and are handed out again after the next start.
+    void Stop() noexcept;
+
+    void ReportWorker(const Worker& worker);
+    std::vector<WorkerState> Workers() const { return m_board.Workers(); }
+    /// Of the job's last task, in percent. What comes late or goes back changes nothing.
+    void TellProgress(const std::string& jobId, std::int32_t progress);
+    /// As `JobRecords::Forget`.
+    void ForgetJob(const std::string& jobId) { m_records.Forget(jobId); }
+
+private:
+    void StartSlot(const Worker& worker);
+
+    const std::string m_realm;
+    JobRecords m_records;
+    JobBoard m_board;
+    JobFollower m_follower;
+
+    std::mutex m_mutex;
+    // Guarded by m_mutex:
+    std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> m_pMessaging;  // from the start to the stop
+    std::vector<std::jthread> m_threads;  // the last member, so that they end before what they use
+};
+
+}  // namespace Quillon::Farm

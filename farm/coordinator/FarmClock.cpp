@@ -1,0 +1,13 @@
+#include "FarmClock.h"
+
+#include <chrono>
+
+#include "TimeText.h"
+
+namespace Quillon::Farm {
+
+std::string NowText() {
+    return Weftline::ExtendedIsoUtc(std::chrono::system_clock::now());
+}
+
+}  // namespace Quillon::Farm

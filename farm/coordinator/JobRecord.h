@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Parameters.h"
+#include "wf_Record.h"
+
+/// Reading and changing the stored record of a job. A change touches the keys that it names and leaves every
+/// other value, also those that this program knows nothing of, as it is. All throw `std::runtime_error` for a
+/// record whose JSON is broken.
+namespace Quillon::Farm {
+
+/// What the coordinator wants to know of a job.
+struct JobFacts {
+    std::string kind;
+    std::string state;  ///< never blank: a job that nobody has touched yet is "Created"
+    std::string queue;
+    std::string createdBy;
+    std::int32_t priority = 50;   ///< 1 to 100
+    std::string requiredMachine;  ///< empty: no wish
+    std::string excludedMachine;  ///< empty: no wish
+};
+JobFacts ReadJobFacts(const Weftline::Record& job);
+
+/// `jobState` of the record; "Created" where it is blank.
+std::string ReadJobState(const Weftline::Record& job);
+
+/// What the workers are given of the job: the tree in its text `processingData`.
+CoreServices::Parameters ReadProcessingData(const Weftline::Record& job);
+
+/// Whether there is work for the farm in a job of that state. There is none in one that has come to its end,
+/// was suspended, or has a state that the farm does not know.
+bool IsOpenState(std::string_view state);
+
+/// Sets `jobState`, and `jobLastState` to the one before it. A job that leaves "Created" gets its id at the
+/// job monitor, which is its own.
+void MoveTo(Weftline::Record& job, std::string_view state);
+/// In percent.
+void SetProgress(Weftline::Record& job, std::int32_t progress);
+std::int32_t ReadProgress(const Weftline::Record& job);
+
+/// Moves to the final state with the time as `completedDateTime`: "Completed" with all progress made, or
+/// "Failed" with the reason.
+void Complete(Weftline::Record& job, const std::string& extendedIsoUtc);
+void Fail(Weftline::Record& job, const std::string& extendedIsoUtc, const std::string& reason);
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,28 @@
+#include "SetGlobalConfigDataHandler.h"
+
+#include "PlatformLog.h"
+#include "RegParamsBuilder.h"
+#include "Vocabulary.h"
+
+namespace Quillon::Farm {
+
+using CoreServices::Parameters;
+
+PlatformAbstraction::RegistrationParams SetGlobalConfigDataHandler::GetRegistrationParams() const {
+    return PlatformAbstraction::RegParamsBuilder()
+        .SetName(std::string(Weftline::Operations::SetGlobalConfigData))
+        .SetDescription("Sets configuration for the whole farm")
+        .GetResult();
+}
+
+Parameters SetGlobalConfigDataHandler::HandleMessageV2(
+    const Parameters& request, std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> /*context*/) {
+    const std::lock_guard lock(m_mutex);
+    for (const std::string& key : request.GetTopLevelParameterNames()) {
+        m_config.CopyValue(request, key, key);
+    }
+    PlatformAbstraction::Log::Info("Configuration for the whole farm: " + m_config.toJSON());
+    return {};
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,178 @@
+#include "TaskSlot.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include "FarmClock.h"
+#include "FarmProtocol.h"
+#include "HandlerInvocation.h"
+#include "JobKinds.h"
+#include "JobRecord.h"
+#include "ObjectStoreException.h"
+#include "Pause.h"
+#include "PlatformLog.h"
+#include "Vocabulary.h"
+
+namespace Quillon::Farm {
+
+using CoreServices::Parameters;
+using PlatformAbstraction::Log::Warning;
+using PlatformAbstraction::Messaging::ServiceMessageDispatch;
+using Weftline::Record;
+namespace JobStates = Weftline::JobStates;
+namespace Messaging = PlatformAbstraction::Messaging;
+namespace Shared = Weftline::Keys;
+
+namespace {
+
+constexpr std::chrono::milliseconds kPause{1000};
+// How soon a stop is seen while a worker is at a task.
+constexpr std::int64_t kStopCheckMicroseconds = 50'000;
+
+// Errors that say nothing of the task: the worker did not come to it.
+constexpr std::array<std::string_view, 3> kNotReached{Messaging::kServiceStopping, Messaging::kQueueFull,
+                                                      Messaging::kServiceNotFound};
+
+std::string_view StateDuring(Stage stage) {
+    return stage == Stage::Evaluation ? JobStates::Readied : JobStates::Tasked;
+}
+
+}  // namespace
+
+TaskSlot::TaskSlot(Worker worker, std::string realm, std::shared_ptr<Messaging::BusMessaging> messaging,
+                   JobBoard& board, JobRecords& records)
+    : m_worker(std::move(worker)),
+      m_realm(std::move(realm)),
+      m_pMessaging(std::move(messaging)),
+      m_board(board),
+      m_records(records) {}
+
+void TaskSlot::Run(const std::stop_token& stop) {
+    while (auto ticket = m_board.Take(m_worker, stop)) {
+        switch (CarryOut(*ticket, stop)) {
+            case Result::Evaluated:
+                ticket->stage = Stage::Work;
+                m_board.PutBack(m_worker, std::move(*ticket));
+                break;
+            case Result::Over:
+                m_board.Finish(m_worker, *ticket);
+                break;
+            case Result::Interrupted:
+                m_board.PutBack(m_worker, std::move(*ticket));
+                PauseUnlessStopped(kPause, stop);
+                break;
+        }
+    }
+}
+
+TaskSlot::Result TaskSlot::CarryOut(const JobTicket& ticket, const std::stop_token& stop) {
+    Result result = Result::Over;
+    const auto processingData = Begin(ticket, stop, result);
+    if (!processingData) {
+        return result;
+    }
+    const TaskEnd end = Perform(ticket, *processingData, stop);
+    return end.kind == TaskEnd::Kind::Interrupted ? Result::Interrupted : NoteEnd(ticket, end, stop);
+}
+
+std::optional<Parameters> TaskSlot::Begin(const JobTicket& ticket, const std::stop_token& stop,
+                                          Result& result) {
+    std::optional<Parameters> processingData;
+    const auto outcome = Persist(
+        ticket.jobId,
+        [&](Record& job) {
+            processingData.reset();
+            if (!IsOpenState(ReadJobState(job))) {
+                return false;
+            }
+            try {
+                processingData = ReadProcessingData(job);
+                MoveTo(job, StateDuring(ticket.stage));
+                SetProgress(job, 0);
+            } catch (const std::runtime_error& broken) {
+                Fail(job, NowText(),
+                     std::string("The job's processing data cannot be read: ") + broken.what());
+            }
+            return true;
+        },
+        stop);
+    result = outcome ? Result::Over : Result::Interrupted;
+    return outcome == JobRecords::Outcome::Written ? processingData : std::nullopt;
+}
+
+TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& processingData,
+                                    const std::stop_token& stop) const {
+    const TaskStep& step = ticket.Step();
+    ServiceMessageDispatch task(std::string(step.service), m_realm, kServiceVersion,
+                                std::string(Operations::PerformTask));
+    task.parameters.SetParameter(Keys::JobId, ticket.jobId);
+    task.parameters.SetParameter(Keys::WorkerId, m_worker.id);
+    task.parameters.SetParameter(Keys::TaskKind, step.taskKind);
+    task.parameters.SetParameter(Shared::JobKind, ticket.plan->jobKind);
+    task.parameters.SetChildParameters(Shared::ProcessingData, processingData);
+
+    const auto future = m_pMessaging->SendRequest(task);
+    while (!future->WaitForDone(kStopCheckMicroseconds)) {
+        if (stop.stop_requested()) {
+            return {TaskEnd::Kind::Interrupted, ""};
+        }
+    }
+    if (!future->HasError()) {
+        return {TaskEnd::Kind::Done, ""};
+    }
+    std::string code;
+    std::string reason = "The worker gave no reason.";
+    future->GetErrorDetails(code, reason);
+    const bool isReached = std::ranges::find(kNotReached, code) == kNotReached.end();
+    return {isReached ? TaskEnd::Kind::Failed : TaskEnd::Kind::Interrupted, reason};
+}
+
+TaskSlot::Result TaskSlot::NoteEnd(const JobTicket& ticket, const TaskEnd& end, const std::stop_token& stop) {
+    const bool isDone = end.kind == TaskEnd::Kind::Done;
+    const auto outcome = Persist(
+        ticket.jobId,
+        [&](Record& job) {
+            // Whoever has moved the job to another state meanwhile, such as "Canceled", has the last word.
+            if (ReadJobState(job) != StateDuring(ticket.stage)) {
+                return false;
+            }
+            if (!isDone) {
+                Fail(job, NowText(), end.reason);
+            } else if (ticket.stage == Stage::Evaluation) {
+                MoveTo(job, JobStates::Evaluated);
+            } else {
+                Complete(job, NowText());
+            }
+            return true;
+        },
+        stop);
+    if (!outcome) {
+        return Result::Interrupted;
+    }
+    const bool hasNextTask = isDone && ticket.stage == Stage::Evaluation;
+    return hasNextTask && *outcome == JobRecords::Outcome::Written ? Result::Evaluated : Result::Over;
+}
+
+std::optional<JobRecords::Outcome> TaskSlot::Persist(const std::string& jobId, const JobRecords::Edit& edit,
+                                                     const std::stop_token& stop) {
+    bool hasSpoken = false;
+    do {
+        try {
+            return m_records.Change(jobId, edit);
+        } catch (const CommonServices::ObjectStoreException& failure) {
+            if (!std::exchange(hasSpoken, true)) {
+                Warning("The state of the job " + jobId + " waits for the store: " + failure.what());
+            }
+        } catch (const std::exception& broken) {
+            Warning("The job " + jobId + " is left alone, for it cannot be read: " + broken.what());
+            return JobRecords::Outcome::Gone;
+        }
+        PauseUnlessStopped(kPause, stop);
+    } while (!stop.stop_requested());
+    return std::nullopt;
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "ServiceMessageHandlerV2.h"
+
+namespace Quillon::Farm {
+
+/// Answers `entity`.`id` with `entity`: that `id`, and the `displayName` that goes with it. An id that nobody
+/// has is an error. Constant after construction.
+class FindPrincipalHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandlerV2 {
+public:
+    explicit FindPrincipalHandler(std::map<std::string, std::string> displayNamesById);
+
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
+    CoreServices::Parameters HandleMessageV2(
+        const CoreServices::Parameters& request,
+        std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> context) override;
+
+private:
+    const std::map<std::string, std::string> m_displayNamesById;
+};
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,114 @@
+#include "JobAnswer.h"
+
+#include <stdexcept>
+#include <string_view>
+
+#include "FarmProtocol.h"
+#include "JobInfo.h"
+#include "JobKinds.h"
+#include "Vocabulary.h"
+
+namespace Quillon::Farm {
+
+using CoreServices::Parameters;
+using Weftline::Record;
+namespace Shared = Weftline::Keys;
+
+namespace {
+
+Parameters ReadTree(const std::string& json) {
+    try {
+        Parameters tree = Parameters::fromJSON(json);
+        return tree.IsArray() ? Parameters() : tree;
+    } catch (const std::runtime_error&) {
+        return {};
+    }
+}
+
+std::string TextOf(const Parameters& tree, std::string_view key) {
+    std::string text;
+    tree.GetParameter(key, text);
+    return text;
+}
+
+Parameters InfoOf(const Record& job, const std::string& status) {
+    Parameters info;
+    if (status == Weftline::JobStates::Failed) {
+        const std::string reason = TextOf(ReadTree(job.recordData), Keys::FailureReason);
+        if (!reason.empty()) {
+            info.SetParameter(Keys::FailureReason, reason);
+        }
+    }
+    return info;
+}
+
+Parameters DetailsOf(const std::vector<std::string>& subTasks) {
+    Parameters details;
+    for (const std::string& id : subTasks) {
+        details.AddArrayParameter(Shared::SubTaskJobIDs, id);
+    }
+    return details;
+}
+
+Parameters ParentOf(const IndexedJob& entry) {
+    Parameters parent;
+    if (entry.parent.empty()) {
+        parent.SetParameterNull(Shared::Id);
+    } else {
+        parent.SetParameter(Shared::Id, entry.parent);
+    }
+    return parent;
+}
+
+}  // namespace
+
+IndexedJob MakeEntry(const Record& job, std::int64_t order) {
+    const Parameters privateData = ReadTree(job.recordData);
+    const Parameters identity = ReadTree(TextOf(privateData, Shared::Identity));
+    return {order, job.recordID, TextOf(identity, Shared::IdentityId), TextOf(privateData, Shared::Parent),
+            TextOf(ReadTree(job.recordPublicData), Shared::JobKind)};
+}
+
+Parameters DescribeJob(const Record& job, const IndexedJob& entry, const std::vector<std::string>& subTasks) {
+    const Parameters publicData = ReadTree(job.recordPublicData);
+    CommonServices::JobInfo info;
+    info.jobId = job.recordID;
+    info.clientKey = job.recordID;
+    info.kind = TextOf(publicData, Shared::JobKind);
+    info.creationDateTime = ManagerDate(TextOf(publicData, Shared::CreatedDateTime));
+    info.completedDateTime = TextOf(publicData, Shared::CompletedDateTime);
+    info.createdBy = TextOf(publicData, Shared::CreatedBy);
+    info.name = job.name;
+    info.status = TextOf(publicData, Shared::JobState);
+    if (info.status.empty()) {
+        info.status = Weftline::JobStates::Created;
+    }
+    publicData.GetParameter(Shared::Priority, info.priority);
+    publicData.GetParameter(Shared::Progress, info.progress);
+    info.info = InfoOf(job, info.status);
+    info.details = DetailsOf(subTasks);
+
+    Parameters answer = CommonServices::WriteJobInfo(info);
+    answer.SetParameter(Shared::Description, job.description);
+    answer.SetParameter(Shared::JobQueue, TextOf(publicData, Shared::JobQueue));
+    answer.SetParameter(Shared::CreatedDateTime, TextOf(publicData, Shared::CreatedDateTime));
+    answer.SetChildParameters(Shared::Parent, ParentOf(entry));
+    return answer;
+}
+
+std::string ManagerDate(const std::string& extendedIsoUtc) {
+    constexpr std::string_view kForm = "0000-00-00T00:00:00";
+    if (extendedIsoUtc.size() < kForm.size()) {
+        return {};
+    }
+    for (std::size_t i = 0; i < kForm.size(); ++i) {
+        const char c = extendedIsoUtc[i];
+        const bool isRight = kForm[i] == '0' ? c >= '0' && c <= '9' : c == kForm[i];
+        if (!isRight) {
+            return {};
+        }
+    }
+    return extendedIsoUtc.substr(0, kForm.size()) + ".000Z";
+}
+
+}  // namespace Quillon::Farm

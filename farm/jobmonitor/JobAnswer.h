@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "JobIndex.h"
+#include "Parameters.h"
+#include "wf_Record.h"
+
+/// What the job monitor reads from records and tells of jobs. A record whose JSON is broken is told as far as
+/// it can be read.
+namespace Quillon::Farm {
+
+IndexedJob MakeEntry(const Weftline::Record& job, std::int64_t order);
+
+/// The job as every answer of the monitor tells it: the keys that clients of a job manager read
+/// (`CommonServices::WriteJobInfo`), then `description`, `jobQueue`, `createdDateTime` and `parent` with its
+/// `id`, null where there is none. A job that nobody has touched yet has the status "Created". `info` tells
+/// of a failed job its `failureReason`; `details` lists the `subTasks`, where there are some.
+CoreServices::Parameters DescribeJob(const Weftline::Record& job, const IndexedJob& entry,
+                                     const std::vector<std::string>& subTasks = {});
+
+/// A date as job managers tell it, "2026-11-22T20:06:45.000Z", of one as records hold it; empty where that is
+/// none.
+std::string ManagerDate(const std::string& extendedIsoUtc);
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,172 @@
+#include "JobDirectory.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <utility>
+
+#include "EventLog.h"
+#include "JobAnswer.h"
+#include "JobCreatedEvent.h"
+#include "ObjectStore.h"
+#include "Pause.h"
+#include "PlatformLog.h"
+#include "StoreChoice.h"
+#include "Vocabulary.h"
+
+namespace Quillon::Farm {
+
+using CommonServices::LoggedEvent;
+using CommonServices::ObjectStore;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::size_t kBatch = 256;
+// A page is asked for by somebody who waits. An index that is being made anew is shown as far as it has come.
+constexpr milliseconds kCatchUpPatience{1000};
+constexpr milliseconds kWaitForEvents{200};
+// Events that come in quick succession are read together.
+constexpr milliseconds kBetweenReads{100};
+constexpr milliseconds kPauseAfterFailure{2000};
+constexpr std::int32_t kMostSubTasks = 500;
+
+std::vector<LoggedEvent> ReadEvents(std::int64_t afterOffset, std::size_t limit, milliseconds wait) {
+    return CommonServices::StoreChoice::Events()->Read(std::string(Weftline::Topics::JobEvents), afterOffset,
+                                                       limit, wait);
+}
+
+std::optional<Weftline::Record> FindRecord(const std::string& jobId) {
+    return ObjectStore().FindByID(jobId, std::string(Weftline::Collections::Jobs));
+}
+
+}  // namespace
+
+JobDirectory::JobDirectory(const std::string& indexPath) : m_index(indexPath) {
+    StartOverIfLogIsAnother();
+}
+
+void JobDirectory::StartOverIfLogIsAnother() {
+    const IndexPosition position = m_index.Position();
+    if (position.offset == 0) {
+        return;
+    }
+    const auto last = ReadEvents(position.offset - 1, 1, milliseconds(0));
+    if (last.empty() || last[0].offset != position.offset || last[0].record.recordID != position.eventId) {
+        PlatformAbstraction::Log::Info("The index of jobs is made anew, for it belongs to another store.");
+        m_index.Clear();
+    }
+}
+
+void JobDirectory::Follow(const std::stop_token& stop) {
+    bool isFailing = false;
+    while (!stop.stop_requested()) {
+        try {
+            if (!ReadEvents(m_index.Position().offset, 1, kWaitForEvents).empty()) {
+                while (ReadBatch() == kBatch && !stop.stop_requested()) {
+                }
+            }
+            isFailing = false;
+            PauseUnlessStopped(kBetweenReads, stop);
+        } catch (const std::exception& failure) {
+            if (!std::exchange(isFailing, true)) {
+                PlatformAbstraction::Log::Error(std::string("The index of jobs does not follow the log: ") +
+                                                failure.what());
+            }
+            PauseUnlessStopped(kPauseAfterFailure, stop);
+        }
+    }
+}
+
+void JobDirectory::CatchUp() {
+    const auto deadline = steady_clock::now() + kCatchUpPatience;
+    while (ReadBatch() == kBatch && steady_clock::now() < deadline) {
+    }
+}
+
+std::size_t JobDirectory::ReadBatch() {
+    const std::lock_guard lock(m_readingMutex);
+    const auto events = ReadEvents(m_index.Position().offset, kBatch, milliseconds(0));
+    std::vector<IndexedJob> jobs;
+    for (const LoggedEvent& event : events) {
+        const std::string jobId = Weftline::DataModel::ReadJobCreatedEvent(event.record);
+        // One without a record was removed before the index came to it.
+        if (const auto record = jobId.empty() ? std::nullopt : FindRecord(jobId)) {
+            jobs.push_back(MakeEntry(*record, event.offset));
+        }
+    }
+    if (!events.empty()) {
+        m_index.Add(jobs, {events.back().offset, events.back().record.recordID});
+    }
+    return events.size();
+}
+
+std::optional<ListedJob> JobDirectory::Find(const std::string& jobId) {
+    auto record = FindRecord(jobId);
+    if (!record) {
+        return std::nullopt;
+    }
+    IndexedJob entry = MakeEntry(*record, 0);
+    return ListedJob{std::move(*record), std::move(entry)};
+}
+
+std::vector<ListedJob> JobDirectory::Newest(const JobFilter& filter, std::int32_t offset,
+                                            std::int32_t limit) {
+    CatchUp();
+    std::vector<ListedJob> page;
+    std::int64_t before = JobIndex::kNewest;
+    std::int32_t skip = std::max(offset, 0);
+    for (std::int32_t missing = limit; missing > 0;
+         missing = limit - static_cast<std::int32_t>(page.size())) {
+        std::vector<IndexedJob> entries = m_index.Newest(filter, before, skip, missing);
+        if (entries.empty()) {
+            break;
+        }
+        before = entries.back().order;
+        skip = 0;
+        Collect(std::move(entries), page);
+    }
+    return page;
+}
+
+// The jobs that are gone leave the index at once, and then the same page is asked for again.
+std::vector<ListedJob> JobDirectory::OfKind(const std::string& kind, std::int32_t offset,
+                                            std::int32_t limit) {
+    CatchUp();
+    for (;;) {
+        std::vector<ListedJob> page;
+        std::vector<IndexedJob> entries = m_index.OfKind(kind, std::max(offset, 0), std::max(limit, 0));
+        const std::size_t asked = entries.size();
+        Collect(std::move(entries), page);
+        if (page.size() == asked) {
+            return page;
+        }
+    }
+}
+
+void JobDirectory::Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page) {
+    std::vector<std::string> gone;
+    for (IndexedJob& entry : entries) {
+        if (auto record = FindRecord(entry.id)) {
+            page.push_back({std::move(*record), std::move(entry)});
+        } else {
+            gone.push_back(std::move(entry.id));
+        }
+    }
+    m_index.Remove(gone);
+}
+
+std::vector<std::string> JobDirectory::SubTasksOf(const std::string& jobId) {
+    return m_index.ChildrenOf(jobId, kMostSubTasks);
+}
+
+bool JobDirectory::Remove(const std::string& jobId) {
+    if (!ObjectStore().DeleteMany({jobId})) {
+        return false;
+    }
+    m_index.Remove({jobId});
+    return true;
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "JobIndex.h"
+#include "wf_Record.h"
+
+namespace Quillon::Farm {
+
+/// A job's record together with what the index knows of it.
+struct ListedJob {
+    Weftline::Record record;
+    IndexedJob entry;
+};
+
+/// The jobs as the job monitor lists them: their records in the store, found through an index that follows
+/// the event log. A job whose record is gone is dropped from the index when it is met. Any thread may call.
+/// Faults of store and index are thrown as standard exceptions.
+class JobDirectory {
+public:
+    /// An index that belongs to another event log is begun anew.
+    explicit JobDirectory(const std::string& indexPath);
+
+    /// Keeps the index up with the log until the stop, so that a page finds little left to do.
+    void Follow(const std::stop_token& stop);
+
+    std::optional<ListedJob> Find(const std::string& jobId);
+
+    /// Pages are full as long as there are jobs. Negative numbers count as 0.
+    std::vector<ListedJob> Newest(const JobFilter& filter, std::int32_t offset, std::int32_t limit);
+    std::vector<ListedJob> OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
+    std::int64_t CountOfKind(const std::string& kind) { return m_index.CountOfKind(kind); }
+    /// The ids of the jobs that have this one as their parent, at most some hundreds.
+    std::vector<std::string> SubTasksOf(const std::string& jobId);
+
+    /// False when the store did not delete the record.
+    bool Remove(const std::string& jobId);
+
+private:
+    void StartOverIfLogIsAnother();
+    /// Reads what has come to the log, for a limited time.
+    void CatchUp();
+    std::size_t ReadBatch();
+    /// Adds the jobs to `page`, and drops those whose record is gone.
+    void Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page);
+
+    JobIndex m_index;
+    std::mutex m_readingMutex;  // held over one batch, so that batches come in order
+};
+
+}  // namespace Quillon::Farm

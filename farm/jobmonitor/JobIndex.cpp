@@ -1,0 +1,288 @@
+#include "JobIndex.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <utility>
+
+#include "PlatformLog.h"
+
+namespace Quillon::Farm {
+
+namespace {
+
+constexpr int kLayoutVersion = 1;
+constexpr char kInMemory[] = ":memory:";
+
+constexpr char kColumns[] = "place, id, creator, parent, kind";
+
+// The place is the last column of every index, so each of them gives its jobs in order. The counts save the
+// walk over all jobs of a kind for their number.
+constexpr char kLayout[] = R"sql(
+    CREATE TABLE jobs (
+        place INTEGER PRIMARY KEY,
+        id TEXT NOT NULL UNIQUE,
+        creator TEXT NOT NULL,
+        parent TEXT NOT NULL,
+        kind TEXT NOT NULL
+    );
+    CREATE INDEX jobsByCreator ON jobs (creator);
+    CREATE INDEX jobsByParent ON jobs (parent);
+    CREATE INDEX jobsByBoth ON jobs (creator, parent);
+    CREATE INDEX jobsByKind ON jobs (kind);
+    CREATE TABLE counts (kind TEXT PRIMARY KEY, jobs INTEGER NOT NULL) WITHOUT ROWID;
+    CREATE TRIGGER jobAdded AFTER INSERT ON jobs BEGIN
+        INSERT INTO counts VALUES (new.kind, 1) ON CONFLICT (kind) DO UPDATE SET jobs = jobs + 1;
+    END;
+    CREATE TRIGGER jobRemoved AFTER DELETE ON jobs BEGIN
+        UPDATE counts SET jobs = jobs - 1 WHERE kind = old.kind;
+    END;
+    CREATE TABLE position (eventOffset INTEGER NOT NULL, eventId TEXT NOT NULL);
+    INSERT INTO position VALUES (0, '');
+)sql";
+
+std::string PageSql(const std::string& condition) {
+    return std::string("SELECT ") + kColumns + " FROM jobs WHERE place < ?1" + condition +
+           " ORDER BY place DESC LIMIT ?3 OFFSET ?2";
+}
+
+void MakePrivateFile(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+}
+
+// One connection for everything, which alone has the file: no other could write or checkpoint beside it.
+SQLite::Database Open(const std::string& path) {
+    if (path != kInMemory) {
+        MakePrivateFile(path);
+    }
+    SQLite::Database database(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX);
+    database.exec(
+        "PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL;"
+        "PRAGMA cache_size = -8192");
+    const int version = database.execAndGet("PRAGMA user_version").getInt();
+    if (version == 0) {
+        SQLite::Transaction transaction(database);
+        database.exec(kLayout);
+        database.exec("PRAGMA user_version = " + std::to_string(kLayoutVersion));
+        transaction.commit();
+    } else if (version != kLayoutVersion) {
+        throw SQLite::Exception("it has layout version " + std::to_string(version));
+    }
+    return database;
+}
+
+SQLite::Database OpenOrBeginAnew(const std::string& path) {
+    try {
+        return Open(path);
+    } catch (const SQLite::Exception& fault) {
+        if (path == kInMemory || fault.getErrorCode() == SQLITE_BUSY) {
+            throw;
+        }
+        PlatformAbstraction::Log::Warning("The index of jobs '" + path +
+                                          "' is made anew, for it cannot be used: " + fault.what());
+    }
+    for (const char* const part : {"", "-wal", "-shm", "-journal"}) {
+        std::filesystem::remove(path + part);
+    }
+    return Open(path);
+}
+
+// A statement that is left in the middle, or that failed, takes no new values before it is reset.
+class Running {
+public:
+    explicit Running(SQLite::Statement& statement) : m_statement(statement) {}
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+    ~Running() { m_statement.tryReset(); }
+
+private:
+    SQLite::Statement& m_statement;
+};
+
+std::vector<IndexedJob> ReadJobs(SQLite::Statement& statement) {
+    const Running running(statement);
+    std::vector<IndexedJob> jobs;
+    while (statement.executeStep()) {
+        jobs.push_back({statement.getColumn(0).getInt64(), statement.getColumn(1).getString(),
+                        statement.getColumn(2).getString(), statement.getColumn(3).getString(),
+                        statement.getColumn(4).getString()});
+    }
+    return jobs;
+}
+
+void Run(SQLite::Statement& statement) {
+    const Running running(statement);
+    statement.exec();
+}
+
+}  // namespace
+
+struct JobIndex::Tables {
+    explicit Tables(const std::string& path)
+        : database(OpenOrBeginAnew(path)),
+          add(database, "INSERT INTO jobs VALUES (?1, ?2, ?3, ?4, ?5) ON CONFLICT DO NOTHING"),
+          move(database, "UPDATE position SET eventOffset = ?1, eventId = ?2"),
+          position(database, "SELECT eventOffset, eventId FROM position"),
+          remove(database, "DELETE FROM jobs WHERE id = ?1"),
+          all(database, PageSql("")),
+          byCreator(database, PageSql(" AND creator = ?4")),
+          byParent(database, PageSql(" AND parent = ?5")),
+          byBoth(database, PageSql(" AND creator = ?4 AND parent = ?5")),
+          ofKind(database, std::string("SELECT ") + kColumns +
+                               " FROM jobs WHERE kind = ?1 AND place > ?2 ORDER BY place LIMIT ?4 OFFSET ?3"),
+          countOfKind(database, "SELECT jobs FROM counts WHERE kind = ?1"),
+          children(database, "SELECT id FROM jobs WHERE parent = ?1 ORDER BY place LIMIT ?2") {}
+
+    SQLite::Statement& PageOf(const JobFilter& filter) {
+        SQLite::Statement& page = filter.creator && filter.parent ? byBoth
+                                  : filter.creator                ? byCreator
+                                  : filter.parent                 ? byParent
+                                                                  : all;
+        if (filter.creator) {
+            page.bindNoCopy(4, *filter.creator);
+        }
+        if (filter.parent) {
+            page.bindNoCopy(5, *filter.parent);
+        }
+        return page;
+    }
+
+    /// The beginning of a page of a kind that was reached before: its offset among the jobs of the kind, and
+    /// the place of the job in front of it.
+    using Marks = std::map<std::pair<std::string, std::int64_t>, std::int64_t>;
+
+    SQLite::Database database;
+    SQLite::Statement add;
+    SQLite::Statement move;
+    SQLite::Statement position;
+    SQLite::Statement remove;
+    SQLite::Statement all;
+    SQLite::Statement byCreator;
+    SQLite::Statement byParent;
+    SQLite::Statement byBoth;
+    SQLite::Statement ofKind;
+    SQLite::Statement countOfKind;
+    SQLite::Statement children;
+    Marks marks;  // true until a job is removed, since jobs are only added at the end
+};
+
+JobIndex::JobIndex(const std::string& path)
+    : m_pTables(std::make_unique<Tables>(path.empty() ? kInMemory : path)) {}
+
+JobIndex::~JobIndex() = default;
+
+IndexPosition JobIndex::Position() {
+    const std::lock_guard lock(m_mutex);
+    SQLite::Statement& read = m_pTables->position;
+    const Running running(read);
+    read.executeStep();
+    return {read.getColumn(0).getInt64(), read.getColumn(1).getString()};
+}
+
+void JobIndex::Add(const std::vector<IndexedJob>& jobs, const IndexPosition& position) {
+    const std::lock_guard lock(m_mutex);
+    Tables& tables = *m_pTables;
+    SQLite::Transaction transaction(tables.database);
+    for (const IndexedJob& job : jobs) {
+        tables.add.bind(1, job.order);
+        tables.add.bindNoCopy(2, job.id);
+        tables.add.bindNoCopy(3, job.creator);
+        tables.add.bindNoCopy(4, job.parent);
+        tables.add.bindNoCopy(5, job.kind);
+        Run(tables.add);
+    }
+    tables.move.bind(1, position.offset);
+    tables.move.bindNoCopy(2, position.eventId);
+    Run(tables.move);
+    transaction.commit();
+}
+
+void JobIndex::Remove(const std::vector<std::string>& ids) {
+    if (ids.empty()) {
+        return;
+    }
+    const std::lock_guard lock(m_mutex);
+    Tables& tables = *m_pTables;
+    tables.marks.clear();
+    SQLite::Transaction transaction(tables.database);
+    for (const std::string& id : ids) {
+        tables.remove.bindNoCopy(1, id);
+        Run(tables.remove);
+    }
+    transaction.commit();
+}
+
+void JobIndex::Clear() {
+    const std::lock_guard lock(m_mutex);
+    m_pTables->marks.clear();
+    SQLite::Transaction transaction(m_pTables->database);
+    m_pTables->database.exec(
+        "DELETE FROM jobs; DELETE FROM counts; UPDATE position SET eventOffset = 0, eventId = ''");
+    transaction.commit();
+}
+
+std::vector<IndexedJob> JobIndex::Newest(const JobFilter& filter, std::int64_t before, std::int32_t offset,
+                                         std::int32_t limit) {
+    const std::lock_guard lock(m_mutex);
+    SQLite::Statement& page = m_pTables->PageOf(filter);
+    page.bind(1, before);
+    page.bind(2, offset);
+    page.bind(3, limit);
+    return ReadJobs(page);
+}
+
+std::vector<IndexedJob> JobIndex::OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit) {
+    constexpr std::size_t kMostMarks = 64;
+    const std::lock_guard lock(m_mutex);
+    Tables& tables = *m_pTables;
+    const auto mark = tables.marks.find({kind, offset});
+    const bool isMarked = mark != tables.marks.end();
+    tables.ofKind.bindNoCopy(1, kind);
+    tables.ofKind.bind(2, isMarked ? mark->second : 0);
+    tables.ofKind.bind(3, isMarked ? 0 : offset);
+    tables.ofKind.bind(4, limit);
+    std::vector<IndexedJob> jobs = ReadJobs(tables.ofKind);
+    if (isMarked) {
+        tables.marks.erase(mark);
+    }
+    if (!jobs.empty() && jobs.size() == static_cast<std::size_t>(limit)) {
+        if (tables.marks.size() >= kMostMarks) {
+            tables.marks.clear();
+        }
+        tables.marks[{kind, std::int64_t{offset} + limit}] = jobs.back().order;
+    }
+    return jobs;
+}
+
+std::int64_t JobIndex::CountOfKind(const std::string& kind) {
+    const std::lock_guard lock(m_mutex);
+    SQLite::Statement& count = m_pTables->countOfKind;
+    count.bindNoCopy(1, kind);
+    const Running running(count);
+    return count.executeStep() ? count.getColumn(0).getInt64() : 0;
+}
+
+std::vector<std::string> JobIndex::ChildrenOf(const std::string& parent, std::int32_t limit) {
+    const std::lock_guard lock(m_mutex);
+    SQLite::Statement& children = m_pTables->children;
+    children.bindNoCopy(1, parent);
+    children.bind(2, limit);
+    const Running running(children);
+    std::vector<std::string> ids;
+    while (children.executeStep()) {
+        ids.push_back(children.getColumn(0).getString());
+    }
+    return ids;
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Quillon::Farm {
+
+/// A job as the index knows it: enough to find it, and to tell what its public data does not.
+struct IndexedJob {
+    std::int64_t order = 0;  ///< of announcement; the offset of the event
+    std::string id;
+    std::string creator;  ///< the identity; empty: unknown
+    std::string parent;   ///< empty: none
+    std::string kind;
+};
+
+/// Which jobs are meant; a member without a value lets all through.
+struct JobFilter {
+    std::optional<std::string> creator;
+    std::optional<std::string> parent;  ///< empty: jobs that have none
+};
+
+/// How far the event log has been read into the index.
+struct IndexPosition {
+    std::int64_t offset = 0;
+    std::string eventId;  ///< of the event there, by which another log is told from this one
+};
+
+/// The jobs in the order of their announcement, by creator, parent and kind, in a small SQLite file of its
+/// own. A page costs the same however many jobs there are. All of it can be made anew from the event log, so
+/// a file that is damaged, or of another layout, is begun anew, and a power cut may take the last entries.
+///
+/// Any thread may call; one at a time is served. Faults of the file are thrown as `std::runtime_error`.
+class JobIndex {
+public:
+    static constexpr std::int64_t kNewest = std::numeric_limits<std::int64_t>::max();
+
+    /// Makes the file (0600) where there is none; its directory has to be there. An empty path keeps the
+    /// index in memory.
+    explicit JobIndex(const std::string& path);
+    JobIndex(const JobIndex&) = delete;
+    JobIndex& operator=(const JobIndex&) = delete;
+    ~JobIndex();
+
+    IndexPosition Position();
+    /// Adds the jobs, in growing order, and moves the position, both or neither. A job that is there keeps
+    /// its place.
+    void Add(const std::vector<IndexedJob>& jobs, const IndexPosition& position);
+    /// Ids that are not there are no failure.
+    void Remove(const std::vector<std::string>& ids);
+    /// Back to the state without jobs.
+    void Clear();
+
+    /// The newest jobs before `before`, the newest first, at most `limit` after leaving out `offset`.
+    std::vector<IndexedJob> Newest(const JobFilter& filter, std::int64_t before, std::int32_t offset,
+                                   std::int32_t limit);
+    /// The jobs of a kind, the oldest first, so that jobs that come meanwhile do not shift the pages. Going
+    /// on page by page costs no more at the end than at the beginning.
+    std::vector<IndexedJob> OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
+    std::int64_t CountOfKind(const std::string& kind);
+    /// The ids of the jobs of a parent, the oldest first.
+    std::vector<std::string> ChildrenOf(const std::string& parent, std::int32_t limit);
+
+private:
+    struct Tables;
+
+    std::mutex m_mutex;
+    std::unique_ptr<Tables> m_pTables;  // guarded by m_mutex
+};
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "ServiceInfo.h"
+
+namespace Quillon::Farm {
+
+class JobDirectory;
+
+/// The job monitor of the local farm as a service, ready to be attached. `coordinatorRealm` is where the
+/// coordinator is told of removals.
+std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeJobMonitorService(
+    const std::shared_ptr<JobDirectory>& jobs, const std::string& coordinatorRealm);
+
+}  // namespace Quillon::Farm

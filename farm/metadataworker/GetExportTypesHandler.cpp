@@ -1,0 +1,25 @@
+#include "GetExportTypesHandler.h"
+
+#include <string>
+
+#include "RegParamsBuilder.h"
+#include "Vocabulary.h"
+
+namespace Quillon::Farm {
+
+namespace Keys = Weftline::Keys;
+
+GetExportTypesHandler::GetExportTypesHandler(const CataloguesPointer& catalogues)
+    : CatalogueHandler(catalogues, &Catalogues::exportTypes) {}
+
+PlatformAbstraction::RegistrationParams GetExportTypesHandler::GetRegistrationParams() const {
+    CoreServices::Parameters example;
+    example.SetParameter(Keys::Type, "LXA");
+    return PlatformAbstraction::RegParamsBuilder()
+        .SetName(std::string(Weftline::Operations::GetExportTypes))
+        .SetDescription("Lists the export types of the farm")
+        .AddExample({"export types by type", example})
+        .GetResult();
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,263 @@
+"""The local farm: what becomes of a job, on one machine with nothing beside the program."""
+
+import contextlib
+import hashlib
+import json
+import signal
+import sqlite3
+import unittest
+import urllib.parse
+import uuid
+
+from quillon import DEADLINE_SECONDS, ROOT, Service, wait_until
+
+STATES = ["Created", "Readied", "Evaluated", "Tasked", "Completed"]
+RENDER = "orvik.quillon.render"
+MOBS = {"InputMobIDs": ["mob-1", "mob-2"]}
+
+
+def farm(task_milliseconds, **more):
+    return {"farm": dict(more, taskMilliseconds=task_milliseconds)}
+
+
+class FarmStory(unittest.TestCase):
+    def start(self, *options, settings):
+        service = Service(*options, settings=settings)
+        self.addCleanup(service.close)
+        service.wait_for_start()
+        return service
+
+    def ask(self, service, path, body=None, method="POST", headers=""):
+        status, _, text = service.post(path, body or {}, method=method, headers=headers)
+        self.assertEqual(status, 200, "%s: %s" % (path, text))
+        return json.loads(text)
+
+    def listed(self, service, headers="", **request):
+        """The jobs that `findJobsEx` lists, by client key, the newest first."""
+        answer = self.ask(service, "/findJobsEx", dict(request, limit=1000), headers=headers)
+        return {job["clientKey"]: job for job in answer.get("results", [])}
+
+    def status(self, service, key):
+        return self.listed(service).get(key, {}).get("status")
+
+    def wait_for_status(self, service, key, status):
+        wait_until(lambda: self.status(service, key) == status, "%s of %s" % (status, key))
+
+    def error(self, service, path, body=None, method="POST"):
+        status, _, text = service.post(path, body or {}, method=method)
+        self.assertEqual(status, 500, text)
+        return json.loads(text)["error"]
+
+
+class LifeOfAJob(FarmStory):
+    def test_a_transcode_is_seen_at_work_and_is_removed_when_it_is_done(self):
+        service = self.start(settings=farm(2000))
+        key = service.submit("/submitTranscode", json.loads((ROOT / "examples/submitTranscode.json").read_text()))
+        refused = self.error(service, "/jobs/" + key, method="DELETE")["message"]
+        self.assertRegex(refused, "^Found job had invalid status for deletion: (Created|Readied|Evaluated|Tasked)$")
+
+        seen, at_work = [], set()
+
+        def look_until_it_is_done():
+            job = self.listed(service)[key]
+            seen.append((STATES.index(job["status"]), job["progress"]))
+            pool = self.ask(service, "/workerPoolStatus", method="GET")["results"]
+            workers = pool["WorkerPoolInfo"]["Workers"]
+            self.assertEqual(pool["count"], len(workers))
+            at_work.update(row["Status"] for row in workers if row["TaskType"] == "Transcode")
+            return job["status"] == "Completed"
+
+        wait_until(look_until_it_is_done, "end of the transcode")
+        self.assertEqual(seen, sorted(seen))
+        self.assertEqual(seen[-1], (STATES.index("Completed"), 100))
+        self.assertIn(STATES.index("Tasked"), {state for state, _ in seen})
+        self.assertTrue({progress for _, progress in seen} & set(range(10, 100, 10)), seen)
+        self.assertEqual(len(at_work), 1, at_work)
+
+        stored = service.job(key)
+        self.assertEqual(stored["name"], "Transcode")
+        self.assertRegex(json.loads(stored["recordPublicData"])["completedDateTime"], r"^\d{4}-\d\d-\d\dT")
+        status, _, body = service.post("/jobs/" + key, {}, method="DELETE")
+        self.assertEqual((status, body), (200, "{}"))
+        self.assertEqual((self.listed(service), service.jobs()), ({}, []))
+
+    def test_old_jobs_of_one_kind_are_purged(self):
+        service = self.start(settings=farm(0))
+        renders = [service.submit("/submitRender", {}) for _ in range(30)]
+        kept = service.submit("/submitExport", {})
+        for key in [*renders, kept]:
+            self.wait_for_status(service, key, "Completed")
+        for date, count in (("2001-01-01", "0 jobs deleted."), ("2999-01-01", "30 jobs deleted.")):
+            self.ask(service, "/messages/RemoveObsoleteJobs", {"CreationDate": date + "T00:00:00", "kind": RENDER})
+            wait_until(lambda count=count: count in service.output.splitlines(), count)
+        self.assertEqual(list(self.listed(service)), [kept])
+
+    def test_a_kind_that_the_farm_does_not_know_fails_visibly_and_holds_up_nothing(self):
+        service = self.start(settings=farm(0))
+        key = str(uuid.uuid4())
+        public = {"tags": [], "jobKind": "orvik.quillon.nobody.knows", "jobState": "", "priority": 100}
+        with contextlib.closing(sqlite3.connect(service.store, timeout=DEADLINE_SECONDS)) as database, database:
+            database.execute("PRAGMA wal_autocheckpoint = 0")
+            database.execute("INSERT INTO records (recordID, recordType, recordTopic, recordData, recordPublicData)"
+                             " VALUES (?, 'Job', 'V2_WFJobs', '{}', ?)", (key, json.dumps(public)))
+            database.execute("INSERT INTO events (recordID, recordType, recordTopic, recordData)"
+                             " VALUES (?, 'JobCreated', 'V2_WFJobEvents', ?)",
+                             (str(uuid.uuid4()), json.dumps({"id": key, "jobQueue": "q"})))
+        other = service.submit("/submitRender", {})
+        self.wait_for_status(service, key, "Failed")
+        self.assertIn("orvik.quillon.nobody.knows", json.dumps(dict(self.listed(service)[key], kind="")))
+        self.wait_for_status(service, other, "Completed")
+        self.ask(service, "/jobs/" + key, method="DELETE")
+
+
+class Queries(FarmStory):
+    # Submission, request, find message, key of its list, number of results, a piece of the first of them.
+    QUERIES = [
+        ("submitVideoFormatsQuery", {"LegacyVCID": 4073}, "findVideoFormats", "FormatsList", 1,
+         {"EncodingName": "XDCAM HD 50Mbits"}),
+        ("submitAudioFormatsQuery", {"SampleRate": 48000, "BitsPerSample": 24}, "findAudioFormats", "FormatsList", 2,
+         {"SampleRate": 48000, "BitsPerSample": 24}),
+        ("submitExportQuery", {"name": "MXF OP1a"}, "findExportTypes", "ExportTypesList", 1, {"type": "LXA"}),
+        ("submitSourceAvailabilityQuery", MOBS, "findSourceAvailability", "results", 2, {"InputMobID": "mob-1"}),
+        ("submitMobIDsFromContainerQuery", {"CompositionMetadataFilePath": "C:\\a.aaf"}, "findMobIDsFromContainer",
+         "results", 3, {}),
+        ("submitSuitableMastersQuery", MOBS, "findSuitableMasters", "masterMobDescs", 2, {"InputMobID": "mob-1"}),
+    ]
+
+    def test_each_query_is_answered_by_its_find_message_and_only_once(self):
+        service = self.start(settings=farm(0))
+        for submission, request, find, name, count, piece in self.QUERIES:
+            with self.subTest(submission):
+                key = service.submit("/" + submission, request)
+                self.wait_for_status(service, key, "Completed")
+                found = self.ask(service, "/%s?queryID=%s" % (find, key), method="GET")[name]
+                self.assertEqual(len(found), count)
+                self.assertEqual(found[0], dict(found[0], **piece))
+                self.assertFalse(self.ask(service, "/%s?queryID=%s" % (find, key), method="GET").get(name))
+
+    def test_a_query_that_cannot_be_answered_says_why(self):
+        service = self.start(settings=farm(0))
+        key = service.submit("/submitMobIDsFromContainerQuery", {})
+        self.wait_for_status(service, key, "Failed")
+        self.assertIn("Failed to extract: CompositionMetadataFilePath", json.dumps(self.listed(service)[key]))
+
+
+class CataloguesAndSettings(FarmStory):
+    # Path, method, criteria, key of the list, number that the criteria find, a piece of the first of them.
+    CATALOGUES = [
+        ("formats/video", "GET", {"RasterWidth": 1280, "Progressive": "true", "CompressionFamily": "Ravex HQX"},
+         "FormatsList", 1, {"Preset": "ravex/hr/1271/422"}),
+        ("formats/audio", "GET", {"TarvaleCompression": "Uncompressed PCM 24 bit", "SampleRate": 96000}, "FormatsList",
+         2, {"BitsPerSample": 24}),
+        ("getExportTypes", "POST", {"GUID": "d49f75ba49654cfa9d11cd87206287e0"}, "ExportTypesList", 1,
+         {"name": "MXF OP1a"}),
+        ("getMediaCreationTypes", "GET", {"name": "Transcode"}, "MediaCreationTypesList", 1, {}),
+        ("getColorSpaces", "GET", {"Name": "Rec.709 [video levels]", "BitDepth": 10}, "ColorSpacesList", 1,
+         {"MaxReference": "940"}),
+        ("s3dmodes", "GET", {"S3DMode": "Monoscopic"}, "S3DModesList", 1, {"S3DMode": "Monoscopic"}),
+    ]
+
+    def test_each_catalogue_with_and_without_criteria(self):
+        service = self.start(settings=farm(0))
+        for path, method, criteria, name, count, piece in self.CATALOGUES:
+            with self.subTest(path):
+                everything = self.ask(service, "/" + path, method=method)
+                query = "?" + urllib.parse.urlencode(criteria) if method == "GET" else ""
+                chosen = self.ask(service, "/" + path + query, None if query else criteria, method=method)
+                self.assertEqual((len(chosen[name]), chosen["Found" + name.removesuffix("List")]),
+                                 (count, count))
+                self.assertEqual(chosen[name][0], dict(chosen[name][0], **piece))
+                self.assertIn(chosen[name][0], everything[name])
+                self.assertGreater(len(everything[name]), count)
+
+    def test_settings_and_logging_arrive(self):
+        service = self.start(settings=farm(0))
+        self.assertEqual(self.ask(service, "/configureDX", {"connectionURL": "tcp://dx.example:61717"}),
+                         {"status": "propagating"})
+        wait_until(lambda: "tcp://dx.example:61717" in service.errors, "word of the configuration")
+        for switch, word in ((True, "on"), (False, "off")):
+            self.ask(service, "/remoteLogging", {"turnOnRemoteLogging": switch})
+            for worker in ("metadata", "media"):
+                line = "orvik.quillon.processing.%s.worker: remote logging is %s" % (worker, word)
+                wait_until(lambda line=line: line in service.errors, line)
+
+    def test_catalogues_of_ones_own(self):
+        service = Service("--help", settings=farm(0, catalogueDirectory="mine"))
+        self.addCleanup(service.close)
+        service.exit_code()
+        mine = service.directory / "mine"
+        mine.mkdir()
+        (mine / "S3DModes.json").write_text('[{"S3DMode": "Anaglyph"}, 7]')
+        service.start()
+        self.assertNotEqual(service.exit_code(), 0)
+        self.assertIn("S3DModes.json", service.errors)
+        (mine / "S3DModes.json").write_text('[{"S3DMode": "Anaglyph"}]')
+        service.start()
+        self.assertEqual(self.ask(service, "/s3dmodes", method="GET"),
+                         {"S3DModesList": [{"S3DMode": "Anaglyph"}], "FoundS3DModes": 1})
+
+    def test_without_a_farm_the_error_names_the_missing_service(self):
+        service = self.start(settings={"farm": {"enabled": False}})
+        error = self.error(service, "/getColorSpaces", method="GET")
+        self.assertEqual(error["details"]["ErrorString"], "SERVICE_NOT_FOUND")
+        self.assertIn("orvik.quillon.processing.metadata.worker", error["details"]["ErrorDetails"])
+        removal = self.error(service, "/jobs/any", method="DELETE")["message"]
+        self.assertRegex(removal, "^findJob on job.monitor has error: SERVICE_NOT_FOUND : .*orvik.job.monitor")
+        job = service.job(service.submit("/submitRender", {}))
+        self.assertEqual(json.loads(job["recordPublicData"])["jobState"], "")
+
+
+class Callers(FarmStory):
+    def test_each_sees_his_own_jobs_under_his_own_name(self):
+        people = {"u-1": "Day Editor", "u-2": "Night Editor"}
+        callers = [{"tokenSha256": hashlib.sha256(("token of " + one).encode()).hexdigest(), "identityId": one,
+                    "displayName": name} for one, name in people.items()]
+        service = self.start(settings=dict(farm(0), callers=callers))
+        bearer = {one: "Authorization: Bearer token of %s\r\n" % one for one in people}
+        keys = {}
+        for one, name in people.items():
+            keys[one] = self.ask(service, "/submitExport", headers=bearer[one])["clientKey"]
+            self.assertEqual(json.loads(service.job(keys[one])["recordPublicData"])["createdBy"], name)
+        for one, name in people.items():
+            wait_until(lambda one=one: keys[one] in self.listed(service, bearer[one]), "the job in the list")
+            self.assertEqual(list(self.listed(service, bearer[one])), [keys[one]])
+        self.assertEqual(set(self.listed(service, bearer["u-1"], createdByAny=True)), set(keys.values()))
+
+
+class Ends(FarmStory):
+    def rerun(self, service, task_milliseconds):
+        (service.directory / "settings.json").write_text(json.dumps(farm(task_milliseconds)))
+        service.start()
+        service.wait_for_start()
+
+    def test_all_jobs_are_carried_out_once_across_a_sudden_end(self):
+        service = self.start(settings=farm(20))
+        queries = [service.submit("/submitVideoFormatsQuery", {"CompressionFamily": "Ravex HQX"}) for _ in range(20)]
+        media = [service.submit("/submitMixdown", {"description": "mix %d" % n}) for n in range(20)]
+        ended = "SELECT recordID, recordPublicData FROM records WHERE recordPublicData LIKE '%\"Completed\"%'"
+        wait_until(lambda: len(service.query(ended)) >= 10, "the first ten jobs")
+        service.end(signal.SIGKILL)
+        before = {row["recordID"]: row["recordPublicData"] for row in service.query(ended)}
+        self.rerun(service, 0)
+        for key in [*queries, *media]:
+            self.wait_for_status(service, key, "Completed")
+        after = {row["recordID"]: row["recordPublicData"] for row in service.query(ended)}
+        self.assertEqual(before, {key: after[key] for key in before})
+        self.assertEqual(service.job(media[7])["description"], "mix 7")
+        for key in queries:
+            found = self.ask(service, "/findVideoFormats?queryID=" + key, method="GET")
+            self.assertEqual(found["FoundFormats"], 3)
+
+    def test_a_stop_does_not_wait_for_tasks_and_the_next_start_takes_them_up(self):
+        service = self.start(settings=farm(600000))
+        keys = [service.submit(path, {}) for path in ("/submitRender", "/submitVideoFormatsQuery")]
+        for key, state in zip(keys, ("Readied", "Tasked")):
+            self.wait_for_status(service, key, state)
+        self.assertEqual(service.end(), 0)
+        self.rerun(service, 0)
+        for key in keys:
+            self.wait_for_status(service, key, "Completed")
+
+
+if __name__ == "__main__":
+    unittest.main()

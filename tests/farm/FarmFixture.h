@@ -1,0 +1,97 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "EventStore.h"
+#include "Job.h"
+#include "JobCreatedEvent.h"
+#include "JobKinds.h"
+#include "ObjectStore.h"
+#include "StoreChoice.h"
+#include "TempDirectory.h"
+#include "Vocabulary.h"
+
+namespace TestSupport {
+
+/// What a test says of a job that it submits.
+struct JobOrder {
+    std::string id;
+    std::string kind = std::string(Weftline::JobKinds::Transcode);
+    std::string creator = {};
+    std::string parent = {};
+    std::string processingData = R"({"a":1})";
+};
+
+/// An embedded store in a directory of the test's own, in the place of the process's store.
+class FarmFixture : public testing::Test {
+protected:
+    FarmFixture() { OpenStore(); }
+    ~FarmFixture() override { CloseStore(); }
+
+    void OpenStore() { CommonServices::StoreChoice::OpenEmbedded(directory.File("store.db")); }
+    static void CloseStore() {
+        CommonServices::StoreChoice::SetEvents(nullptr);
+        CommonServices::StoreChoice::SetRecords(nullptr);
+    }
+
+    /// Stores the job and announces it, as a submission does.
+    static void Submit(const JobOrder& order) {
+        Weftline::DataModel::Job job(order.id);
+        job.SetName("Name of " + order.id);
+        job.SetJobKind(order.kind);
+        job.SetParent(order.parent);
+        job.SetPriority(50);
+        job.SetCreatedBy("Somebody");
+        job.SetCreatedDateTime("2026-11-22T20:06:45.123456");
+        CoreServices::Parameters identity;
+        if (!order.creator.empty()) {
+            identity.SetParameter(Weftline::Keys::IdentityId, order.creator);
+        }
+        job.SetIdentity(identity);
+        job.SetProcessingData(CoreServices::Parameters::fromJSON(order.processingData));
+        ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job.ToRecord()));
+        ASSERT_TRUE(CommonServices::EventStore({}).Produce(
+            Weftline::DataModel::MakeJobCreatedEvent(order.id, "queue"), true));
+    }
+
+    static std::optional<Weftline::Record> Find(const std::string& id) {
+        return CommonServices::ObjectStore().FindByID(id, std::string(Weftline::Collections::Jobs));
+    }
+    static CoreServices::Parameters PublicData(const std::string& id) {
+        const auto job = Find(id);
+        return CoreServices::Parameters::fromJSON(job ? job->recordPublicData : "");
+    }
+    /// A text of the public data; empty where there is none, and where there is no job.
+    static std::string Public(const std::string& id, std::string_view key) {
+        std::string text;
+        PublicData(id).GetParameter(key, text);
+        return text;
+    }
+    static std::string StateOf(const std::string& id) { return Public(id, Weftline::Keys::JobState); }
+
+    /// Looks again and again until it is so; only a fault lets the time run out.
+    template <typename Condition>
+    static bool Eventually(const Condition& isSo) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!isSo()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return true;
+    }
+    static bool Reaches(const std::string& id, std::string_view state) {
+        return Eventually([&] { return StateOf(id) == state; });
+    }
+
+    const TempDirectory directory;
+};
+
+}  // namespace TestSupport

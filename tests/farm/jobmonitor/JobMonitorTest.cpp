@@ -1,0 +1,223 @@
+#include <array>
+
+#include "BusStories.h"
+#include "FarmFixture.h"
+#include "JobAnswer.h"
+#include "JobDirectory.h"
+#include "JobManager.h"
+#include "JobMonitorService.h"
+
+namespace Quillon::Farm {
+namespace {
+
+using CommonServices::ObjectStore;
+using CoreServices::Parameters;
+using TestSupport::FarmFixture;
+namespace JobKinds = Weftline::JobKinds;
+namespace Shared = Weftline::Keys;
+namespace Messaging = PlatformAbstraction::Messaging;
+
+class JobMonitorTest : public FarmFixture {
+protected:
+    JobMonitorTest() { StartMonitor(); }
+
+    void StartMonitor() {
+        bus = TestSupport::MakeBus();
+        jobs = std::make_shared<JobDirectory>(directory.File("index"));
+        bus->Attach(MakeJobMonitorService(jobs, "test"));
+    }
+    void StopMonitor() {
+        bus.reset();
+        jobs.reset();
+    }
+
+    std::string Ask(const std::string& operation, const std::string& request) {
+        Messaging::ServiceMessageDispatch dispatch("orvik.job.monitor", "global", 1, operation);
+        dispatch.parameters = Parameters::fromJSON(request);
+        return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(dispatch));
+    }
+    /// The ids of the jobs that `findJobs` gives.
+    std::string FindJobs(const std::string& request) {
+        const std::string answer = Ask("findJobs", request);
+        const Parameters results = Parameters::fromJSON(answer).GetChildParameters(Shared::Results);
+        std::string ids;
+        for (std::size_t n = 0; n < results.GetArrayNumValues(); ++n) {
+            std::string id;
+            results.GetArrayNthChildParameters(n).GetParameter(Shared::Id, id);
+            ids += (ids.empty() ? "" : " ") + id;
+        }
+        return ids;
+    }
+    static void Edit(const std::string& id, std::string_view state, const std::string& reason = "") {
+        auto job = *Find(id);
+        Parameters publicData = Parameters::fromJSON(job.recordPublicData);
+        publicData.SetParameter(Shared::JobState, state);
+        job.recordPublicData = publicData.toJSON();
+        if (!reason.empty()) {
+            Parameters privateData = Parameters::fromJSON(job.recordData);
+            privateData.SetParameter("failureReason", reason);
+            job.recordData = privateData.toJSON();
+        }
+        ASSERT_TRUE(ObjectStore().UpsertOne(job));
+    }
+
+    std::shared_ptr<Messaging::InProcessBus> bus;
+    std::shared_ptr<JobDirectory> jobs;
+};
+
+TEST_F(JobMonitorTest, ListsJobsNewestFirstByCreatorAndParent) {
+    Submit({.id = "1", .creator = "me"});
+    Submit({.id = "2", .creator = "me", .parent = "1"});
+    Submit({.id = "3", .creator = "you", .parent = "1"});
+    Submit({.id = "4"});
+    const struct {
+        const char* name;
+        const char* request;
+        const char* ids;
+    } rows[] = {
+        {"all", R"({"offset":0,"limit":100,"body":{}})", "4 3 2 1"},
+        {"nothing said", "{}", "4 3 2 1"},
+        {"a page", R"({"offset":1,"limit":2})", "3 2"},
+        {"negative", R"({"offset":-3,"limit":-1})", ""},
+        {"a huge limit", R"({"limit":2147483647})", "4 3 2 1"},
+        {"mine", R"({"body":{"createdBy":{"identityId":"me"}}})", "2 1"},
+        {"children", R"({"body":{"parent":{"id":"1"}}})", "3 2"},
+        {"roots", R"({"body":{"parent":{"id":null}}})", "4 1"},
+        {"my roots", R"({"body":{"createdBy":{"identityId":"me"},"parent":{"id":null}}})", "1"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(FindJobs(row.request), row.ids) << row.name;
+    }
+}
+
+TEST_F(JobMonitorTest, RefusesRequestsOfAnotherShape) {
+    const struct {
+        const char* operation;
+        const char* request;
+    } rows[] = {
+        {"findJobs", R"({"offset":"0"})"},
+        {"findJobs", R"({"limit":1.5})"},
+        {"findJobs", R"({"body":[]})"},
+        {"findJobs", R"({"body":{"createdBy":"me"}})"},
+        {"findJobs", R"({"body":{"createdBy":{}}})"},
+        {"findJobs", R"({"body":{"parent":null}})"},
+        {"findJobs", R"({"body":{"parent":{}}})"},
+        {"findJobs", R"({"body":{"parent":{"id":1}}})"},
+        {"findJob", "{}"},
+        {"findJobsByKind", R"({"offset":0,"limit":25})"},
+        {"removeJob", R"({"id":null})"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Ask(row.operation, row.request), "BAD_REQUEST") << row.operation << row.request;
+    }
+}
+
+TEST_F(JobMonitorTest, TellsOneJobInFull) {
+    Submit({.id = "j", .creator = "me", .parent = "p"});
+    EXPECT_EQ(Ask("findJob", R"({"clientKey":"j"})"),
+              R"({"body":{"id":"j","clientKey":"j","kind":"orvik.quillon.transcode",)"
+              R"("creationDateTime":"2026-11-22T20:06:45.000Z","completedDateTime":"",)"
+              R"("createdBy":"Somebody","name":"Name of j","status":"Created","priority":50,"progress":0,)"
+              R"("info":{},"details":{},"description":"","jobQueue":"",)"
+              R"("createdDateTime":"2026-11-22T20:06:45.123456","parent":{"id":"p"}}})");
+    Edit("j", "Failed", "no media");
+    const std::string failed = Ask("findJobs", "{}");
+    EXPECT_NE(failed.find(R"("status":"Failed")"), std::string::npos) << failed;
+    EXPECT_NE(failed.find(R"("info":{"failureReason":"no media"})"), std::string::npos) << failed;
+    EXPECT_EQ(Ask("findJob", R"({"clientKey":"another"})"), "NOT_FOUND");
+}
+
+TEST_F(JobMonitorTest, KeepsPagesFullWhenRecordsAreGone) {
+    for (int n = 1; n <= 9; ++n) {
+        Submit({.id = std::to_string(n)});
+    }
+    EXPECT_EQ(FindJobs(R"({"limit":3})"), "9 8 7");
+    ASSERT_TRUE(ObjectStore().DeleteMany({"9", "7", "6", "3"}));
+    EXPECT_EQ(FindJobs(R"({"limit":3})"), "8 5 4");
+    EXPECT_EQ(jobs->CountOfKind(std::string(JobKinds::Transcode)), 6) << "job 3 was not met yet";
+    EXPECT_EQ(jobs->OfKind(std::string(JobKinds::Transcode), 0, 3).size(), 3U);
+    EXPECT_EQ(FindJobs(R"({"offset":3,"limit":3})"), "2 1");
+    EXPECT_EQ(jobs->CountOfKind(std::string(JobKinds::Transcode)), 5);
+}
+
+TEST_F(JobMonitorTest, RemovesAJobOnceTheCoordinatorHasGivenItUp) {
+    Submit({.id = "j"});
+    EXPECT_EQ(FindJobs("{}"), "j");
+    bool isRefused = true;
+    bool wasThere = false;
+    bus->Attach(TestSupport::MakeService(std::string(Weftline::ServiceNames::Coordinator),
+                                         {{"forgetJob", [&](const auto& request, const auto&) {
+                                               wasThere = Find("j").has_value();
+                                               if (isRefused) {
+                                                   throw std::runtime_error("not now");
+                                               }
+                                               return request;
+                                           }}}));
+    EXPECT_EQ(Ask("removeJob", R"({"id":"j"})"), "GENERIC_SERVICE_ERROR");
+    EXPECT_EQ(FindJobs("{}"), "j");
+    isRefused = false;
+    EXPECT_EQ(Ask("removeJob", R"({"id":"j","identity":{}})"), R"({"id":"j"})");
+    EXPECT_TRUE(wasThere);
+    EXPECT_FALSE(Find("j"));
+    EXPECT_EQ(FindJobs("{}"), "");
+    EXPECT_EQ(Ask("removeJob", R"({"id":"j"})"), "NOT_FOUND");
+}
+
+TEST_F(JobMonitorTest, ServesTheClientsOfAJobManager) {
+    const std::string kind(JobKinds::Export);
+    for (int n = 1; n <= 3; ++n) {
+        Submit({.id = std::to_string(n), .kind = kind});
+    }
+    Submit({.id = "child", .parent = "2"});
+    const CommonServices::JobManager manager;
+    std::int32_t limit = 2;
+    std::int32_t total = 0;
+    const auto first = manager.FindJobsByKind(bus->GetMessaging(), {}, kind, 0, limit, total);
+    ASSERT_EQ(first.size(), 2U);
+    EXPECT_EQ(first[0].jobId + first[1].jobId, "12");
+    EXPECT_EQ(first[1].creationDateTime, "2026-11-22T20:06:45.000Z");
+    EXPECT_EQ(first[1].details.toJSON(), R"({"SubTaskJobIDs":["child"]})");
+    EXPECT_EQ(limit, 2);
+    EXPECT_EQ(total, 3);
+    EXPECT_EQ(manager.FindJobsByKind(bus->GetMessaging(), {}, kind, 2, limit, total).size(), 1U);
+    CommonServices::JobInfo removed;
+    EXPECT_TRUE(manager.RemoveJob(bus->GetMessaging(), {}, "1", removed)) << "without a coordinator";
+    EXPECT_FALSE(manager.RemoveJob(bus->GetMessaging(), {}, "1", removed));
+}
+
+TEST_F(JobMonitorTest, FollowsTheLogOfTheStoreThatIsThere) {
+    Submit({.id = "1"});
+    EXPECT_EQ(FindJobs("{}"), "1");
+    StopMonitor();
+    Submit({.id = "2"});
+    StartMonitor();
+    EXPECT_EQ(FindJobs("{}"), "2 1");
+
+    StopMonitor();
+    CloseStore();
+    for (const char* const part : {"", "-wal", "-shm"}) {
+        std::filesystem::remove(directory.File("store.db") + part);
+    }
+    OpenStore();
+    Submit({.id = "3"});
+    Submit({.id = "4"});
+    StartMonitor();
+    EXPECT_EQ(FindJobs("{}"), "4 3");
+}
+
+TEST(JobAnswerTest, TellsDatesAsJobManagersDo) {
+    const std::array<std::pair<const char*, const char*>, 6> rows{{
+        {"2026-11-22T20:06:45", "2026-11-22T20:06:45.000Z"},
+        {"2026-11-22T20:06:45.123456", "2026-11-22T20:06:45.000Z"},
+        {"", ""},
+        {"2026-11-22", ""},
+        {"2026-11-22 20:06:45", ""},
+        {"yesterday, at twenty past", ""},
+    }};
+    for (const auto& [date, told] : rows) {
+        EXPECT_EQ(ManagerDate(date), told) << date;
+    }
+}
+
+}  // namespace
+}  // namespace Quillon::Farm
