@@ -57,7 +57,11 @@ std::string SettingOf(const std::map<std::string, std::string>& settings, std::s
 
 ServiceBase::ServiceBase() = default;
 
-ServiceBase::~ServiceBase() = default;
+ServiceBase::~ServiceBase() {
+    if (m_pMessagingService) {
+        m_pMessagingService->Terminate(0);
+    }
+}
 
 // A derived service keeps what it is given, so both take shares of their own.
 // NOLINTBEGIN(performance-unnecessary-value-param)

@@ -21,7 +21,8 @@ namespace Weftline::Services {
 ///
 /// The main thread calls `Init`, `Startup`, `WaitUntilBusStops`, `Shutdown` and `Term`, in this order and
 /// once each. A step that fails says so on standard output and gives false; whatever a step throws is not
-/// caught. The service may be deleted after any step and then lets go of the bus.
+/// caught. The service may be deleted after any step and then leaves the bus, if need be, and lets go of it.
+/// Handlers may be at work until then, so none of them refers to the derived service.
 class ServiceBase {
 public:
     using ServiceInfoPointer = std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfoApi>;

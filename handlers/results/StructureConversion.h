@@ -30,14 +30,14 @@ void ConvertMember(const Source& source, Target& target) {
 template <DescribedStructure Target, DescribedStructure Source>
 Target ConvertStructure(const Source& source) {
     namespace hana = boost::hana;
-    constexpr const auto& kTargets = StructureFields<Target>::kFields.fields;
-    constexpr const auto& kSources = StructureFields<Source>::kFields.fields;
-    constexpr std::size_t kCount = decltype(hana::length(kTargets))::value;
-    static_assert(kCount == decltype(hana::length(kSources))::value);
+    using To = StructureFields<Target>;
+    using From = StructureFields<Source>;
+    constexpr std::size_t kCount = decltype(hana::length(To::kFields.fields))::value;
+    static_assert(kCount == decltype(hana::length(From::kFields.fields))::value);
 
     Target target;
     hana::for_each(hana::make_range(hana::size_c<0>, hana::size_c<kCount>), [&](auto place) {
-        ConvertMember(source.*kSources[place].pMember, target.*kTargets[place].pMember);
+        ConvertMember(source.*From::kFields.fields[place].pMember, target.*To::kFields.fields[place].pMember);
     });
     return target;
 }

@@ -25,6 +25,8 @@ BlockingRegion::~BlockingRegion() {
     }
 }
 
-void ObserveBlocking(BlockingObserver* observer) noexcept { t_state.observer = observer; }
+void ObserveBlocking(BlockingObserver* observer) noexcept {
+    t_state.observer = observer;
+}
 
 }  // namespace PlatformAbstraction

@@ -6,11 +6,10 @@ namespace PlatformAbstraction {
 /// another thread can stand in. Called on the thread that waits.
 class BlockingObserver {
 public:
+    virtual ~BlockingObserver() = default;
+
     virtual void EnterBlocking() noexcept = 0;
     virtual void LeaveBlocking() noexcept = 0;
-
-protected:
-    ~BlockingObserver() = default;
 };
 
 /// Marks the time in which the present thread waits for an answer, a disk or a lock of unknown length. Costs

@@ -21,7 +21,9 @@ spdlog::logger& Logger() {
     return *logger;
 }
 
-bool IsControl(unsigned char character) { return character < 0x20 || character == 0x7f; }
+bool IsControl(unsigned char character) {
+    return character < 0x20 || character == 0x7f;
+}
 
 // Shows control characters as \xNN, so that one text is one line whatever it holds.
 std::string OneLine(std::string_view text) {
@@ -57,9 +59,17 @@ void SetLevel(std::string_view level) {
     Logger().set_level(known);
 }
 
-void Debug(std::string_view text) { Say(spdlog::level::debug, text); }
-void Info(std::string_view text) { Say(spdlog::level::info, text); }
-void Warning(std::string_view text) { Say(spdlog::level::warn, text); }
-void Error(std::string_view text) { Say(spdlog::level::err, text); }
+void Debug(std::string_view text) {
+    Say(spdlog::level::debug, text);
+}
+void Info(std::string_view text) {
+    Say(spdlog::level::info, text);
+}
+void Warning(std::string_view text) {
+    Say(spdlog::level::warn, text);
+}
+void Error(std::string_view text) {
+    Say(spdlog::level::err, text);
+}
 
 }  // namespace PlatformAbstraction::Log

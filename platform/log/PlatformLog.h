@@ -4,9 +4,9 @@
 
 namespace PlatformAbstraction::Log {
 
-/// What the platform itself has to say to the operator: one line each on standard error. Standard output
-/// belongs to the service's own texts. Any thread may call, also while the process ends. Line feeds and other
-/// control characters in a text are shown as escapes, so that no input can forge a line.
+// What the platform itself has to say to the operator: one line each on standard error. Standard output
+// belongs to the service's own texts. Any thread may call, also while the process ends. Line feeds and other
+// control characters in a text are shown as escapes, so that no input can forge a line.
 
 /// One of "trace", "debug", "info", "warning", "error", "critical", "off"; any other text means "info" and is
 /// reported. Until it is called the level is "info".

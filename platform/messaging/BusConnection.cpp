@@ -77,7 +77,8 @@ bool BusConnection::WaitUntilBusStops() {
 }
 
 TermError BusConnection::Terminate(int /*reserved*/) {
-    if (!m_isInitialized) {
+    if (!IsRunning()) {
+        ReleaseHandlers();
         return TermError::NotRunning;
     }
     const TermError error = m_pTransport->Stop();
@@ -94,7 +95,7 @@ std::shared_ptr<BusMessaging> BusConnection::GetMainConnectionBusMessaging() con
 }
 
 void BusConnection::ReleaseHandlers() {
-    if (m_pTransport->IsRunning()) {
+    if (IsRunning()) {
         return;
     }
     if (const auto service = std::dynamic_pointer_cast<ServiceInfo>(m_pServiceInfo)) {

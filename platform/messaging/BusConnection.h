@@ -28,9 +28,11 @@ public:
     InitError Initialize(const std::string& configuration, const std::string& reserved);
     static std::string InitErrorToStr(InitError error);
     bool IsRunning() const;
-    /// Blocks until the bus stops; true on a normal stop, false also before `Initialize`. Once the bus has
-    /// stopped, here or in `Terminate`, the handlers of the service are let go.
+    /// Blocks until the bus stops; true on a normal stop, false also before `Initialize`. Lets the handlers
+    /// of the service go once the bus has stopped.
     bool WaitUntilBusStops();
+    /// Stops the bus and lets the handlers go; without a bus that runs, lets them go all the same. Whoever
+    /// gave up before `WaitUntilBusStops` calls it, since handlers that hold this would keep it alive.
     TermError Terminate(int reserved);
     /// Empty until it was assigned.
     std::shared_ptr<ServiceInfoApi> GetServiceInfo() const;

@@ -5,7 +5,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "ConfigurationStore.h"
 #include "PlatformLog.h"
+#include "Vocabulary.h"
 
 namespace PlatformAbstraction::Messaging {
 
@@ -40,6 +42,9 @@ void OfferDeploymentMode(const std::string& mode, BusTransportFactory factory) {
 }
 
 bool InitializeDeploymentMode(const std::string& mode) {
+    if (const auto level = GetConfigValue(std::string(Weftline::Options::LogLevel)); !level.empty()) {
+        Log::SetLevel(level);
+    }
     Modes& modes = TheModes();
     const std::lock_guard lock(modes.mutex);
     const auto found = modes.onOffer.find(mode);

@@ -18,7 +18,7 @@ private:
     std::string m_errorCode;
 };
 
-// Failures with a meaning of their own; `AnswerOfException` gives each its code on the wire.
+// Failures with a meaning of their own; `AnswerOfCurrentException` gives each its code on the wire.
 
 class BadRequestHandlerError : public std::logic_error {
 public:

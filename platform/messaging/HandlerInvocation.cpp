@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "HandlerErrors.h"
@@ -14,12 +15,7 @@ namespace {
 using CoreServices::Parameters;
 using ContextPointer = std::shared_ptr<MessageContext>;
 
-// For the case that even the answer of an exception cannot be made: memory is out, or its text is null.
-MessageAnswer AnswerOfLastResort() {
-    MessageAnswer answer;
-    answer.kind = MessageAnswer::Kind::Error;
-    return answer;
-}
+constexpr char kUnknownError[] = "Unknown error";
 
 // Runs `handle`, which gives a `MessageAnswer`, and lets nothing out.
 template <typename Handle>
@@ -27,11 +23,7 @@ MessageAnswer AnswerOf(const Handle& handle) noexcept {
     try {
         return handle();
     } catch (...) {
-        try {
-            return AnswerOfCurrentException();
-        } catch (...) {
-            return AnswerOfLastResort();
-        }
+        return AnswerOfCurrentException();
     }
 }
 
@@ -91,6 +83,47 @@ bool HasMessage(const ServiceMessageHandlerSet& set, const std::string& operatio
                        [&operation](const RegistrationParams& one) { return one.name == operation; });
 }
 
+// Nothing obliges an exception to have a text.
+std::string TextOf(const std::exception& error) {
+    const char* const text = error.what();
+    return text == nullptr ? std::string() : text;
+}
+
+MessageAnswer TranslateCurrentException() {
+    try {
+        throw;
+    } catch (const MessageHandlerError& error) {
+        return MessageAnswer::OfError(error.GetErrorCode(), TextOf(error));
+    } catch (const BadRequestHandlerError& error) {
+        return MessageAnswer::OfError(kBadRequest, TextOf(error));
+    } catch (const ResourceNotFoundHandlerError& error) {
+        return MessageAnswer::OfError(kNotFound, TextOf(error));
+    } catch (const MethodNotAllowedHandlerError& error) {
+        return MessageAnswer::OfError(kMethodNotAllowed, TextOf(error));
+    } catch (const HandlerNotFoundError& error) {
+        return MessageAnswer::OfError(kHandlerNotFound, TextOf(error));
+    } catch (const std::exception& error) {
+        return MessageAnswer::OfError(kGenericServiceError, TextOf(error));
+    } catch (const Parameters& details) {
+        return MessageAnswer::OfError(kGenericServiceError, "Exception", details);
+    } catch (...) {
+        return MessageAnswer::OfError(kGenericServiceError, kUnknownError);
+    }
+}
+
+// For the case that the answer of an exception cannot be made, since memory is out.
+MessageAnswer AnswerOfLastResort() noexcept {
+    MessageAnswer answer;
+    answer.kind = MessageAnswer::Kind::Error;
+    try {
+        answer.message = kUnknownError;
+        answer.code = kGenericServiceError;
+    } catch (const std::bad_alloc&) {  // not even for these two: then it is an error without texts
+        return answer;
+    }
+    return answer;
+}
+
 }  // namespace
 
 HandlerFunction FindHandlerFunction(const ServiceInfo& service, const std::string& operation) {
@@ -114,25 +147,11 @@ HandlerFunction FindHandlerFunction(const ServiceInfo& service, const std::strin
     return {};
 }
 
-MessageAnswer AnswerOfCurrentException() {
+MessageAnswer AnswerOfCurrentException() noexcept {
     try {
-        throw;
-    } catch (const MessageHandlerError& error) {
-        return MessageAnswer::OfError(error.GetErrorCode(), error.what());
-    } catch (const BadRequestHandlerError& error) {
-        return MessageAnswer::OfError(kBadRequest, error.what());
-    } catch (const ResourceNotFoundHandlerError& error) {
-        return MessageAnswer::OfError(kNotFound, error.what());
-    } catch (const MethodNotAllowedHandlerError& error) {
-        return MessageAnswer::OfError(kMethodNotAllowed, error.what());
-    } catch (const HandlerNotFoundError& error) {
-        return MessageAnswer::OfError(kHandlerNotFound, error.what());
-    } catch (const std::exception& error) {
-        return MessageAnswer::OfError(kGenericServiceError, error.what());
-    } catch (const Parameters& details) {
-        return MessageAnswer::OfError(kGenericServiceError, "Exception", details);
+        return TranslateCurrentException();
     } catch (...) {
-        return MessageAnswer::OfError(kGenericServiceError, "Unknown error");
+        return AnswerOfLastResort();
     }
 }
 

@@ -21,8 +21,9 @@ using HandlerFunction = std::function<MessageAnswer(const CoreServices::Paramete
 /// handler that neither answers nor throws is answered for.
 HandlerFunction FindHandlerFunction(const ServiceInfo& service, const std::string& operation);
 
-/// The error answer of the exception in flight. To be called inside a catch block.
-MessageAnswer AnswerOfCurrentException();
+/// The error answer of the exception in flight, or a general one where memory does not suffice for it. To be
+/// called inside a catch block.
+MessageAnswer AnswerOfCurrentException() noexcept;
 
 // The platform's own error codes.
 inline constexpr char kGenericServiceError[] = "GENERIC_SERVICE_ERROR";

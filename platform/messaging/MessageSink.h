@@ -12,6 +12,8 @@ namespace PlatformAbstraction::Messaging {
 /// thread may call.
 class MessageSink {
 public:
+    virtual ~MessageSink() = default;
+
     /// Called once, on a thread of the service, with the answer.
     using AnswerCallback = std::function<void(MessageAnswer answer)>;
 
@@ -24,9 +26,6 @@ public:
 
     virtual Acceptance Deliver(const std::string& operation, CoreServices::Parameters request,
                                CoreServices::Parameters contextParameters, AnswerCallback onAnswer) = 0;
-
-protected:
-    ~MessageSink() = default;
 };
 
 }  // namespace PlatformAbstraction::Messaging

@@ -7,13 +7,12 @@
 #include <string_view>
 
 #include "ConfigurationStore.h"
+#include "Vocabulary.h"
 
 namespace PlatformAbstraction {
 
 namespace {
 
-constexpr char kMetadataRootPathSetting[] = "metadatarootpath";
-constexpr char kRootPathKey[] = "rootPath";
 constexpr char kPublicVariable[] = "PUBLIC";
 
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
@@ -73,13 +72,13 @@ std::string CreateGuidAsString() {
 }
 
 std::string MetadataRootPath() {
-    return ExpandPlaceholders(GetConfigValue(kMetadataRootPathSetting));
+    return ExpandPlaceholders(GetConfigValue(std::string(Weftline::Options::MetadataRootPath)));
 }
 
 std::string GetMetadataDir(const CoreServices::Parameters& request, const std::string& clientKey) {
     // The client's text is taken as it is: it means something to the workers, and nothing to this process.
     std::string root;
-    if (!request.GetParameter(kRootPathKey, root) || root.empty()) {
+    if (!request.GetParameter(Weftline::Keys::RootPath, root) || root.empty()) {
         root = MetadataRootPath();
     }
     return root.append(1, '/').append(clientKey);

@@ -10,8 +10,7 @@ namespace PlatformAbstraction {
 std::string CreateGuidAsString();
 
 /// The setting `metadatarootpath` with its `%NAME%` replaced from the environment; an unset `PUBLIC` stands
-/// for
-/// `$XDG_DATA_HOME`, else `$HOME/.local/share`, else `/var/lib`. Touches no file system.
+/// for `$XDG_DATA_HOME`, else `$HOME/.local/share`, else `/var/lib`. Touches no file system.
 std::string MetadataRootPath();
 
 /// `<root>/<clientKey>`, where the root is the text `rootPath` of the request if it names one, else

@@ -7,30 +7,27 @@
 #include <stdexcept>
 
 #include "HttpText.h"
+#include "Vocabulary.h"
 
 namespace PlatformAbstraction::Rest {
 
 namespace {
 
 using CoreServices::Parameters;
+namespace Keys = Weftline::Keys;
 
 constexpr std::string_view kScheme = "Bearer ";
-
-constexpr char kContext[] = "context";
-constexpr char kIdentity[] = "identity";
-constexpr char kIdentityId[] = "identityId";
-constexpr char kDisplayName[] = "displayName";
 
 // The identity stands in both places where handlers look for it.
 Parameters ContextOf(const Caller& caller) {
     Parameters identity;
-    identity.SetParameter(kIdentityId, caller.identityId);
-    identity.SetParameter(kDisplayName, caller.displayName);
+    identity.SetParameter(Keys::IdentityId, caller.identityId);
+    identity.SetParameter(Keys::DisplayName, caller.displayName);
     Parameters inner;
-    inner.SetChildParameters(kIdentity, identity);
+    inner.SetChildParameters(Keys::Identity, identity);
     Parameters context;
-    context.SetChildParameters(kContext, std::move(inner));
-    context.SetChildParameters(kIdentity, std::move(identity));
+    context.SetChildParameters(Keys::Context, std::move(inner));
+    context.SetChildParameters(Keys::Identity, std::move(identity));
     return context;
 }
 

@@ -90,6 +90,11 @@ class Start(unittest.TestCase):
                 self.assertFalse(service.output.endswith("\n"))
                 self.assertIn(STARTUP_FAILED, service.errors)
                 self.assertIn(reason.format(**paths), service.errors)
+        with self.subTest("no such event log"):
+            service = self.start("--kafka-host=x")
+            self.assertEqual(service.exit_code(), 102)
+            self.assertIn("\nMESS: exception has occurred - This build has no Kafka event log", service.output)
+            self.assertIn("kafka-host names 'x'", service.errors)
 
 
 if __name__ == "__main__":

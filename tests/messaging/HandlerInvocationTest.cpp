@@ -36,6 +36,10 @@ std::string AnswerOf(const ServiceInfo& service, const std::string& operation) {
 
 struct Bare {};
 
+struct WithoutText : std::exception {
+    const char* what() const noexcept override { return nullptr; }
+};
+
 struct ThrowRow {
     const char* name;
     std::function<void()> fail;
@@ -54,6 +58,7 @@ TEST(HandlerInvocation, WhatLeavesAHandlerBecomesAnError) {
         {"logic", [] { throw std::logic_error(""); }, "error [GENERIC_SERVICE_ERROR]  {}"},
         {"tree", [] { throw Tree(R"({"ErrorString":"E"})"); },
          R"(error [GENERIC_SERVICE_ERROR] Exception {"ErrorString":"E"})"},
+        {"no text", [] { throw WithoutText(); }, "error [GENERIC_SERVICE_ERROR]  {}"},
         {"number", [] { throw 7; }, "error [GENERIC_SERVICE_ERROR] Unknown error {}"},
         {"bare type", [] { throw Bare(); }, "error [GENERIC_SERVICE_ERROR] Unknown error {}"},
     };

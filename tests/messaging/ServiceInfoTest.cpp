@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "ErrorCode.h"
 #include "FunctionHandlers.h"
+#include "RegParamsBuilder.h"
 
 namespace PlatformAbstraction::Messaging {
 namespace {
@@ -100,6 +102,22 @@ TEST(ServiceInfo, NamesAreSharedByAllKindsAndSetsGoInWhole) {
     EXPECT_EQ(service.GetRegistrations().size(), 1U);
     EXPECT_FALSE(service.IsRegisteredMessageHandlerSet("naming"));
     Add(service, Registration("free"));
+}
+
+TEST(RegParamsBuilder, WhatIsNotSetIsAReadWithoutAPath) {
+    RegParamsBuilder builder;
+    const RegistrationParams named = builder.SetName("n").GetResult();
+    EXPECT_EQ(named.name, "n");
+    EXPECT_EQ(named.restMethod, HTTPMethod::Get);
+    EXPECT_EQ(named.restPath + named.description, "");
+    EXPECT_TRUE(named.examples.empty());
+    EXPECT_EQ(builder.SetRESTPath("first").SetRESTPath("second").GetResult().restPath, "second");
+}
+
+TEST(ErrorCode, IsEquivalentWhereTheCodesAreTheSame) {
+    const ErrorCode error{"E", "title", "text"};
+    EXPECT_TRUE(error.IsEquivalentErrorCode({"E", "other", ""}));
+    EXPECT_FALSE(error.IsEquivalentErrorCode({"e", "title", "text"}));
 }
 
 }  // namespace

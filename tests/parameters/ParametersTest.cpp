@@ -20,8 +20,9 @@ struct GetterRow {
 };
 
 TEST(Parameters, GettersAreStrict) {
-    const auto tree = Parameters::fromJSON(
-        R"({"text":"1","word":"true","bool":true,"int":1,"real":1.0,"null":null,"object":{"a":1},"array":["1"]})");
+    const auto tree =
+        Parameters::fromJSON(R"({"text":"1","word":"true","bool":true,"int":1,"real":1.0,"null":null,)"
+                             R"("object":{"a":1},"array":["1"]})");
     const GetterRow rows[] = {
         {"text", true, false, false, false, false, true},   {"word", true, false, false, false, false, true},
         {"bool", false, true, false, false, false, true},   {"int", false, false, true, false, false, true},

@@ -15,12 +15,16 @@ TEST(TaskDisplayName, MatchesTheWholeTextOfATaskThatWorkersRun) {
     };
     constexpr Row kRows[] = {
         {"orvik.quillon.task.transcode", "Transcode"},
+        {"orvik.quillon.task.consolidate", "Consolidate"},
         {"orvik.quillon.task.render.video", "Video precompute"},
         {"orvik.quillon.task.render.audio", "Audio precompute"},
         {"orvik.quillon.task.mixdown", "Mixdown"},
         {"orvik.quillon.task.mixdown.video", "VideoMixdown"},
         {"orvik.quillon.task.mixdown.audio", "AudioMixdown"},
         {"orvik.quillon.task.mixdown.data", "DataMixdown"},
+        {"orvik.quillon.task.export", "Export"},
+        {"orvik.quillon.task.dataextract", "DataExtract"},
+        {"orvik.quillon.task.proxycreation", "ProxyCreation"},
         {"orvik.quillon.task.metadata.transcode", ""},
         {"orvik.quillon.task.render", ""},
         {"orvik.quillon.task.mixdown.", ""},

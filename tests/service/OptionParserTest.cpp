@@ -80,8 +80,9 @@ TEST(OptionParser, AVariableSetsAnOptionOnlyByPrefixAndExactName) {
 }
 
 TEST(OptionParser, NamesMayBeShortenedAndWhatNobodyKnowsIsDropped) {
-    const Parsed parsed = Parse(
-        R"(bare --nonsense=1 --nonsense 2 -x --metadataroot="/a b/c" --mongo-u=sqlite:/d --kafka-h e word --deploy=f )");
+    const Parsed parsed =
+        Parse(R"(bare --nonsense=1 --nonsense 2 -x --metadataroot="/a b/c" --mongo-u=sqlite:/d )"
+              "--kafka-h e word --deploy=f ");
     ASSERT_TRUE(parsed.good);
     EXPECT_EQ(parsed.Text("metadatarootpath"), "/a b/c");
     EXPECT_EQ(parsed.Text("mongo-uri"), "sqlite:/d");

@@ -7,13 +7,33 @@
 #include "BusConnection.h"
 #include "DeploymentMode.h"
 #include "FakeBusMessaging.h"
+#include "RegParamsBuilder.h"
 #include "ServiceInfoApi.h"
+#include "ServiceMessageHandlerV2.h"
 
 namespace Weftline::Services {
 
 namespace {
 
 namespace Messaging = PlatformAbstraction::Messaging;
+
+/// Does nothing but hold the connection, as the handlers of a real service do.
+class HoldingHandler final : public Messaging::ServiceMessageHandlerV2 {
+public:
+    explicit HoldingHandler(ServiceBase::BusConnectionPointer connection)
+        : m_pConnection(std::move(connection)) {}
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override {
+        return PlatformAbstraction::RegParamsBuilder().SetName("hold").GetResult();
+    }
+    CoreServices::Parameters HandleMessageV2(
+        const CoreServices::Parameters& /*request*/,
+        std::shared_ptr<Messaging::MessageContext> /*context*/) override {
+        return {};
+    }
+
+private:
+    const ServiceBase::BusConnectionPointer m_pConnection;
+};
 
 class ScriptedTransport final : public Messaging::BusTransport {
 public:
@@ -39,7 +59,7 @@ public:
     }
     Messaging::TermError Stop() override {
         Note("stop");
-        m_running = m_pScript->runsAfterStop;
+        m_running = std::exchange(m_pScript->runsAfterStop, false);
         return m_pScript->stopError;
     }
     std::shared_ptr<Messaging::BusMessaging> GetMessaging() const override {
@@ -101,6 +121,7 @@ bool ScriptedService::RegisterServiceMessageHandlers(ServiceInfoPointer serviceI
                                                      bool enableOldHALPrototype) {
     m_pScript->journal.push_back(std::string(enableOldHALPrototype ? "old " : "") + "handlers" +
                                  (busConnection && !busConnection->IsRunning() ? "" : " too late"));
+    serviceInfo->AddMessageHandlerV2(std::make_shared<HoldingHandler>(busConnection));
     return m_pScript->onHandlers(*serviceInfo);
 }
 

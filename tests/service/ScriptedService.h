@@ -24,7 +24,7 @@ struct LifeScript {
     bool stopsNormally = true;
     bool runsAfterWait = false;
     PlatformAbstraction::Messaging::TermError stopError = PlatformAbstraction::Messaging::TermError::None;
-    bool runsAfterStop = false;
+    bool runsAfterStop = false;  // the first one
 
     std::vector<std::string> journal;
 };

@@ -22,7 +22,7 @@ InProcessBus::~InProcessBus() {
     Stop(std::chrono::steady_clock::duration::zero());
 }
 
-std::shared_ptr<AttachedService> InProcessBus::Attach(std::shared_ptr<ServiceInfo> service) {
+std::shared_ptr<AttachedService> InProcessBus::Attach(const std::shared_ptr<ServiceInfo>& service) {
     if (!service || service->GetName().empty()) {
         throw std::invalid_argument("A service without a name was attached to the bus.");
     }

@@ -27,7 +27,7 @@ public:
     /// Joins a service that has all its handlers; messages may arrive before this returns. Throws
     /// `std::invalid_argument` for a service that is not there or has no name, `std::logic_error` after
     /// `Stop`, `std::system_error` when no thread can be started.
-    std::shared_ptr<AttachedService> Attach(std::shared_ptr<ServiceInfo> service);
+    std::shared_ptr<AttachedService> Attach(const std::shared_ptr<ServiceInfo>& service);
 
     /// A sender that belongs to no service. Never empty; after `Stop` its messages fail.
     std::shared_ptr<BusMessaging> GetMessaging() const;

@@ -29,20 +29,28 @@ public:
         const Operation& operation = m_operations[message.operation];
         MessageAnswer answer = AnswerOf(operation, message);
         if (message.IsWithoutReceiver() && answer.kind == MessageAnswer::Kind::Error) {
-            Log::Warning("The notification \"" + operation.name + "\" to \"" + m_service + "\" failed: [" +
-                         answer.code + "] " + answer.message);
+            LogLostError(operation, answer);
         }
         message.End(std::move(answer));
     }
 
 private:
-    MessageAnswer AnswerOf(const Operation& operation, const QueuedMessage& message) const {
+    MessageAnswer AnswerOf(const Operation& operation, const QueuedMessage& message) const noexcept {
         try {
             auto messaging = std::make_shared<InProcessMessaging>(m_pDirectory, message.contextParameters);
             auto context = std::make_shared<MessageContext>(message.contextParameters, std::move(messaging));
             return operation.answer(message.request, std::move(context));
         } catch (...) {
             return AnswerOfCurrentException();
+        }
+    }
+
+    void LogLostError(const Operation& operation, const MessageAnswer& answer) const noexcept {
+        try {
+            Log::Warning("The notification \"" + operation.name + "\" to \"" + m_service + "\" failed: [" +
+                         answer.code + "] " + answer.message);
+        } catch (...) {  // memory is out; the message ends all the same
+            return;
         }
     }
 

@@ -41,7 +41,7 @@ public:
     static std::shared_ptr<WorkerPool> Create(const InProcessBusSettings& settings, Runner runner);
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
-    ~WorkerPool() = default;
+    ~WorkerPool() override = default;
 
     /// Takes the work, or leaves it to the caller: then the queue is full, or the pool is stopping.
     Acceptance Post(Work& work);
