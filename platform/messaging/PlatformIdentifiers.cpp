@@ -2,6 +2,8 @@
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
@@ -14,6 +16,23 @@ namespace PlatformAbstraction {
 namespace {
 
 constexpr char kPublicVariable[] = "PUBLIC";
+
+// RFC 9562, version 7: 48 bits of milliseconds since 1970, the version, then 12 bits that here are the
+// fraction of the millisecond; the variant and the rest stay random.
+void WriteTime(boost::uuids::uuid& id, std::chrono::system_clock::time_point now) {
+    using std::chrono::milliseconds;
+    constexpr int kFractionBits = 12;
+    const auto since = now.time_since_epoch();
+    const auto whole = std::chrono::floor<milliseconds>(since);
+    const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(since - whole).count();
+    const auto fraction = static_cast<std::uint64_t>((nanoseconds << kFractionBits) / 1000000);
+    std::uint64_t head =
+        (static_cast<std::uint64_t>(whole.count()) << 16U) | (std::uint64_t{7} << kFractionBits) | fraction;
+    for (int place = 7; place >= 0; --place) {
+        id.data[place] = static_cast<std::uint8_t>(head & 0xFFU);
+        head >>= 8U;
+    }
+}
 
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
     const char* const value = std::getenv(name.c_str());
@@ -67,8 +86,9 @@ std::string ExpandPlaceholders(std::string_view text) {
 }  // namespace
 
 std::string CreateGuidAsString() {
-    // Draws from the system's cryptographic source, without state of ours.
-    return boost::uuids::to_string(boost::uuids::random_generator()());
+    boost::uuids::uuid id = boost::uuids::random_generator()();
+    WriteTime(id, std::chrono::system_clock::now());
+    return boost::uuids::to_string(id);
 }
 
 std::string MetadataRootPath() {

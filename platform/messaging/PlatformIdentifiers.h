@@ -6,7 +6,9 @@
 
 namespace PlatformAbstraction {
 
-/// A new random UUID (version 4) in its canonical text form. Any thread may call.
+/// A new UUID (version 7) in its canonical text form: its first part grows with the time, so that what is
+/// kept under such ids is kept together with its neighbours in time; 62 bits of it are random. Any thread may
+/// call.
 std::string CreateGuidAsString();
 
 /// The setting `metadatarootpath` with its `%NAME%` replaced from the environment; an unset `PUBLIC` stands

@@ -26,8 +26,8 @@ struct JobInfo {
 /// The job as a tree, with every key. For whoever answers in the job manager's place.
 CoreServices::Parameters WriteJobInfo(const JobInfo& job);
 
-/// Throws `std::runtime_error` that names the key where the id is missing or empty, or where a key holds
-/// another type than it should; every other key may be missing.
+/// Throws `std::runtime_error` where the id is missing, empty or no text. Every other value that is missing,
+/// null or of another type reads as blank.
 JobInfo ReadJobInfo(const CoreServices::Parameters& tree);
 
 }  // namespace CommonServices

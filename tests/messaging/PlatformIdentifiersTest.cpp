@@ -71,13 +71,16 @@ TEST_F(PlatformIdentifiers, TheRootOfARequestIsTakenAsItIs) {
     }
 }
 
-TEST_F(PlatformIdentifiers, GuidsAreRandomVersionFour) {
+TEST_F(PlatformIdentifiers, GuidsAreNewAndGrowWithTheTime) {
     std::set<std::string> guids;
-    for (int i = 0; i < 1000; ++i) {
+    std::string last;
+    for (int n = 0; n < 1000; ++n) {
         const std::string guid = CreateGuidAsString();
         ASSERT_THAT(guid,
-                    ::testing::MatchesRegex("[0-9a-f]*-[0-9a-f]*-4[0-9a-f]*-[89ab][0-9a-f]*-[0-9a-f]*"));
-        ASSERT_EQ(guid.size(), 36U);
+                    testing::MatchesRegex("[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"));
+        const std::string time = guid.substr(0, 18);  // the clock may stand still between two, or be set back
+        EXPECT_LE(last.substr(0, 8), time.substr(0, 8));
+        last = time;
         guids.insert(guid);
     }
     EXPECT_EQ(guids.size(), 1000U);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "EventLog.h"
@@ -18,6 +19,8 @@ struct StoreSubject {
 struct StoreFactory {
     std::string name;
     std::function<StoreSubject()> make;
+
+    friend void PrintTo(const StoreFactory& factory, std::ostream* stream) { *stream << factory.name; }
 };
 
 /// All implementations of the two interfaces: a new one is added here and nowhere else.

@@ -19,8 +19,8 @@ struct SqliteOptions {
     /// larger ones waste their tails and make the scattered writes of the id index dearer.
     int pageSize = 4096;
     /// Size of the write-ahead log in bytes from which it is worked into the database under load. Writes wait
-    /// for that, some tens of milliseconds; a smaller log means shorter waits, and more of them.
-    std::int64_t checkpointBytes = std::int64_t{32} << 20;
+    /// for that, some ten milliseconds; a larger log means fewer waits, each as much longer.
+    std::int64_t checkpointBytes = std::int64_t{4} << 20;
     /// Time without a write after which the log is worked into the database and emptied.
     std::chrono::milliseconds idleAfter{500};
     /// Most connections that read at once; further readers wait for one of them.
