@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <stdexcept>
 #include <utility>
 
 #include "EventLog.h"
@@ -162,8 +163,13 @@ std::vector<std::string> JobDirectory::SubTasksOf(const std::string& jobId) {
 }
 
 bool JobDirectory::Remove(const std::string& jobId) {
-    if (!ObjectStore().DeleteMany({jobId})) {
+    // The store does not tell whether the record was there, so nobody else may delete between the two steps.
+    const std::lock_guard lock(m_removalMutex);
+    if (!FindRecord(jobId)) {
         return false;
+    }
+    if (!ObjectStore().DeleteMany({jobId})) {
+        throw std::runtime_error("The store did not remove the job \"" + jobId + "\"");
     }
     m_index.Remove({jobId});
     return true;

@@ -39,7 +39,7 @@ public:
     /// The ids of the jobs that have this one as their parent, at most some hundreds.
     std::vector<std::string> SubTasksOf(const std::string& jobId);
 
-    /// False when the store did not delete the record.
+    /// False when the job is not there: of several removals at the same time one alone gives true.
     bool Remove(const std::string& jobId);
 
 private:
@@ -52,6 +52,7 @@ private:
 
     JobIndex m_index;
     std::mutex m_readingMutex;  // held over one batch, so that batches come in order
+    std::mutex m_removalMutex;  // held from the look for a record until it is deleted
 };
 
 }  // namespace Quillon::Farm

@@ -1,8 +1,7 @@
 #include "RemoveJobHandler.h"
 
-#include <utility>
-
 #include <stdexcept>
+#include <utility>
 
 #include "BusMessaging.h"
 #include "FarmProtocol.h"
@@ -19,6 +18,14 @@ namespace Shared = Weftline::Keys;
 
 namespace Messaging = PlatformAbstraction::Messaging;
 
+namespace {
+
+[[noreturn]] void FailForMissing(const std::string& jobId) {
+    throw Messaging::ResourceNotFoundHandlerError("There is no job \"" + jobId + "\"");
+}
+
+}  // namespace
+
 RemoveJobHandler::RemoveJobHandler(std::shared_ptr<JobDirectory> jobs, std::string coordinatorRealm)
     : m_pJobs(std::move(jobs)), m_coordinatorRealm(std::move(coordinatorRealm)) {}
 
@@ -33,11 +40,11 @@ Parameters RemoveJobHandler::HandleMessageV2(
     const Parameters& request, std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> context) {
     const auto jobId = RequiredValue<std::string>(request, Shared::Id);
     if (!m_pJobs->Find(jobId)) {
-        throw Messaging::ResourceNotFoundHandlerError("There is no job \"" + jobId + "\"");
+        FailForMissing(jobId);
     }
     TellCoordinator(*context->GetContextBusMessaging(), jobId);
     if (!m_pJobs->Remove(jobId)) {
-        throw std::runtime_error("The store did not remove the job \"" + jobId + "\"");
+        FailForMissing(jobId);  // somebody else was faster
     }
     Parameters answer;
     answer.SetParameter(Shared::Id, jobId);

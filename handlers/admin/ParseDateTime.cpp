@@ -1,12 +1,16 @@
 #include "ParseDateTime.h"
 
 #include <chrono>
+#include <cstddef>
 #include <ctime>
 #include <iomanip>
 #include <locale>
 #include <mutex>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
+
+#include "PrintLine.h"
 
 namespace Weftline::Services::Scheduler {
 
@@ -15,6 +19,15 @@ namespace {
 constexpr const char* kDateTimeFormat = "%Y-%m-%dT%T";
 constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr int kFirstYearOfTm = 1900;
+constexpr std::size_t kYearDigits = 4;
+constexpr std::size_t kMostQuoted = 64;  // bytes of a text that is no time
+
+/// The stream would take "24" for a year of antiquity. Like the stream, looks behind leading blanks.
+bool HasWholeYear(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(" \t\n\v\f\r");
+    const std::size_t end = text.find_first_not_of("0123456789", begin);
+    return end != std::string_view::npos && end - begin == kYearDigits;
+}
 
 bool IsDayOfCalendar(const std::tm& time) {
     return std::chrono::year_month_day(std::chrono::year(time.tm_year + kFirstYearOfTm),
@@ -34,6 +47,9 @@ std::time_t ToSecondsInLocalTime(std::tm& time) {
 }  // namespace
 
 std::optional<std::int64_t> TryParseDateTime(const std::string& text) {
+    if (!HasWholeYear(text)) {
+        return std::nullopt;
+    }
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
     std::tm time{};
@@ -55,7 +71,7 @@ std::optional<std::int64_t> TryParseDateTime(const std::string& text) {
 std::int64_t ParseDateTime(const std::string& text) {
     const auto ticks = TryParseDateTime(text);
     if (!ticks) {
-        throw std::runtime_error("Failed to parse as a date and time: " + text);
+        throw std::runtime_error("Failed to parse as a date and time: " + Printable(text, kMostQuoted));
     }
     return *ticks;
 }

@@ -11,7 +11,8 @@ namespace Weftline::Services::Scheduler {
 
 /// Nothing for a text of another form, or one that names no day of the calendar.
 std::optional<std::int64_t> TryParseDateTime(const std::string& text);
-/// Throws `std::runtime_error` where `TryParseDateTime` gives nothing.
+/// Throws `std::runtime_error` that quotes the text in a printable and shortened form where
+/// `TryParseDateTime` gives nothing.
 std::int64_t ParseDateTime(const std::string& text);
 
 }  // namespace Weftline::Services::Scheduler

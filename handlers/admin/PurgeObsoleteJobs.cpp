@@ -22,7 +22,8 @@ using PlatformAbstraction::Messaging::MessageContext;
 namespace {
 
 constexpr std::int32_t kPageSize = 25;
-constexpr std::size_t kCutTail = 5;  // behind the seconds of a job's date: ".000Z", or most of a fraction
+constexpr int kMostEmptyPages = 1000;  // in a row; a manager that gives more of them has no more jobs
+constexpr std::size_t kCutTail = 5;    // behind the seconds of a job's date: ".000Z", or most of a fraction
 
 std::vector<std::string> ReadSubTasks(const Parameters& details) {
     std::vector<std::string> ids(details.GetArrayNumValues(Keys::SubTaskJobIDs));
@@ -59,7 +60,7 @@ void PurgeObsoleteJobs(const Parameters& request, const std::shared_ptr<JobManag
     try {
         Purge(request, *jobManager, *context);
     } catch (const std::exception& failure) {
-        PrintLine(failure.what());
+        PrintLine(Printable(failure.what()));
     } catch (...) {
         PrintLine("Unexpected error encountered.");
     }
@@ -71,11 +72,13 @@ std::vector<JobInfo> FindAllJobsOfKind(const std::shared_ptr<BusMessaging>& busM
     std::vector<JobInfo> jobs;
     std::int32_t limit = kPageSize;
     std::int32_t total = 0;
+    int emptyPages = 0;
     std::int64_t offset = 0;  // wider than `total`, so that adding a page to it cannot overflow
     do {
         std::vector<JobInfo> page = jobManager.FindJobsByKind(
             busMessaging, identity, kind, static_cast<std::int32_t>(offset), limit, total);
-        if (page.empty()) {
+        emptyPages = page.empty() ? emptyPages + 1 : 0;
+        if (page.empty() && (limit <= 0 || emptyPages == kMostEmptyPages)) {
             break;
         }
         offset += limit > 0 ? limit : static_cast<std::int64_t>(page.size());
@@ -91,8 +94,9 @@ bool IsObsolete(const JobInfo& job, std::int64_t cutOff) {
         return false;
     }
     const auto time = TryParseDateTime(text.substr(0, text.size() - kCutTail));
-    // Where the cut took away from the seconds it changed the time, and the age cannot be told.
-    return time && time == TryParseDateTime(text) && *time < cutOff;
+    // Where the cut took away from the seconds it made the job older than it is.
+    const auto wholeTime = TryParseDateTime(text);
+    return time && wholeTime && std::max(*time, *wholeTime) < cutOff;
 }
 
 int RemoveJobAndSubTasks(const std::shared_ptr<BusMessaging>& busMessaging, const Parameters& identity,

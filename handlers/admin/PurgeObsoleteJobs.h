@@ -20,8 +20,9 @@ void PurgeObsoleteJobs(const CoreServices::Parameters& request,
                        const std::shared_ptr<CommonServices::JobManager>& jobManager,
                        const std::shared_ptr<PlatformAbstraction::Messaging::MessageContext>& context);
 
-/// Every job of the kind, page by page in the manager's order. Ends whatever the manager answers: an empty
-/// page is taken for the last, and a manager that gives no size of page by the jobs that came.
+/// Every job of the kind, page by page in the manager's order. Ends whatever the manager answers: a
+/// page without a size counts by the jobs that came and is the last if there are none, and so is the last of
+/// a thousand empty pages in a row.
 std::vector<CommonServices::JobInfo> FindAllJobsOfKind(
     const std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging>& busMessaging,
     const CoreServices::Parameters& identity, const std::string& kind,

@@ -103,7 +103,7 @@ bool RemoveJobEx::HandleMessage(std::shared_ptr<MessageContext> context, const P
     if (failure.empty()) {
         response.RespondOK();
     } else {
-        PrintLine("removeJobEx failed with details: " + failure);
+        PrintLine("removeJobEx failed with details: " + Printable(failure));
         response.RespondGenericError(failure);
     }
     return true;

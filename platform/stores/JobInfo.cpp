@@ -36,25 +36,23 @@ constexpr Field<Parameters> kTrees[] = {
     {JobManagerKeys::Details, &JobInfo::details},
 };
 
-[[noreturn]] void Refuse(std::string_view key, const char* why) {
-    throw std::runtime_error("\"" + std::string(key) + "\" of a job is " + why);
-}
-
-bool ReadValue(const Parameters& tree, std::string_view key, Parameters& out) {
-    return tree.GetChildParameters(key, out) && !out.IsArray();
+// One job with an odd value must not hide the others of its page: what cannot be read stays blank.
+void ReadValue(const Parameters& tree, std::string_view key, Parameters& out) {
+    Parameters child;
+    if (tree.GetChildParameters(key, child) && !child.IsArray()) {
+        out = std::move(child);
+    }
 }
 
 template <class Value>
-bool ReadValue(const Parameters& tree, std::string_view key, Value& out) {
-    return tree.GetParameter(key, out);
+void ReadValue(const Parameters& tree, std::string_view key, Value& out) {
+    tree.GetParameter(key, out);
 }
 
 template <class Fields>
 void ReadFields(const Parameters& tree, const Fields& fields, JobInfo& job) {
     for (const auto& [key, pMember] : fields) {
-        if (tree.HasParameter(key) && !ReadValue(tree, key, job.*pMember)) {
-            Refuse(key, "of another type");
-        }
+        ReadValue(tree, key, job.*pMember);
     }
 }
 
@@ -80,7 +78,7 @@ JobInfo ReadJobInfo(const Parameters& tree) {
     ReadFields(tree, kNumbers, job);
     ReadFields(tree, kTrees, job);
     if (job.jobId.empty()) {
-        Refuse(Keys::Id, "missing");
+        throw std::runtime_error("\"" + std::string(Keys::Id) + "\" of a job is missing");
     }
     return job;
 }

@@ -94,6 +94,15 @@ TEST_F(Removal, RefusesInTheOrderOfItsChecks) {
     }
 }
 
+TEST_F(Removal, AForgedLineReachesTheClientAlone) {
+    bus->On("findJob", Results(R"({"body":{"clientKey":"k","id":"7","status":"x\n1 jobs deleted."}})"));
+    const ConsoleCapture console(std::cout);
+    const std::string failure = "Found job had invalid status for deletion: x";
+    EXPECT_EQ(Answer(handler, R"({"clientKey":"k"})"),
+              "GENERIC_SERVICE_ERROR: " + failure + "\n1 jobs deleted.");
+    EXPECT_EQ(console.Text(), "removeJobEx failed with details: " + failure + "\\x0a1 jobs deleted.\n");
+}
+
 TEST_F(Removal, LoggingShowsEveryStep) {
     bus->On("findJob", Results(R"({"body":{"clientKey":"k","id":"7","status":"Failed"}})"));
     bus->On("removeJob", ScriptedAnswer::Text("none"));

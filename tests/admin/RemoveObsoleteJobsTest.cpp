@@ -81,6 +81,8 @@ TEST_F(Purge, RemovesOnlyJobsWhoseAgeIsKnown) {
         {"no fraction", "2023-05-06T07:08:08", false},
         {"a zone alone", "2023-05-06T07:08:08Z", false},
         {"a tail that cuts the seconds", "2024-05-06T07:08:59.123", false},
+        {"an old one with a tail that cuts the seconds", "2001-01-01T00:00:59.123", true},
+        {"a year of two digits", "24-05-06T07:08:08.000Z", false},
         {"a tail that cuts a zero", "2024-05-06T07:08:00.123", true},
         {"missing", "", false},
         {"shorter than the tail", "2023", false},
@@ -114,7 +116,8 @@ TEST_F(Purge, EndsWhateverTheManagerTellsOfItsPages) {
         {"a page beyond all", Page(job, R"("limit":2147483647,"total":2147483647)"), {"0+25"}, 1},
         {"limit 0", Page(job + "," + job, R"("limit":0,"total":4)"), {"0+25", "2+25"}, 4},
         {"limit below 0", Page(job, R"("limit":-2147483648,"total":3)"), {"0+25", "1+25", "2+25"}, 3},
-        {"empty pages of many", Page("", R"("total":2147483647)"), {"0+25"}, 0},
+        {"empty pages", Page("", R"("total":26)"), {"0+25", "25+25"}, 0},
+        {"an empty page without a size", Page("", R"("limit":0,"total":9)"), {"0+25"}, 0},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -124,6 +127,16 @@ TEST_F(Purge, EndsWhateverTheManagerTellsOfItsPages) {
         EXPECT_EQ(Run(kRequest), std::to_string(row.removed) + " jobs deleted.\n");
         EXPECT_THAT(Pages(), ElementsAreArray(row.pages));
     }
+}
+
+TEST_F(Purge, LooksBehindEmptyPagesButNotForEver) {
+    const std::string many = R"("limit":1,"total":2147483647)";
+    const std::string job = Job("j", "2001-01-01T00:00:00.000Z");
+    bus->On("findJobsByKind", Results(Page("", many)));
+    bus->On("findJobsByKind", Results(Page(job, many)));
+    bus->On("findJobsByKind", Results(Page("", many)));
+    EXPECT_EQ(Run(kRequest), "1 jobs deleted.\n");
+    EXPECT_EQ(Pages().size(), 1002U);
 }
 
 TEST_F(Purge, RemovesSubtasksFirstAndCountsRemovals) {
@@ -169,6 +182,14 @@ TEST_F(Purge, StopsWithALineAndRemovesNothing) {
          "Failed to parse as a date and time: soon\n"},
         {"a day alone", R"({"CreationDate":"2024-05-06","kind":"k"})", jobs,
          "Failed to parse as a date and time: 2024-05-06\n"},
+        {"a year of two digits", R"({"CreationDate":"24-05-06T07:08:09.000Z","kind":"k"})", jobs,
+         "Failed to parse as a date and time: 24-05-06T07:08:09.000Z\n"},
+        {"lines in a date", R"({"CreationDate":"a\n\u0000b\u007f","kind":"k"})", jobs,
+         "Failed to parse as a date and time: a\\x0a\\x00b\\x7f\n"},
+        {"a date that goes on", R"({"CreationDate":")" + std::string(63, 'a') + R"(\u00e9","kind":"k"})",
+         jobs, "Failed to parse as a date and time: " + std::string(63, 'a') + "...\n"},
+        {"lines of the manager", kRequest, ScriptedAnswer::Error("E", "m\n9 jobs deleted."),
+         "findJobsByKind at the job manager has error: E : m\\x0a9 jobs deleted.\n"},
         {"an error of the manager", kRequest, ScriptedAnswer::Error("E", "m"),
          "findJobsByKind at the job manager has error: E : m\n"},
         {"a bus that is gone", kRequest, throwing(std::runtime_error("gone")), "gone\n"},

@@ -1,4 +1,8 @@
 #include <array>
+#include <atomic>
+#include <latch>
+#include <thread>
+#include <vector>
 
 #include "BusStories.h"
 #include "FarmFixture.h"
@@ -161,6 +165,32 @@ TEST_F(JobMonitorTest, RemovesAJobOnceTheCoordinatorHasGivenItUp) {
     EXPECT_FALSE(Find("j"));
     EXPECT_EQ(FindJobs("{}"), "");
     EXPECT_EQ(Ask("removeJob", R"({"id":"j"})"), "NOT_FOUND");
+}
+
+TEST_F(JobMonitorTest, OneRemovalAloneOfAJobSucceeds) {
+    constexpr int kRemovals = 8;
+    Submit({.id = "j"});
+    std::latch start(kRemovals);
+    std::atomic<int> removed = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int n = 0; n < kRemovals; ++n) {
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                removed += jobs->Remove("j") ? 1 : 0;
+            });
+        }
+    }
+    EXPECT_EQ(removed, 1);
+
+    // Another removal comes in while the coordinator is asked.
+    Submit({.id = "k"});
+    bus->Attach(TestSupport::MakeService(std::string(Weftline::ServiceNames::Coordinator),
+                                         {{"forgetJob", [&](const auto& request, const auto&) {
+                                               EXPECT_TRUE(jobs->Remove("k"));
+                                               return request;
+                                           }}}));
+    EXPECT_EQ(Ask("removeJob", R"({"id":"k"})"), "NOT_FOUND");
 }
 
 TEST_F(JobMonitorTest, ServesTheClientsOfAJobManager) {
