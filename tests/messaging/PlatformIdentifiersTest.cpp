@@ -76,8 +76,8 @@ TEST_F(PlatformIdentifiers, GuidsAreNewAndGrowWithTheTime) {
     std::string last;
     for (int n = 0; n < 1000; ++n) {
         const std::string guid = CreateGuidAsString();
-        ASSERT_THAT(guid,
-                    testing::MatchesRegex("[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"));
+        ASSERT_THAT(guid, testing::MatchesRegex(
+                              "[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"));
         const std::string time = guid.substr(0, 18);  // the clock may stand still between two, or be set back
         EXPECT_LE(last.substr(0, 8), time.substr(0, 8));
         last = time;
