@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,13 +37,23 @@ private:
     void WriteNextOrClose();
     void WriteScalar(const Value& value);
     void WriteText(std::string_view text);
-    /// `text` begins with a character that does not stand for itself; gives the length of what was written.
-    std::size_t WriteSpecial(std::string_view text);
     void NewLine();
+
+    void Put(char c);
+    void Put(std::string_view text);
+    /// Where to write, with room for so many bytes.
+    char* Room(std::size_t count) {
+        if (m_room - m_written < count)
+            Grow(count);
+        return m_pText.get() + m_written;
+    }
+    void Grow(std::size_t count);
 
     Layout m_layout;
     std::vector<Frame> m_frames;
-    std::string m_out;
+    std::unique_ptr<char[]> m_pText;  // not a string, which would fill the room before it is written to
+    std::size_t m_room = 0;
+    std::size_t m_written = 0;  // of the room
 };
 
 }  // namespace CoreServices::Tree

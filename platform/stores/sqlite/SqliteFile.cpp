@@ -5,7 +5,7 @@
 namespace CommonServices::Sqlite {
 
 SqliteFile::SqliteFile(const SqliteOptions& options)
-    : m_file(options.path), m_writer(options, m_events), m_readers(options) {}
+    : m_file(options.path), m_writer(options, m_file, m_events), m_readers(options) {}
 
 SqliteFile::~SqliteFile() = default;
 

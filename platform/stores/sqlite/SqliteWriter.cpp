@@ -3,6 +3,10 @@
 #include <SQLiteCpp/Exception.h>
 #include <sqlite3.h>
 
+#include <system_error>
+
+#include "BlockingRegion.h"
+#include "ObjectStoreException.h"
 #include "PlatformLog.h"
 
 namespace CommonServices::Sqlite {
@@ -20,14 +24,19 @@ bool IsSyncFault(int code) {
 
 }  // namespace
 
-SqliteWriter::SqliteWriter(const SqliteOptions& options, EventSignal& events)
+SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, EventSignal& events)
     : m_events(events),
       m_path(options.path),
       m_idleAfter(options.idleAfter),
       m_connection(options),
-      m_logKeeper(options) {
+      m_logKeeper(options, file) {
     // A log left by a process that ended early is read from the system's memory, which may hold what never
-    // came to disk. Written into the database it is synced anew, before anything is built on it.
+    // came to disk. Written into the database it is synced anew, before anything is built on it. The part of
+    // it that already was in the database may not have been synced there.
+    if (const int error = file.Sync(); error != 0) {
+        throw ObjectStoreException("The disk failed to keep the store's file '" + m_path + "' (" +
+                                   std::generic_category().message(error) + "); look after the disk");
+    }
     KeepLog(&LogKeeper::WhenIdle);
     m_thread = std::thread([this] { Run(); });
 }
@@ -38,8 +47,23 @@ SqliteWriter::~SqliteWriter() {
 }
 
 bool SqliteWriter::Write(PendingWrite& write) {
-    m_queue.AddAndWait(write);
+    if (m_queue.TryTake()) {
+        WriteAlone(write);
+    } else {
+        m_queue.AddAndWait(write);
+    }
     return write.accepted;
+}
+
+void SqliteWriter::WriteAlone(PendingWrite& write) {
+    const PlatformAbstraction::BlockingRegion blocking;
+    WriteGroup group;
+    group.writes.push_back(&write);
+    Commit(group);
+    m_queue.Release(m_logKeeper.IsLong(m_connection));
+    if (write.accepted && write.IsEvent()) {
+        m_events.Raise();
+    }
 }
 
 bool SqliteWriter::WriteDetached(std::unique_ptr<PendingWrite> write) {
@@ -50,8 +74,12 @@ void SqliteWriter::Run() {
     WriteGroup group;
     while (m_queue.Take(group, m_idleAfter)) {
         if (group.writes.empty()) {
-            KeepLog(&LogKeeper::WhenIdle);
-            m_connection.ReleaseMemoryAfterDeletions();
+            if (m_logKeeper.IsLong(m_connection)) {
+                KeepLog(&LogKeeper::AfterCommit);
+            } else {
+                KeepLog(&LogKeeper::WhenIdle);
+                m_connection.ReleaseMemoryAfterDeletions();
+            }
             continue;
         }
         Commit(group);

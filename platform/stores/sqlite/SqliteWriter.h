@@ -8,18 +8,20 @@
 
 #include "EventSignal.h"
 #include "LogKeeper.h"
+#include "StoreFile.h"
 #include "WriteConnection.h"
 #include "WriteQueue.h"
 
 namespace CommonServices::Sqlite {
 
 /// The one writer of the file: a thread that commits the waiting writes of all threads in groups, each group
-/// with one sync, and keeps the log bounded in between. Owned by `SqliteFile`. Any thread may write.
+/// with one sync, and keeps the log bounded in between. While it has nothing to do, the thread that comes
+/// with a write commits it itself. Owned by `SqliteFile`. Any thread may write.
 class SqliteWriter {
 public:
-    /// Opens the file for writing; throws `ObjectStoreException` or `SQLite::Exception`. `events` must
-    /// outlive the writer.
-    SqliteWriter(const SqliteOptions& options, EventSignal& events);
+    /// Opens the file for writing; throws `ObjectStoreException` or `SQLite::Exception`. `file` and
+    /// `events` must outlive the writer.
+    SqliteWriter(const SqliteOptions& options, const StoreFile& file, EventSignal& events);
     SqliteWriter(const SqliteWriter&) = delete;
     SqliteWriter& operator=(const SqliteWriter&) = delete;
     /// Commits what is waiting, works the log into the database and closes the file.
@@ -33,6 +35,7 @@ public:
 
 private:
     void Run();
+    void WriteAlone(PendingWrite& write);
     void Commit(WriteGroup& group);
     bool TryCommit(WriteGroup& group);
     void ApplyOne(PendingWrite& write);
@@ -42,7 +45,7 @@ private:
     EventSignal& m_events;
     WriteQueue m_queue;
 
-    // The writer thread's own once it runs.
+    // Of the thread that has the file in hand, as the queue tells.
     const std::string m_path;
     const std::chrono::milliseconds m_idleAfter;
     WriteConnection m_connection;
@@ -50,7 +53,7 @@ private:
 
     std::string m_lastFault;
     std::chrono::steady_clock::time_point m_lastFaultTold;
-    std::atomic<bool> m_syncFailed = false;  // set by the writer thread alone
+    std::atomic<bool> m_syncFailed = false;
 
     std::thread m_thread;  // last: it uses all of the above
 };

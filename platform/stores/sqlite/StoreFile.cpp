@@ -24,14 +24,30 @@ namespace {
                                advice);
 }
 
-void MakeDirectory(const std::filesystem::path& directory) {
+// Gives what it makes this mode, whatever the umask, and leaves what is there as it is. 0, or the error.
+int MakeDirectory(const std::filesystem::path& directory, mode_t mode) {
     std::error_code error;
-    std::filesystem::create_directories(directory.parent_path(), error);
-    if (!error && ::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-        error.assign(errno, std::generic_category());
+    if (directory.empty() || std::filesystem::is_directory(directory, error)) {
+        return 0;
     }
-    if (error) {
-        Fail("The store's directory cannot be made:", directory.string(), error.value(),
+    if (::mkdir(directory.c_str(), mode) == 0) {
+        return ::chmod(directory.c_str(), mode) == 0 ? 0 : errno;
+    }
+    return errno == EEXIST ? 0 : errno;  // another service was faster; a file in the way fails soon enough
+}
+
+// Others may pass through its parents, but put nothing in the place of what lies in them.
+void MakeDirectoryWithParents(const std::filesystem::path& directory) {
+    constexpr mode_t kModeOfParents = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
+    std::filesystem::path made;
+    int error = 0;
+    for (const auto& part : directory.parent_path()) {
+        made /= part;
+        error = error == 0 ? MakeDirectory(made, kModeOfParents) : error;
+    }
+    error = error == 0 ? MakeDirectory(directory, S_IRWXU) : error;
+    if (error != 0) {
+        Fail("The store's directory cannot be made:", directory.string(), error,
              "make its parent writable for this user or name another place");
     }
 }
@@ -64,7 +80,7 @@ bool MayBeStore(int descriptor) {
 }  // namespace
 
 StoreFile::StoreFile(const std::string& path) {
-    MakeDirectory(std::filesystem::path(path).parent_path());
+    MakeDirectoryWithParents(std::filesystem::path(path).parent_path());
     m_descriptor = OpenFile(path);
     if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
@@ -84,6 +100,10 @@ StoreFile::StoreFile(const std::string& path) {
 
 StoreFile::~StoreFile() {
     ::close(m_descriptor);
+}
+
+int StoreFile::Sync() const noexcept {
+    return ::fdatasync(m_descriptor) == 0 ? 0 : errno;
 }
 
 }  // namespace CommonServices::Sqlite

@@ -16,6 +16,10 @@ public:
     StoreFile& operator=(const StoreFile&) = delete;
     ~StoreFile();
 
+    /// Brings to disk what any connection has written into the file. 0, or the system's error. Any thread may
+    /// call it.
+    int Sync() const noexcept;
+
 private:
     int m_descriptor;
 };

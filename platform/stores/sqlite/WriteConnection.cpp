@@ -4,9 +4,11 @@
 #include <malloc.h>
 #include <sqlite3.h>
 
+#include <optional>
 #include <thread>
 
 #include "Connection.h"
+#include "JoinedWrites.h"
 #include "RecordRow.h"
 #include "SqliteLayout.h"
 
@@ -75,6 +77,19 @@ private:
     std::chrono::milliseconds m_limit;
     std::chrono::steady_clock::time_point m_since;
 };
+
+// All of these hold the write lock meanwhile, so that no other program writes beside the checkpoint.
+int SqliteMode(WriteConnection::CheckpointMode mode) {
+    switch (mode) {
+        case WriteConnection::CheckpointMode::Copy:
+            return SQLITE_CHECKPOINT_FULL;
+        case WriteConnection::CheckpointMode::Restart:
+            return SQLITE_CHECKPOINT_RESTART;
+        case WriteConnection::CheckpointMode::Truncate:
+            break;
+    }
+    return SQLITE_CHECKPOINT_TRUNCATE;
+}
 
 SQLite::Database OpenStore(const SqliteOptions& options) {
     SQLite::Database database = OpenWriter(options);
@@ -189,9 +204,11 @@ WriteConnection::CheckpointOutcome WriteConnection::Checkpoint(CheckpointMode mo
     sqlite3* handle = m_pStatements->database.getHandle();
     int inLog = -1;
     int copied = -1;
-    // Both modes hold the write lock meanwhile, so that no other program writes beside the checkpoint.
-    const int sqliteMode =
-        mode == CheckpointMode::Restart ? SQLITE_CHECKPOINT_RESTART : SQLITE_CHECKPOINT_TRUNCATE;
+    std::optional<LeaveSyncToCaller> unsynced;
+    if (mode == CheckpointMode::Copy) {
+        unsynced.emplace(handle);
+    }
+    const int sqliteMode = SqliteMode(mode);
     m_pStatements->lockPatience.SetLimit(patience);
     const int code = sqlite3_wal_checkpoint_v2(handle, nullptr, sqliteMode, &inLog, &copied);
     m_pStatements->lockPatience.SetLimit(m_busyTimeout);

@@ -36,6 +36,7 @@ public:
     void CreateReferenceIndex(const std::string& key);
 
     enum class CheckpointMode {
+        Copy,     ///< the database has it all, but not yet on disk, which is the caller's to bring about
         Restart,  ///< the next write starts the log from its beginning
         Truncate  ///< the log is emptied as well
     };

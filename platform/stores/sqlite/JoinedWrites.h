@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+struct sqlite3;
+
+namespace CommonServices::Sqlite {
+
+/// A SQLite file system that stands on another one and joins writes to neighbouring places into one: SQLite
+/// writes each page of a group with two calls, and each page of a checkpoint with one more, nearly all of
+/// them side by side. What is joined is written before the file is synced, read, cut or closed, so whoever
+/// keeps the order of SQLite's own syncs (`synchronous=FULL`) sees what he would see without it.
+///
+/// Only the database and its log are treated so, and only on the connections that are opened through it.
+/// A write that fails is told by the call that follows it, at the latest by the sync.
+///
+/// Gives the name to open files with; it is registered once and stays. `base` is the name of the file system
+/// below, empty for the system's own. Throws `ObjectStoreException` where there is no such file system. Any
+/// thread may call it.
+std::string JoinedWritesOver(const std::string& base);
+
+/// While it lives, SQLite's syncs of the database (not of its log) only hand the writes to the system:
+/// whoever made it syncs the file himself, before the log begins anew. The connection must have been opened
+/// with a name given by `JoinedWritesOver`, and is used by one thread meanwhile.
+class LeaveSyncToCaller {
+public:
+    explicit LeaveSyncToCaller(sqlite3* database);
+    ~LeaveSyncToCaller();
+    LeaveSyncToCaller(const LeaveSyncToCaller&) = delete;
+    LeaveSyncToCaller& operator=(const LeaveSyncToCaller&) = delete;
+
+private:
+    sqlite3* m_database;
+};
+
+}  // namespace CommonServices::Sqlite
