@@ -1,14 +1,16 @@
--- One request over and over: a POST of the file that is named on wrk's command line, or a GET where none is. The
--- summary is a line of JSON.
+-- One request over and over: a POST of the file that is named first on wrk's command line, or a GET where that is
+-- empty; with the token that is named second. The summary is a line of JSON.
 function init(arguments)
-    if not arguments[1] then
-        return
+    if arguments[1] ~= "" then
+        local file = assert(io.open(arguments[1], "rb"))
+        wrk.body = file:read("*a")
+        file:close()
+        wrk.method = "POST"
+        wrk.headers["Content-Type"] = "application/json"
     end
-    local file = assert(io.open(arguments[1], "rb"))
-    wrk.body = file:read("*a")
-    file:close()
-    wrk.method = "POST"
-    wrk.headers["Content-Type"] = "application/json"
+    if arguments[2] ~= "" then
+        wrk.headers["Authorization"] = "Bearer " .. arguments[2]
+    end
 end
 
 function done(summary, latency)

@@ -1,0 +1,1 @@
+"""What a user might take instead, and the limits of the machine, measured by the same hand."""

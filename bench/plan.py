@@ -1,0 +1,62 @@
+"""The rows of the table, and what is wanted of each."""
+
+import statistics
+
+from table import Row, Wanted
+
+FRESH, LARGE = "fresh", "large"
+CONNECTIONS = (1, 64, 512)
+
+
+def _at_least(bound, of=None):
+    return Wanted(bound, of)
+
+
+def _at_most(bound, of=None):
+    return Wanted(bound, of, at_least=False)
+
+
+def _submissions(store, title, wanted):
+    """A rate and its slow answers for each number of connections; the worst round counts for the latter."""
+    for connections in CONNECTIONS:
+        name = "%s-%d" % (store, connections)
+        label = "submissions, %d connection%s, %s" % (connections, "s" * (connections > 1), title)
+        yield Row(label, name, "rate", "/s", wanted[connections])
+        yield Row("  99 of 100 answered in", name, "p99", "ms",
+                  (_at_most(20),) if (store, connections) == (FRESH, 64) else (), max)
+
+
+def rows(jobs):
+    large = "store of {:,} jobs".format(jobs)
+    kept = {connections: (_at_least(0.9, "%s-%d.rate" % (FRESH, connections)),) for connections in CONNECTIONS}
+    return [
+        Row("limit: disk, syncs of 4 KB appends, before", "disk-before", "rate", "/s"),
+        Row("limit: disk, beside one connection", "disk", "rate", "/s"),
+        Row("limit: disk, after", "disk-after", "rate", "/s"),
+        Row("limit: HTTP, nginx, fixed answer", "http", "rate", "/s"),
+        Row("  99 of 100 answered in", "http", "p99", "ms", (), max),
+        Row("peer: database, PostgreSQL", "database-usual", "rate", "/s"),
+        Row("  99 of 100 answered in", "database-usual", "p99", "ms", (), max),
+        Row("  all in one statement", "database-terse", "rate", "/s"),
+        Row("peer: queue, beanstalkd", "queue", "rate", "/s"),
+        Row("  99 of 100 answered in", "queue", "p99", "ms", (), max),
+        *_submissions(FRESH, "fresh store", {
+            1: (_at_least(0.4, "disk.rate"),),
+            64: (_at_least(4, "database-usual.rate"), _at_least(4, "queue.rate"), _at_least(0.25, "http.rate")),
+            512: (_at_least(1, "fresh-64.rate"),)}),
+        *_submissions(LARGE, large, kept),
+        Row("catalogue messages, 64 connections", "catalogue", "rate", "/s", (_at_least(0.4, "http.rate"),)),
+        Row("  99 of 100 answered in", "catalogue", "p99", "ms", (), max),
+        Row("find, first page of 10,000 formats", "find-first", "time", "ms", (_at_most(60),), statistics.median),
+        Row("find, last page of 10,000 formats", "find-last", "time", "ms", (_at_most(60),), statistics.median),
+        Row("listing, first page, " + large + ", 99 of 100 in", "listing-first", "p99", "ms", (_at_most(10),), max),
+        Row("listing, tenth page, " + large + ", 99 of 100 in", "listing-tenth", "p99", "ms", (_at_most(10),), max),
+        Row("  index of jobs, made by the service", "listing-index", "time", "s"),
+        Row("start to first answer, " + large, "footprint", "time", "ms", (_at_most(300),)),
+        Row("memory, idle, " + large, "footprint", "idle_mb", "MB", (_at_most(40),)),
+        Row("memory, peak, fresh store, 512 connections", "fresh-512", "peak_mb", "MB", (_at_most(150),), max),
+        Row("memory, peak, " + large + ", 512 connections", "large-512", "peak_mb", "MB", (_at_most(150),), max),
+        Row("memory, peak, listing and making the index", "listing-peak", "mb", "MB", (_at_most(150),)),
+        Row("texts of a job's record", "bytes", "texts", "bytes"),
+        Row("store file for each job, event included", "bytes", "job", "bytes", (_at_most(1.3, "bytes.texts"),)),
+    ]
