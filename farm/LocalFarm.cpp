@@ -36,9 +36,9 @@ std::string IndexPath() {
     return (directory / "farm.jobindex").string();
 }
 
-std::vector<Principal> PrincipalsOf(const Standalone::BusSettings& settings) {
+std::vector<Principal> PrincipalsOf(const std::vector<PlatformAbstraction::Rest::Caller>& callers) {
     std::vector<Principal> principals;
-    for (const auto& caller : settings.rest.callers) {
+    for (const auto& caller : callers) {
         principals.push_back({caller.identityId, caller.displayName});
     }
     return principals;
@@ -49,6 +49,7 @@ public:
     LocalFarm(const Standalone::BusSettings& settings, std::string realm)
         : m_settings(settings),
           m_realm(std::move(realm)),
+          m_pPrincipals(std::make_shared<PrincipalDirectory>(PrincipalsOf(settings.rest.callers))),
           m_pJobs(std::make_shared<JobDirectory>(IndexPath())),
           m_pCoordinator(std::make_shared<Coordinator>(m_realm)) {}
     LocalFarm(const LocalFarm&) = delete;
@@ -59,7 +60,7 @@ public:
         const WorkerSettings workers{m_realm, m_settings.farm.taskTime, m_workersStop.get_token()};
         // All are made before the first is attached: one that cannot be made stops the start.
         const auto services = {
-            MakeIdentityService(PrincipalsOf(m_settings)),
+            MakeIdentityService(m_pPrincipals),
             MakeJobMonitorService(m_pJobs, m_realm),
             MakeCoordinatorService(m_realm, m_pCoordinator),
             MakeMetadataWorkerService(workers, m_settings.farm.catalogueDirectory),
@@ -75,6 +76,10 @@ public:
         m_indexFollower = std::jthread([jobs = m_pJobs](const std::stop_token& stop) { jobs->Follow(stop); });
     }
 
+    void SetCallers(const std::vector<PlatformAbstraction::Rest::Caller>& callers) override {
+        m_pPrincipals->Replace(PrincipalsOf(callers));
+    }
+
     // The coordinator first: from then on it takes no task that ends for a failed one.
     void Stop() noexcept override {
         m_indexFollower.request_stop();
@@ -88,6 +93,7 @@ public:
 private:
     const Standalone::BusSettings m_settings;
     const std::string m_realm;
+    const std::shared_ptr<PrincipalDirectory> m_pPrincipals;
     const std::shared_ptr<JobDirectory> m_pJobs;
     const std::shared_ptr<Coordinator> m_pCoordinator;
     std::stop_source m_workersStop;

@@ -109,7 +109,7 @@ void JobFollower::TakeJob(const Record& job, std::int64_t offset) {
     try {
         facts = ReadJobFacts(job);
     } catch (const std::runtime_error& broken) {
-        Warning("The job " + job.recordID + " is left alone, for it cannot be read: " + broken.what());
+        Refuse(job.recordID, std::string("The job's record cannot be read: ") + broken.what());
         m_board.Pass(offset);
         return;
     }
@@ -117,23 +117,27 @@ void JobFollower::TakeJob(const Record& job, std::int64_t offset) {
     if (!IsOpenState(facts.state)) {
         m_board.Pass(offset);
     } else if (plan == nullptr) {
-        Refuse(job.recordID, facts.kind);
+        Refuse(job.recordID, "The farm has no worker for jobs of the kind \"" + facts.kind + "\".");
         m_board.Pass(offset);
     } else {
         m_board.Post(MakeTicket(job.recordID, offset, std::move(facts), *plan));
     }
 }
 
-void JobFollower::Refuse(const std::string& jobId, const std::string& kind) {
-    const std::string reason = "The farm has no worker for jobs of the kind \"" + kind + "\".";
-    Warning("The job " + jobId + " failed: " + reason);
-    m_records.Change(jobId, [&](Record& job) {
-        const bool isOpen = IsOpenState(ReadJobState(job));
+void JobFollower::Refuse(const std::string& jobId, const std::string& reason) {
+    const auto outcome = m_records.Change(jobId, [&](Record& job) {
+        const bool isOpen = IsOpen(job);
         if (isOpen) {
             Fail(job, NowText(), reason);
         }
         return isOpen;
     });
+    if (outcome == JobRecords::Outcome::Withheld) {
+        throw CommonServices::ObjectStoreException("The job " + jobId + " is being removed.");
+    }
+    if (outcome == JobRecords::Outcome::Written) {
+        Warning("The job " + jobId + " failed: " + reason);
+    }
 }
 
 void JobFollower::KeepPosition() {

@@ -24,7 +24,7 @@ private:
     void ReadOn(const std::stop_token& stop);
     void Take(const CommonServices::LoggedEvent& event);
     void TakeJob(const Weftline::Record& job, std::int64_t offset);
-    void Refuse(const std::string& jobId, const std::string& kind);
+    void Refuse(const std::string& jobId, const std::string& reason);
     void KeepPosition();
 
     JobBoard& m_board;

@@ -49,7 +49,10 @@ public:
         : privateData(ReadObject(job.recordData)), publicData(ReadObject(job.recordPublicData)), m_job(job) {}
 
     void MoveTo(std::string_view state) {
-        privateData.SetParameter(Shared::JobLastState, StateOf(publicData));
+        const std::string before = StateOf(publicData);
+        if (before != state) {
+            privateData.SetParameter(Shared::JobLastState, before);
+        }
         privateData.SetParameter(Shared::JobMonitorID, m_job.recordID);
         publicData.SetParameter(Shared::JobState, state);
     }
@@ -65,6 +68,17 @@ public:
 private:
     Record& m_job;
 };
+
+// A half of a record that cannot be read makes room for an object, and lies in it as a text.
+void MakeReadable(std::string& json) {
+    try {
+        ReadObject(json);
+    } catch (const std::runtime_error&) {
+        Parameters readable;
+        readable.SetParameter(Keys::Unreadable, json);
+        json = readable.toJSON();
+    }
+}
 
 }  // namespace
 
@@ -85,6 +99,12 @@ JobFacts ReadJobFacts(const Record& job) {
 
 std::string ReadJobState(const Record& job) {
     return StateOf(ReadObject(job.recordPublicData));
+}
+
+bool IsOpen(const Record& job) try {
+    return IsOpenState(ReadJobState(job));
+} catch (const std::runtime_error&) {
+    return true;
 }
 
 Parameters ReadProcessingData(const Record& job) {
@@ -122,6 +142,8 @@ void Complete(Record& job, const std::string& extendedIsoUtc) {
 }
 
 void Fail(Record& job, const std::string& extendedIsoUtc, const std::string& reason) {
+    MakeReadable(job.recordData);
+    MakeReadable(job.recordPublicData);
     Editing editing(job);
     editing.MoveTo(JobStates::Failed);
     editing.privateData.SetParameter(Keys::FailureReason, reason);

@@ -8,8 +8,8 @@
 #include "wf_Record.h"
 
 /// Reading and changing the stored record of a job. A change touches the keys that it names and leaves every
-/// other value, also those that this program knows nothing of, as it is. All throw `std::runtime_error` for a
-/// record whose JSON is broken.
+/// other value, also those that this program knows nothing of, as it is. Where nothing else is said they
+/// throw `std::runtime_error` for a record whose JSON is broken.
 namespace Quillon::Farm {
 
 /// What the coordinator wants to know of a job.
@@ -34,15 +34,18 @@ CoreServices::Parameters ReadProcessingData(const Weftline::Record& job);
 /// was suspended, or has a state that the farm does not know.
 bool IsOpenState(std::string_view state);
 
-/// Sets `jobState`, and `jobLastState` to the one before it. A job that leaves "Created" gets its id at the
-/// job monitor, which is its own.
+/// Whether the job is in such a state. True where the state cannot be read: somebody has to end that job.
+bool IsOpen(const Weftline::Record& job);
+
+/// Sets `jobState`, and `jobLastState` to the one before it, if that was another. A job that leaves "Created"
+/// gets its id at the job monitor, which is its own.
 void MoveTo(Weftline::Record& job, std::string_view state);
 /// In percent.
 void SetProgress(Weftline::Record& job, std::int32_t progress);
 std::int32_t ReadProgress(const Weftline::Record& job);
 
 /// Moves to the final state with the time as `completedDateTime`: "Completed" with all progress made, or
-/// "Failed" with the reason.
+/// "Failed" with the reason. Failing takes broken JSON too, which it keeps as the text `unreadable`.
 void Complete(Weftline::Record& job, const std::string& extendedIsoUtc);
 void Fail(Weftline::Record& job, const std::string& extendedIsoUtc, const std::string& reason);
 

@@ -5,26 +5,21 @@
 
 namespace Quillon::Farm {
 
-namespace {
+using std::chrono::steady_clock;
 
-// A forgotten job matters only until its record is deleted, since after that no change finds it. So the last
-// few are enough, and memory stays as it is however many jobs are removed.
-constexpr std::size_t kMostForgotten = 128;
-
-}  // namespace
-
-JobRecords::JobRecords() = default;
+JobRecords::JobRecords(std::chrono::milliseconds patience) : m_patience(patience) {}
 
 JobRecords::Outcome JobRecords::Change(const std::string& jobId, const Edit& edit) {
     Stripe& stripe = StripeOf(jobId);
     const std::lock_guard lock(stripe.mutex);
-    if (stripe.forgotten.contains(jobId)) {
-        return Outcome::Gone;
-    }
     const CommonServices::ObjectStore store;
     auto job = store.FindByID(jobId, std::string(Weftline::Collections::Jobs));
     if (!job) {
         return Outcome::Gone;
+    }
+    const auto forgotten = stripe.forgotten.find(jobId);
+    if (forgotten != stripe.forgotten.end() && steady_clock::now() < forgotten->second) {
+        return Outcome::Withheld;
     }
     if (!edit(*job)) {
         return Outcome::Unchanged;
@@ -38,14 +33,9 @@ JobRecords::Outcome JobRecords::Change(const std::string& jobId, const Edit& edi
 void JobRecords::Forget(const std::string& jobId) {
     Stripe& stripe = StripeOf(jobId);
     const std::lock_guard lock(stripe.mutex);
-    if (!stripe.forgotten.insert(jobId).second) {
-        return;
-    }
-    stripe.inOrder.push_back(jobId);
-    if (stripe.inOrder.size() > kMostForgotten) {
-        stripe.forgotten.erase(stripe.inOrder.front());
-        stripe.inOrder.pop_front();
-    }
+    const auto now = steady_clock::now();
+    std::erase_if(stripe.forgotten, [now](const auto& job) { return job.second <= now; });
+    stripe.forgotten[jobId] = now + m_patience;
 }
 
 JobRecords::Stripe& JobRecords::StripeOf(const std::string& jobId) {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "wf_Record.h"
 
@@ -20,31 +20,37 @@ public:
     enum class Outcome {
         Written,    ///< and on disk
         Unchanged,  ///< the edit left the record alone
-        Gone,       ///< there is no such record any more, or it was to be forgotten
+        Gone,       ///< there is no such record any more
+        Withheld,   ///< the record is to be deleted, and still there: to be asked again
     };
     /// Changes the record; false leaves the store alone. What it throws passes through.
     using Edit = std::function<bool(Weftline::Record& job)>;
 
-    JobRecords();
+    /// Long enough for a deletion that waits for other writers of the store.
+    static constexpr std::chrono::milliseconds kPatience{60'000};
+
+    explicit JobRecords(std::chrono::milliseconds patience = kPatience);
 
     /// Throws `ObjectStoreException` when the store cannot be read or does not take the record.
     Outcome Change(const std::string& jobId, const Edit& edit);
 
     /// From the return on nothing is written about that job: its record is about to be deleted. Waits for a
-    /// change that is under way.
+    /// change that is under way. A record that is still there after the patience was not deleted, and its job
+    /// goes on.
     void Forget(const std::string& jobId);
 
 private:
     /// Jobs that share a lock.
     struct Stripe {
         std::mutex mutex;
-        std::unordered_set<std::string> forgotten;  // guarded by mutex
-        std::deque<std::string> inOrder;            // guarded by mutex; the forgotten, the oldest first
+        // Guarded by mutex; with the time from which on the job counts as one that was kept.
+        std::unordered_map<std::string, std::chrono::steady_clock::time_point> forgotten;
     };
     static constexpr std::size_t kStripes = 32;
 
     Stripe& StripeOf(const std::string& jobId);
 
+    const std::chrono::milliseconds m_patience;
     std::array<Stripe, kStripes> m_stripes;
 };
 

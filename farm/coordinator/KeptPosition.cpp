@@ -1,11 +1,15 @@
 #include "KeptPosition.h"
 
 #include <charconv>
+#include <chrono>
 #include <stdexcept>
 #include <string>
 
+#include "EventLog.h"
 #include "ObjectStore.h"
 #include "Parameters.h"
+#include "PlatformLog.h"
+#include "StoreChoice.h"
 #include "Vocabulary.h"
 
 namespace Quillon::Farm::KeptPosition {
@@ -28,11 +32,25 @@ std::int64_t ReadOffset(const std::string& json) try {
     return 0;
 }
 
+bool IsInLog(std::int64_t offset) {
+    return !CommonServices::StoreChoice::Events()
+                ->Read(std::string(Weftline::Topics::JobEvents), offset - 1, 1, std::chrono::milliseconds(0))
+                .empty();
+}
+
 }  // namespace
 
+// From a position behind the end of the log no job would be heard of. From the first event on, those that
+// have ended are passed over.
 std::int64_t Load() {
     const auto kept = CommonServices::ObjectStore().FindByID(kRecordId, kCollection);
-    return kept ? ReadOffset(kept->recordData) : 0;
+    const std::int64_t offset = kept ? ReadOffset(kept->recordData) : 0;
+    if (kept && (offset == 0 || !IsInLog(offset))) {
+        PlatformAbstraction::Log::Warning(
+            "The coordinator's position cannot be used, so all events are read.");
+        return 0;
+    }
+    return offset;
 }
 
 bool Keep(std::int64_t offset) {

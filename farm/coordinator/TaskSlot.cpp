@@ -85,7 +85,7 @@ std::optional<Parameters> TaskSlot::Begin(const JobTicket& ticket, const std::st
         ticket.jobId,
         [&](Record& job) {
             processingData.reset();
-            if (!IsOpenState(ReadJobState(job))) {
+            if (!IsOpen(job)) {
                 return false;
             }
             try {
@@ -161,7 +161,10 @@ std::optional<JobRecords::Outcome> TaskSlot::Persist(const std::string& jobId, c
     bool hasSpoken = false;
     do {
         try {
-            return m_records.Change(jobId, edit);
+            const auto outcome = m_records.Change(jobId, edit);
+            if (outcome != JobRecords::Outcome::Withheld) {
+                return outcome;
+            }
         } catch (const CommonServices::ObjectStoreException& failure) {
             if (!std::exchange(hasSpoken, true)) {
                 Warning("The state of the job " + jobId + " waits for the store: " + failure.what());

@@ -29,8 +29,8 @@ Parameters ExampleRequest() {
 
 }  // namespace
 
-FindPrincipalHandler::FindPrincipalHandler(std::map<std::string, std::string> displayNamesById)
-    : m_displayNamesById(std::move(displayNamesById)) {}
+FindPrincipalHandler::FindPrincipalHandler(std::shared_ptr<const PrincipalDirectory> principals)
+    : m_pPrincipals(std::move(principals)) {}
 
 RegistrationParams FindPrincipalHandler::GetRegistrationParams() const {
     return PlatformAbstraction::RegParamsBuilder()
@@ -43,14 +43,14 @@ RegistrationParams FindPrincipalHandler::GetRegistrationParams() const {
 Parameters FindPrincipalHandler::HandleMessageV2(
     const Parameters& request, std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> /*context*/) {
     const auto id = RequiredValue<std::string>(request.GetChildParameters(Keys::Entity), Keys::Id);
-    const auto found = m_displayNamesById.find(id);
-    if (found == m_displayNamesById.end()) {
+    const auto displayName = m_pPrincipals->FindDisplayName(id);
+    if (!displayName) {
         throw PlatformAbstraction::Messaging::ResourceNotFoundHandlerError("There is no principal \"" + id +
                                                                            "\".");
     }
     Parameters entity;
-    entity.SetParameter(Keys::Id, found->first);
-    entity.SetParameter(Keys::DisplayName, found->second);
+    entity.SetParameter(Keys::Id, id);
+    entity.SetParameter(Keys::DisplayName, *displayName);
     return Entity(std::move(entity));
 }
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <map>
 #include <memory>
-#include <string>
 
+#include "PrincipalDirectory.h"
 #include "ServiceMessageHandlerV2.h"
 
 namespace Quillon::Farm {
@@ -12,7 +11,7 @@ namespace Quillon::Farm {
 /// has is an error. Constant after construction.
 class FindPrincipalHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandlerV2 {
 public:
-    explicit FindPrincipalHandler(std::map<std::string, std::string> displayNamesById);
+    explicit FindPrincipalHandler(std::shared_ptr<const PrincipalDirectory> principals);
 
     PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
     CoreServices::Parameters HandleMessageV2(
@@ -20,7 +19,7 @@ public:
         std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> context) override;
 
 private:
-    const std::map<std::string, std::string> m_displayNamesById;
+    const std::shared_ptr<const PrincipalDirectory> m_pPrincipals;
 };
 
 }  // namespace Quillon::Farm

@@ -1,22 +1,15 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
+#include "PrincipalDirectory.h"
 #include "ServiceInfo.h"
 
 namespace Quillon::Farm {
 
-/// Somebody whom the identity service knows.
-struct Principal {
-    std::string identityId;
-    std::string displayName;
-};
-
 /// The identity service of the local farm, ready to be attached: it tells the display name of each of
-/// `principals`. The first of several with one id counts.
+/// `principals`.
 std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeIdentityService(
-    const std::vector<Principal>& principals);
+    std::shared_ptr<const PrincipalDirectory> principals);
 
 }  // namespace Quillon::Farm

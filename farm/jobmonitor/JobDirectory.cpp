@@ -42,10 +42,20 @@ std::optional<Weftline::Record> FindRecord(const std::string& jobId) {
     return ObjectStore().FindByID(jobId, std::string(Weftline::Collections::Jobs));
 }
 
+// Once more where the index was begun anew.
+template <class Work>
+auto Insist(const Work& work) {
+    try {
+        return work();
+    } catch (const JobIndexBegunAnew&) {
+        return work();
+    }
+}
+
 }  // namespace
 
 JobDirectory::JobDirectory(const std::string& indexPath) : m_index(indexPath) {
-    StartOverIfLogIsAnother();
+    Insist([this] { StartOverIfLogIsAnother(); });
 }
 
 void JobDirectory::StartOverIfLogIsAnother() {
@@ -70,6 +80,8 @@ void JobDirectory::Follow(const std::stop_token& stop) {
             }
             isFailing = false;
             PauseUnlessStopped(kBetweenReads, stop);
+        } catch (const JobIndexBegunAnew&) {
+            continue;  // with the first event
         } catch (const std::exception& failure) {
             if (!std::exchange(isFailing, true)) {
                 PlatformAbstraction::Log::Error(std::string("The index of jobs does not follow the log: ") +
@@ -114,6 +126,11 @@ std::optional<ListedJob> JobDirectory::Find(const std::string& jobId) {
 
 std::vector<ListedJob> JobDirectory::Newest(const JobFilter& filter, std::int32_t offset,
                                             std::int32_t limit) {
+    return Insist([&] { return ReadNewest(filter, offset, limit); });
+}
+
+std::vector<ListedJob> JobDirectory::ReadNewest(const JobFilter& filter, std::int32_t offset,
+                                                std::int32_t limit) {
     CatchUp();
     std::vector<ListedJob> page;
     std::int64_t before = JobIndex::kNewest;
@@ -131,9 +148,14 @@ std::vector<ListedJob> JobDirectory::Newest(const JobFilter& filter, std::int32_
     return page;
 }
 
-// The jobs that are gone leave the index at once, and then the same page is asked for again.
 std::vector<ListedJob> JobDirectory::OfKind(const std::string& kind, std::int32_t offset,
                                             std::int32_t limit) {
+    return Insist([&] { return ReadOfKind(kind, offset, limit); });
+}
+
+// The jobs that are gone leave the index at once, and then the same page is asked for again.
+std::vector<ListedJob> JobDirectory::ReadOfKind(const std::string& kind, std::int32_t offset,
+                                                std::int32_t limit) {
     CatchUp();
     for (;;) {
         std::vector<ListedJob> page;
@@ -171,7 +193,7 @@ bool JobDirectory::Remove(const std::string& jobId) {
     if (!ObjectStore().DeleteMany({jobId})) {
         throw std::runtime_error("The store did not remove the job \"" + jobId + "\"");
     }
-    m_index.Remove({jobId});
+    Insist([&] { m_index.Remove({jobId}); });
     return true;
 }
 

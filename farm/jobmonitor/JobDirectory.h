@@ -44,6 +44,8 @@ public:
 
 private:
     void StartOverIfLogIsAnother();
+    std::vector<ListedJob> ReadNewest(const JobFilter& filter, std::int32_t offset, std::int32_t limit);
+    std::vector<ListedJob> ReadOfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
     /// Reads what has come to the log, for a limited time.
     void CatchUp();
     std::size_t ReadBatch();

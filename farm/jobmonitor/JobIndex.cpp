@@ -56,6 +56,7 @@ std::string PageSql(const std::string& condition) {
 void MakePrivateFile(const std::string& path) {
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (descriptor >= 0) {
+        static_cast<void>(::fchmod(descriptor, S_IRUSR | S_IWUSR));  // an older one, or another umask
         ::close(descriptor);
     }
 }
@@ -78,7 +79,16 @@ SQLite::Database Open(const std::string& path) {
     } else if (version != kLayoutVersion) {
         throw SQLite::Exception("it has layout version " + std::to_string(version));
     }
+    database.execAndGet("SELECT count(*) FROM sqlite_master");  // a layout that cannot be read shows here
     return database;
+}
+
+void RemoveFile(const std::string& path, const SQLite::Exception& fault) {
+    PlatformAbstraction::Log::Warning("The index of jobs '" + path +
+                                      "' is made anew, for it cannot be used: " + fault.what());
+    for (const char* const part : {"", "-wal", "-shm", "-journal"}) {
+        std::filesystem::remove(path + part);
+    }
 }
 
 SQLite::Database OpenOrBeginAnew(const std::string& path) {
@@ -88,11 +98,7 @@ SQLite::Database OpenOrBeginAnew(const std::string& path) {
         if (path == kInMemory || fault.getErrorCode() == SQLITE_BUSY) {
             throw;
         }
-        PlatformAbstraction::Log::Warning("The index of jobs '" + path +
-                                          "' is made anew, for it cannot be used: " + fault.what());
-    }
-    for (const char* const part : {"", "-wal", "-shm", "-journal"}) {
-        std::filesystem::remove(path + part);
+        RemoveFile(path, fault);
     }
     return Open(path);
 }
@@ -123,6 +129,15 @@ std::vector<IndexedJob> ReadJobs(SQLite::Statement& statement) {
 void Run(SQLite::Statement& statement) {
     const Running running(statement);
     statement.exec();
+}
+
+// What is remembered of lists only helps those who page through them now.
+template <class Remembered>
+void MakeRoomIn(Remembered& lists) {
+    constexpr std::size_t kMost = 64;
+    if (lists.size() >= kMost) {
+        lists.clear();
+    }
 }
 
 }  // namespace
@@ -161,6 +176,10 @@ struct JobIndex::Tables {
     /// the place of the job in front of it.
     using Marks = std::map<std::pair<std::string, std::int64_t>, std::int64_t>;
 
+    /// By creator and parent, the place of the job with which a list began.
+    using Beginnings =
+        std::map<std::pair<std::optional<std::string>, std::optional<std::string>>, std::int64_t>;
+
     SQLite::Database database;
     SQLite::Statement add;
     SQLite::Statement move;
@@ -174,115 +193,149 @@ struct JobIndex::Tables {
     SQLite::Statement countOfKind;
     SQLite::Statement children;
     Marks marks;  // true until a job is removed, since jobs are only added at the end
+    Beginnings beginnings;
 };
 
 JobIndex::JobIndex(const std::string& path)
-    : m_pTables(std::make_unique<Tables>(path.empty() ? kInMemory : path)) {}
+    : m_path(path.empty() ? kInMemory : path), m_pTables(std::make_unique<Tables>(m_path)) {}
 
 JobIndex::~JobIndex() = default;
 
-IndexPosition JobIndex::Position() {
+// Damage behind the first page shows only when somebody comes to it.
+template <class Work>
+auto JobIndex::With(const Work& work) {
     const std::lock_guard lock(m_mutex);
-    SQLite::Statement& read = m_pTables->position;
-    const Running running(read);
-    read.executeStep();
-    return {read.getColumn(0).getInt64(), read.getColumn(1).getString()};
+    if (!m_pTables) {
+        m_pTables = std::make_unique<Tables>(m_path);
+    }
+    try {
+        return work(*m_pTables);
+    } catch (const SQLite::Exception& fault) {
+        if (fault.getErrorCode() != SQLITE_CORRUPT && fault.getErrorCode() != SQLITE_NOTADB) {
+            throw;
+        }
+        m_pTables.reset();
+        RemoveFile(m_path, fault);
+    }
+    m_pTables = std::make_unique<Tables>(m_path);
+    throw JobIndexBegunAnew("The index of jobs was damaged");
+}
+
+IndexPosition JobIndex::Position() {
+    return With([](Tables& tables) -> IndexPosition {
+        SQLite::Statement& read = tables.position;
+        const Running running(read);
+        read.executeStep();
+        return {read.getColumn(0).getInt64(), read.getColumn(1).getString()};
+    });
 }
 
 void JobIndex::Add(const std::vector<IndexedJob>& jobs, const IndexPosition& position) {
-    const std::lock_guard lock(m_mutex);
-    Tables& tables = *m_pTables;
-    SQLite::Transaction transaction(tables.database);
-    for (const IndexedJob& job : jobs) {
-        tables.add.bind(1, job.order);
-        tables.add.bindNoCopy(2, job.id);
-        tables.add.bindNoCopy(3, job.creator);
-        tables.add.bindNoCopy(4, job.parent);
-        tables.add.bindNoCopy(5, job.kind);
-        Run(tables.add);
-    }
-    tables.move.bind(1, position.offset);
-    tables.move.bindNoCopy(2, position.eventId);
-    Run(tables.move);
-    transaction.commit();
+    With([&](Tables& tables) {
+        SQLite::Transaction transaction(tables.database);
+        for (const IndexedJob& job : jobs) {
+            tables.add.bind(1, job.order);
+            tables.add.bindNoCopy(2, job.id);
+            tables.add.bindNoCopy(3, job.creator);
+            tables.add.bindNoCopy(4, job.parent);
+            tables.add.bindNoCopy(5, job.kind);
+            Run(tables.add);
+        }
+        tables.move.bind(1, position.offset);
+        tables.move.bindNoCopy(2, position.eventId);
+        Run(tables.move);
+        transaction.commit();
+    });
 }
 
 void JobIndex::Remove(const std::vector<std::string>& ids) {
     if (ids.empty()) {
         return;
     }
-    const std::lock_guard lock(m_mutex);
-    Tables& tables = *m_pTables;
-    tables.marks.clear();
-    SQLite::Transaction transaction(tables.database);
-    for (const std::string& id : ids) {
-        tables.remove.bindNoCopy(1, id);
-        Run(tables.remove);
-    }
-    transaction.commit();
+    With([&](Tables& tables) {
+        tables.marks.clear();
+        SQLite::Transaction transaction(tables.database);
+        for (const std::string& id : ids) {
+            tables.remove.bindNoCopy(1, id);
+            Run(tables.remove);
+        }
+        transaction.commit();
+    });
 }
 
 void JobIndex::Clear() {
-    const std::lock_guard lock(m_mutex);
-    m_pTables->marks.clear();
-    SQLite::Transaction transaction(m_pTables->database);
-    m_pTables->database.exec(
-        "DELETE FROM jobs; DELETE FROM counts; UPDATE position SET eventOffset = 0, eventId = ''");
-    transaction.commit();
+    With([](Tables& tables) {
+        tables.marks.clear();
+        tables.beginnings.clear();
+        SQLite::Transaction transaction(tables.database);
+        tables.database.exec(
+            "DELETE FROM jobs; DELETE FROM counts; UPDATE position SET eventOffset = 0, eventId = ''");
+        transaction.commit();
+    });
 }
 
 std::vector<IndexedJob> JobIndex::Newest(const JobFilter& filter, std::int64_t before, std::int32_t offset,
                                          std::int32_t limit) {
-    const std::lock_guard lock(m_mutex);
-    SQLite::Statement& page = m_pTables->PageOf(filter);
-    page.bind(1, before);
-    page.bind(2, offset);
-    page.bind(3, limit);
-    return ReadJobs(page);
+    return With([&](Tables& tables) {
+        const std::pair key(filter.creator, filter.parent);
+        const auto beginning = tables.beginnings.find(key);
+        if (before == kNewest && offset > 0 && beginning != tables.beginnings.end()) {
+            before = beginning->second + 1;
+        }
+        SQLite::Statement& page = tables.PageOf(filter);
+        page.bind(1, before);
+        page.bind(2, offset);
+        page.bind(3, limit);
+        std::vector<IndexedJob> jobs = ReadJobs(page);
+        if (before == kNewest && offset == 0 && !jobs.empty()) {
+            MakeRoomIn(tables.beginnings);
+            tables.beginnings[key] = jobs.front().order;
+        }
+        return jobs;
+    });
 }
 
 std::vector<IndexedJob> JobIndex::OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit) {
-    constexpr std::size_t kMostMarks = 64;
-    const std::lock_guard lock(m_mutex);
-    Tables& tables = *m_pTables;
-    const auto mark = tables.marks.find({kind, offset});
-    const bool isMarked = mark != tables.marks.end();
-    tables.ofKind.bindNoCopy(1, kind);
-    tables.ofKind.bind(2, isMarked ? mark->second : 0);
-    tables.ofKind.bind(3, isMarked ? 0 : offset);
-    tables.ofKind.bind(4, limit);
-    std::vector<IndexedJob> jobs = ReadJobs(tables.ofKind);
-    if (isMarked) {
-        tables.marks.erase(mark);
-    }
-    if (!jobs.empty() && jobs.size() == static_cast<std::size_t>(limit)) {
-        if (tables.marks.size() >= kMostMarks) {
-            tables.marks.clear();
+    return With([&](Tables& tables) {
+        const auto mark = tables.marks.find({kind, offset});
+        const bool isMarked = mark != tables.marks.end();
+        tables.ofKind.bindNoCopy(1, kind);
+        tables.ofKind.bind(2, isMarked ? mark->second : 0);
+        tables.ofKind.bind(3, isMarked ? 0 : offset);
+        tables.ofKind.bind(4, limit);
+        std::vector<IndexedJob> jobs = ReadJobs(tables.ofKind);
+        if (isMarked) {
+            tables.marks.erase(mark);
         }
-        tables.marks[{kind, std::int64_t{offset} + limit}] = jobs.back().order;
-    }
-    return jobs;
+        if (!jobs.empty() && jobs.size() == static_cast<std::size_t>(limit)) {
+            MakeRoomIn(tables.marks);
+            tables.marks[{kind, std::int64_t{offset} + limit}] = jobs.back().order;
+        }
+        return jobs;
+    });
 }
 
 std::int64_t JobIndex::CountOfKind(const std::string& kind) {
-    const std::lock_guard lock(m_mutex);
-    SQLite::Statement& count = m_pTables->countOfKind;
-    count.bindNoCopy(1, kind);
-    const Running running(count);
-    return count.executeStep() ? count.getColumn(0).getInt64() : 0;
+    return With([&](Tables& tables) {
+        SQLite::Statement& count = tables.countOfKind;
+        count.bindNoCopy(1, kind);
+        const Running running(count);
+        return count.executeStep() ? count.getColumn(0).getInt64() : 0;
+    });
 }
 
 std::vector<std::string> JobIndex::ChildrenOf(const std::string& parent, std::int32_t limit) {
-    const std::lock_guard lock(m_mutex);
-    SQLite::Statement& children = m_pTables->children;
-    children.bindNoCopy(1, parent);
-    children.bind(2, limit);
-    const Running running(children);
-    std::vector<std::string> ids;
-    while (children.executeStep()) {
-        ids.push_back(children.getColumn(0).getString());
-    }
-    return ids;
+    return With([&](Tables& tables) {
+        SQLite::Statement& children = tables.children;
+        children.bindNoCopy(1, parent);
+        children.bind(2, limit);
+        const Running running(children);
+        std::vector<std::string> ids;
+        while (children.executeStep()) {
+            ids.push_back(children.getColumn(0).getString());
+        }
+        return ids;
+    });
 }
 
 }  // namespace Quillon::Farm

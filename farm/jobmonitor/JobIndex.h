@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -32,11 +33,19 @@ struct IndexPosition {
     std::string eventId;  ///< of the event there, by which another log is told from this one
 };
 
+/// The index was found damaged and is empty now. Whatever was asked of it was not done, and can be asked
+/// again.
+class JobIndexBegunAnew : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// The jobs in the order of their announcement, by creator, parent and kind, in a small SQLite file of its
 /// own. A page costs the same however many jobs there are. All of it can be made anew from the event log, so
 /// a file that is damaged, or of another layout, is begun anew, and a power cut may take the last entries.
 ///
-/// Any thread may call; one at a time is served. Faults of the file are thrown as `std::runtime_error`.
+/// Any thread may call; one at a time is served. Damage is thrown as `JobIndexBegunAnew`, other faults of the
+/// file as another `std::runtime_error`.
 class JobIndex {
 public:
     static constexpr std::int64_t kNewest = std::numeric_limits<std::int64_t>::max();
@@ -57,7 +66,9 @@ public:
     /// Back to the state without jobs.
     void Clear();
 
-    /// The newest jobs before `before`, the newest first, at most `limit` after leaving out `offset`.
+    /// The newest jobs before `before`, the newest first, at most `limit` after leaving out `offset`. An
+    /// offset from `kNewest` counts from the job that was the newest when the list was last begun, at offset
+    /// 0: jobs that come meanwhile do not shift the pages.
     std::vector<IndexedJob> Newest(const JobFilter& filter, std::int64_t before, std::int32_t offset,
                                    std::int32_t limit);
     /// The jobs of a kind, the oldest first, so that jobs that come meanwhile do not shift the pages. Going
@@ -70,8 +81,13 @@ public:
 private:
     struct Tables;
 
+    /// What `work` gives for the tables.
+    template <class Work>
+    auto With(const Work& work);
+
+    const std::string m_path;
     std::mutex m_mutex;
-    std::unique_ptr<Tables> m_pTables;  // guarded by m_mutex
+    std::unique_ptr<Tables> m_pTables;  // guarded by m_mutex; none where opening failed
 };
 
 }  // namespace Quillon::Farm

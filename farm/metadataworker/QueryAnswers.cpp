@@ -5,6 +5,7 @@
 #include <boost/uuid/uuid.hpp>
 #include <boost/uuid/uuid_io.hpp>
 #include <cstddef>
+#include <stdexcept>
 #include <string>
 
 #include "JobKinds.h"
@@ -32,9 +33,12 @@ std::string MobOf(const std::string& name) {
 
 std::vector<std::string> InputMobs(const Parameters& request) {
     std::vector<std::string> mobs;
-    std::string mob;
-    for (std::size_t n = 0; request.GetArrayNthValue(Keys::InputMobIDsCapital, n, mob); ++n) {
-        mobs.push_back(mob);
+    const std::size_t count = request.GetArrayNumValues(Keys::InputMobIDsCapital);
+    for (std::size_t n = 0; n < count; ++n) {
+        if (!request.GetArrayNthValue(Keys::InputMobIDsCapital, n, mobs.emplace_back())) {
+            throw std::runtime_error("\"" + std::string(Keys::InputMobIDsCapital) +
+                                     "\" holds values that are no texts.");
+        }
     }
     return mobs;
 }

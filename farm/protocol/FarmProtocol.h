@@ -21,7 +21,8 @@
 /// `progress` in percent.
 ///
 /// Before the job monitor removes a job's record it sends the request `forgetJob` with `id` to the
-/// coordinator, which from its answer on writes nothing about that job any more.
+/// coordinator, which for a minute from its answer on writes nothing about that job. If its record is still
+/// there then, the removal has failed and the job goes on.
 namespace Quillon::Farm {
 
 namespace Operations {
@@ -36,6 +37,7 @@ inline constexpr std::string_view JobId = "jobId";
 inline constexpr std::string_view WorkerId = "workerId";
 inline constexpr std::string_view TaskKind = "taskKind";
 inline constexpr std::string_view FailureReason = "failureReason";
+inline constexpr std::string_view Unreadable = "unreadable";
 }  // namespace Keys
 
 /// The version of every service of the farm that is addressed in the scheduler's realm.

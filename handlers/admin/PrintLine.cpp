@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iostream>
 
+#include "PlatformLog.h"
+
 namespace Weftline::Services::Scheduler {
 
 void PrintLine(std::string text) {
@@ -11,22 +13,11 @@ void PrintLine(std::string text) {
 }
 
 std::string Printable(std::string_view text, std::size_t most) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    const auto byteAt = [text](std::size_t n) { return static_cast<unsigned char>(text[n]); };
     std::size_t end = std::min(text.size(), most);
-    while (end > 0 && end < text.size() && (byteAt(end) & 0xC0U) == 0x80U) {
+    while (end > 0 && end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) {
         --end;  // not within a character of UTF-8
     }
-    std::string line;
-    line.reserve(end);
-    for (std::size_t n = 0; n < end; ++n) {
-        const unsigned char byte = byteAt(n);
-        if (byte < 0x20 || byte == 0x7f) {
-            line.append("\\x").append(1, kHex[byte >> 4U]).append(1, kHex[byte & 0xFU]);
-        } else {
-            line.push_back(text[n]);
-        }
-    }
+    const std::string line = PlatformAbstraction::Log::OneLine(text.substr(0, end));
     return end < text.size() ? line + "..." : line;
 }
 

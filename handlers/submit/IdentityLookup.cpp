@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string_view>
 
+#include "PlatformLog.h"
 #include "Vocabulary.h"
 
 namespace Weftline::Services {
@@ -19,10 +20,11 @@ namespace {
 constexpr std::int32_t kIdentityServiceVersion = 3;
 constexpr std::int64_t kPatienceMicroseconds = 1'000'000;
 
-/// One write for the whole line, so that lines of different threads do not mix.
+/// One write for the whole line, so that lines of different threads do not mix; and it is one line whatever
+/// the other service answered.
 std::nullopt_t Report(std::string_view failure) {
     std::string line = "FetchDisplayNameFromIdentity: Failed to get display name: ";
-    line.append(failure).push_back('\n');
+    line.append(PlatformAbstraction::Log::OneLine(failure)).push_back('\n');
     std::cerr << line << std::flush;
     return std::nullopt;
 }

@@ -8,6 +8,7 @@
 
 #include "BusMessaging.h"
 #include "EventStore.h"
+#include "Failpoint.h"
 #include "IdentityLookup.h"
 #include "Job.h"
 #include "JobCreatedEvent.h"
@@ -96,6 +97,7 @@ void StoreAndAnnounce(const Job& job, const std::string& clientKey, const std::s
     if (!objectStore.UpsertOne(job.ToRecord())) {
         throw std::domain_error(name + " - upsert record into Object Store failed");
     }
+    QUILLON_FAILPOINT("between-record-and-event");
     // A job whose announcement was not taken stays submitted: its client has a job to ask for.
     eventStore.Produce(DataModel::MakeJobCreatedEvent(clientKey, job.GetJobQueue()), true);
 }

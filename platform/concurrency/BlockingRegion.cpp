@@ -13,15 +13,15 @@ thread_local ThreadState t_state;
 
 }  // namespace
 
-BlockingRegion::BlockingRegion() noexcept {
+BlockingRegion::BlockingRegion(Wait wait) noexcept : m_wait(wait) {
     if (t_state.depth++ == 0 && t_state.observer != nullptr) {
-        t_state.observer->EnterBlocking();
+        t_state.observer->EnterBlocking(m_wait);
     }
 }
 
 BlockingRegion::~BlockingRegion() {
     if (--t_state.depth == 0 && t_state.observer != nullptr) {
-        t_state.observer->LeaveBlocking();
+        t_state.observer->LeaveBlocking(m_wait);
     }
 }
 

@@ -21,24 +21,14 @@ spdlog::logger& Logger() {
     return *logger;
 }
 
-bool IsControl(unsigned char character) {
-    return character < 0x20 || character == 0x7f;
-}
-
-// Shows control characters as \xNN, so that one text is one line whatever it holds.
-std::string OneLine(std::string_view text) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    std::string line;
-    line.reserve(text.size());
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (IsControl(byte)) {
-            line.append("\\x").append(1, kHex[byte >> 4U]).append(1, kHex[byte & 0xFU]);
-        } else {
-            line.push_back(character);
-        }
+// The bytes of the control character at the beginning, or 0. Terminals follow U+0080 to U+009F, which are two
+// bytes, as they follow the escape character.
+std::size_t ControlLength(std::string_view text) {
+    const auto byteAt = [text](std::size_t n) { return static_cast<unsigned char>(text[n]); };
+    if (byteAt(0) < 0x20 || byteAt(0) == 0x7f) {
+        return 1;
     }
-    return line;
+    return text.size() > 1 && byteAt(0) == 0xc2 && byteAt(1) >= 0x80 && byteAt(1) < 0xa0 ? 2 : 0;
 }
 
 void Say(spdlog::level::level_enum level, std::string_view text) {
@@ -48,6 +38,24 @@ void Say(spdlog::level::level_enum level, std::string_view text) {
 }
 
 }  // namespace
+
+std::string OneLine(std::string_view text) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    std::string line;
+    line.reserve(text.size());
+    while (!text.empty()) {
+        const std::size_t control = ControlLength(text);
+        for (const char character : text.substr(0, control)) {
+            const auto byte = static_cast<unsigned char>(character);
+            line.append("\\x").append(1, kHex[byte >> 4U]).append(1, kHex[byte & 0xFU]);
+        }
+        if (control == 0) {
+            line.push_back(text.front());
+        }
+        text.remove_prefix(control == 0 ? 1 : control);
+    }
+    return line;
+}
 
 void SetLevel(std::string_view level) {
     const auto known = spdlog::level::from_str(std::string(level));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace PlatformAbstraction::Log {
@@ -16,5 +17,8 @@ void Debug(std::string_view text);
 void Info(std::string_view text);
 void Warning(std::string_view text);
 void Error(std::string_view text);
+
+/// The text with its control characters as \xNN: what such a line shows. For texts that go elsewhere.
+std::string OneLine(std::string_view text);
 
 }  // namespace PlatformAbstraction::Log

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/write.hpp>
 #include <cstring>
 #include <exception>
 #include <utility>
 
+#include "Failpoint.h"
 #include "IoLoop.h"
 #include "PlatformLog.h"
 
@@ -41,15 +41,9 @@ HttpReply ReplyOfAnswer(MessageAnswer answer, std::string_view pathMethods) {
 }  // namespace
 
 Connection::Connection(asio::ip::tcp::socket socket, ConnectionCount::Slot slot, IoLoop& loop)
-    : m_loop(loop), m_slot(std::move(slot)), m_socket(std::move(socket)) {}
+    : m_loop(loop), m_slot(std::move(slot)), m_stream(std::move(socket), loop.GetCore().GetTls()) {}
 
 Connection::~Connection() = default;
-
-void Connection::Start() {
-    error_code ignored;
-    m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-    NextRequest();
-}
 
 void Connection::EnterPhase(Phase phase) {
     const RestGatewaySettings& settings = m_loop.GetCore().settings;
@@ -60,6 +54,7 @@ void Connection::EnterPhase(Phase phase) {
         case Phase::Writing:
             m_deadline = now + settings.idleTimeout;
             break;
+        case Phase::Handshaking:
         case Phase::Reading:
             m_deadline = now + settings.requestTimeout;
             break;
@@ -77,6 +72,8 @@ void Connection::OnLate() {
     Guarded([this] {
         if (m_phase == Phase::Reading) {
             StopReading(GatewayFailure::RequestTimeout);
+        } else if (m_phase == Phase::Idle) {
+            Leave();
         } else {
             Close();
         }
@@ -87,6 +84,8 @@ void Connection::BeginStop() {
     Guarded([this] {
         m_closeAfterAnswer = true;
         if (m_phase == Phase::Idle) {
+            Leave();
+        } else if (m_phase == Phase::Handshaking) {
             Close();
         } else if (m_phase == Phase::Reading) {
             StopReading(GatewayFailure::Stopping);
@@ -95,8 +94,7 @@ void Connection::BeginStop() {
 }
 
 void Connection::StopReading(GatewayFailure failure) {
-    error_code ignored;
-    m_socket.cancel(ignored);
+    m_stream.Cancel();
     Refuse(ReplyOf(failure));
 }
 
@@ -121,12 +119,21 @@ auto Connection::InSamePhase(Action action) {
         }
         self->Guarded([&] {
             if (error) {
-                self->Close();
+                self->OnError(error);
             } else {
                 action(bytes);
             }
         });
     };
+}
+
+void Connection::OnError(const error_code& error) {
+    const bool owesNothing = m_phase == Phase::Idle || m_phase == Phase::Reading;
+    if (error == asio::error::eof && owesNothing) {
+        Leave();
+    } else {
+        Close();
+    }
 }
 
 void Connection::OnFailure() {
@@ -139,6 +146,15 @@ void Connection::OnFailure() {
         }
     }
     Close();
+}
+
+void Connection::Start() {
+    if (!m_stream.IsSecure()) {
+        NextRequest();
+        return;
+    }
+    EnterPhase(Phase::Handshaking);
+    m_stream.AsyncHandshake(InSamePhase([this](std::size_t) { NextRequest(); }));
 }
 
 void Connection::NextRequest() {
@@ -167,8 +183,8 @@ void Connection::ReadMore() {
         m_end -= m_begin;
         m_begin = 0;
     }
-    m_socket.async_read_some(asio::buffer(m_buffer.data() + m_end, m_buffer.size() - m_end),
-                             InSamePhase([this](std::size_t bytes) { OnMore(bytes); }));
+    m_stream.AsyncReadSome(asio::buffer(m_buffer.data() + m_end, m_buffer.size() - m_end),
+                           InSamePhase([this](std::size_t bytes) { OnMore(bytes); }));
 }
 
 void Connection::OnMore(std::size_t bytes) {
@@ -217,7 +233,7 @@ void Connection::TakeHead(std::string_view text) {
         Refuse(ReplyOf(GatewayFailure::Stopping));
         return;
     }
-    auto verdict = core.gate->Judge(*head);
+    auto verdict = core.gate->Judge(*head, m_loop.GetCallers());
     if (auto* const admitted = std::get_if<AdmittedRequest>(&verdict)) {
         Admit(*head, std::move(*admitted));
         return;
@@ -240,7 +256,7 @@ void Connection::Admit(const RequestHead& head, AdmittedRequest admitted) {
 }
 
 void Connection::SendContinue() {
-    asio::async_write(m_socket, asio::buffer(kContinue), InSamePhase([this](std::size_t) { ReadBody(); }));
+    m_stream.AsyncWrite(asio::buffer(kContinue), InSamePhase([this](std::size_t) { ReadBody(); }));
 }
 
 void Connection::ReadBody() {
@@ -282,11 +298,11 @@ void Connection::ReadPlainBody() {
     }
     const std::size_t size = m_body.size();
     m_body.resize(size + std::min(missing - there.size(), kBodyStep));
-    m_socket.async_read_some(asio::buffer(m_body.data() + size, m_body.size() - size),
-                             InSamePhase([this, size](std::size_t bytes) {
-                                 m_body.resize(size + bytes);
-                                 ReadPlainBody();
-                             }));
+    m_stream.AsyncReadSome(asio::buffer(m_body.data() + size, m_body.size() - size),
+                           InSamePhase([this, size](std::size_t bytes) {
+                               m_body.resize(size + bytes);
+                               ReadPlainBody();
+                           }));
 }
 
 void Connection::Deliver() {
@@ -329,6 +345,7 @@ void Connection::Deliver() {
 
 void Connection::OnAnswer(std::uint64_t request, HttpReply reply) {
     if (m_phase == Phase::Handling && request == m_requestNumber) {
+        QUILLON_FAILPOINT("before-answer");
         Send(std::move(reply));
     }
 }
@@ -351,27 +368,35 @@ void Connection::Send(HttpReply reply) {
                    m_replyHead);
     const std::size_t bodySize = m_isHead ? 0 : m_reply.body.size();
     const std::array buffers{asio::buffer(m_replyHead), asio::buffer(m_reply.body.data(), bodySize)};
-    asio::async_write(m_socket, buffers, InSamePhase([this](std::size_t) { OnSent(); }));
+    m_stream.AsyncWrite(buffers, InSamePhase([this](std::size_t) { OnSent(); }));
 }
 
 void Connection::OnSent() {
     m_reply = HttpReply();
-    if (!m_closeAfterAnswer) {
+    if (m_closeAfterAnswer) {
+        EndOutput();
+    } else {
         NextRequest();
-        return;
     }
-    error_code error;
-    m_socket.shutdown(asio::ip::tcp::socket::shutdown_send, error);
-    if (error) {
+}
+
+// The end of a connection that has nothing to answer. Only TLS has a word for it.
+void Connection::Leave() {
+    if (m_stream.IsSecure()) {
+        m_stream.Cancel();
+        EndOutput();
+    } else {
         Close();
-        return;
     }
+}
+
+void Connection::EndOutput() {
     EnterPhase(Phase::Lingering);
-    Linger();
+    m_stream.AsyncEndOutput(InSamePhase([this](std::size_t) { Linger(); }));
 }
 
 void Connection::Linger() {
-    m_socket.async_read_some(asio::buffer(m_buffer), InSamePhase([this](std::size_t) { Linger(); }));
+    m_stream.AsyncReadAway(asio::buffer(m_buffer), InSamePhase([this](std::size_t) { Linger(); }));
 }
 
 void Connection::Close() {
@@ -379,8 +404,7 @@ void Connection::Close() {
         return;
     }
     EnterPhase(Phase::Closed);
-    error_code ignored;
-    m_socket.close(ignored);
+    m_stream.Close();
     m_slot.reset();
     m_loop.Remove(shared_from_this());
 }

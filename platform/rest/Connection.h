@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "ChunkedBody.h"
+#include "ClientStream.h"
 #include "ConnectionCount.h"
 #include "HttpReply.h"
 #include "RequestGate.h"
@@ -41,11 +42,12 @@ public:
 
 private:
     enum class Phase {
-        Idle,       ///< waits for the first byte of a request
-        Reading,    ///< a request arrives
-        Handling,   ///< the service has it
-        Writing,    ///< the answer goes out
-        Lingering,  ///< the last answer is out; what still comes is read away, lest it be lost by a reset
+        Handshaking,  ///< TLS begins
+        Idle,         ///< waits for the first byte of a request
+        Reading,      ///< a request arrives
+        Handling,     ///< the service has it
+        Writing,      ///< the answer goes out
+        Lingering,    ///< the last answer is out; what still comes is read away, lest it be lost by a reset
         Closed,
     };
 
@@ -62,6 +64,7 @@ private:
     void Guarded(Action&& action);
     template <typename Action>
     auto InSamePhase(Action action);
+    void OnError(const boost::system::error_code& error);
     void OnFailure();
 
     void NextRequest();
@@ -81,6 +84,8 @@ private:
     void Refuse(HttpReply reply);
     void Send(HttpReply reply);
     void OnSent();
+    void Leave();
+    void EndOutput();
     void Linger();
     void Close();
 
@@ -88,7 +93,7 @@ private:
     IoLoop& m_loop;
 
     std::optional<ConnectionCount::Slot> m_slot;  // until it is closed
-    boost::asio::ip::tcp::socket m_socket;
+    ClientStream m_stream;
     Phase m_phase = Phase::Idle;
     std::chrono::steady_clock::time_point m_deadline;
 

@@ -3,6 +3,7 @@
 // Private to the gateway.
 
 #include <atomic>
+#include <boost/asio/ssl/context.hpp>
 #include <optional>
 
 #include "ConnectionCount.h"
@@ -18,9 +19,13 @@ struct GatewayCore {
     GatewayCore(RestGatewaySettings theSettings, Messaging::MessageSink& theSink)
         : settings(std::move(theSettings)), sink(theSink) {}
 
+    /// Null where connections are plain.
+    boost::asio::ssl::context* GetTls() { return tls ? &*tls : nullptr; }
+
     const RestGatewaySettings settings;
     Messaging::MessageSink& sink;
     std::optional<RequestGate> gate;  ///< made when the port is known, before the first connection
+    std::optional<boost::asio::ssl::context> tls;  ///< likewise, unless connections are plain
     ConnectionCount connections;
     std::atomic<bool> isStopping{false};
 };

@@ -29,7 +29,8 @@ IoLoop::IoLoop(std::shared_ptr<GatewayCore> core)
     : m_pCore(std::move(core)),
       m_tickPeriod(TickPeriod(m_pCore->settings)),
       m_work(asio::make_work_guard(m_context)),
-      m_tick(m_context) {}
+      m_tick(m_context),
+      m_pCallers(std::make_shared<const CallerDirectory>(m_pCore->settings.callers)) {}
 
 IoLoop::~IoLoop() {
     Stop();

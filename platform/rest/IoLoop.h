@@ -37,6 +37,9 @@ public:
     // On the loop's own thread.
     void Adopt(boost::asio::ip::tcp::socket socket, ConnectionCount::Slot slot);
     void Remove(const std::shared_ptr<Connection>& connection);
+    /// Each loop has a share of its own, so that a request looks its caller up without a lock.
+    void SetCallers(std::shared_ptr<const CallerDirectory> callers) { m_pCallers = std::move(callers); }
+    const CallerDirectory& GetCallers() const { return *m_pCallers; }
 
     boost::asio::io_context& GetContext() { return m_context; }
     GatewayCore& GetCore() { return *m_pCore; }
@@ -57,6 +60,7 @@ private:
     // For the loop's own thread.
     boost::asio::steady_timer m_tick;
     bool m_isTicking = false;
+    std::shared_ptr<const CallerDirectory> m_pCallers;
     std::unordered_set<std::shared_ptr<Connection>> m_connections;
 };
 

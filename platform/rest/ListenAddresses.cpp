@@ -49,11 +49,21 @@ bool IsLoopback(const asio::ip::address& address) {
 }
 
 void RefuseOpenHost(const RestGatewaySettings& settings, const std::vector<asio::ip::address>& addresses) {
-    if (settings.callers.empty() && !std::all_of(addresses.begin(), addresses.end(), IsLoopback)) {
-        throw CannotListenError("The host \"" + settings.host +
-                                "\" can be reached from other machines, and without \"callers\" in the file "
-                                "of bus settings anybody "
-                                "there could send messages. Use --host=localhost, or name the callers.");
+    if (std::all_of(addresses.begin(), addresses.end(), IsLoopback)) {
+        return;
+    }
+    const std::string open = "The host \"" + settings.host + "\" can be reached from other machines, and ";
+    if (settings.callers.empty()) {
+        throw CannotListenError(open +
+                                "without \"callers\" in the file of bus settings anybody there could send "
+                                "messages. Use --host=localhost, or name the callers.");
+    }
+    if (!settings.tls.IsUsed() && !settings.behindProxy) {
+        throw CannotListenError(open +
+                                "without TLS the callers' tokens could be read on the way. Name "
+                                "\"rest.tls.certificateFile\" and \"rest.tls.privateKeyFile\" in the file of "
+                                "bus settings. Where a proxy in front speaks TLS with the clients and nobody "
+                                "else reaches this address, say so there with \"rest.behindProxy\": true.");
     }
 }
 

@@ -35,6 +35,12 @@ std::vector<std::string> OurHosts(const std::string& configured) {
     return hosts;
 }
 
+// A page embeds images and links without an `Origin`; browsers say in this way that it is a foreign one.
+bool IsOfAnotherSite(const RequestHead& head) {
+    return head.fetchSite && (EqualsIgnoringCase(*head.fetchSite, "cross-site") ||
+                              EqualsIgnoringCase(*head.fetchSite, "same-site"));
+}
+
 bool IsPlainEncoding(const std::optional<std::string_view>& contentEncoding) {
     return !contentEncoding || EqualsIgnoringCase(*contentEncoding, "identity");
 }
@@ -60,7 +66,6 @@ RequestGate::RequestGate(const RestGatewaySettings& settings, std::uint16_t port
       m_allowedOrigins(settings.allowedOrigins),
       m_port(port),
       m_ourHosts(OurHosts(settings.host)),
-      m_callers(settings.callers),
       m_routes(registrations) {}
 
 // A page of a foreign site can make its own name point here and so pass for one of ours; its `Host` tells.
@@ -95,20 +100,21 @@ std::optional<GatewayFailure> RequestGate::FindFault(const RequestHead& head) co
     if (!IsOurHost(head.host) || (!head.authority.empty() && !IsOurHost(head.authority))) {
         return GatewayFailure::ForeignHost;
     }
-    if (head.origin && FindOrigin(head) == nullptr) {
+    if (head.origin ? FindOrigin(head) == nullptr : IsOfAnotherSite(head)) {
         return GatewayFailure::ForeignOrigin;
     }
     return std::nullopt;
 }
 
-std::variant<AdmittedRequest, HttpReply> RequestGate::Judge(const RequestHead& head) const {
+std::variant<AdmittedRequest, HttpReply> RequestGate::Judge(const RequestHead& head,
+                                                            const CallerDirectory& callers) const {
     if (const auto fault = FindFault(head)) {
         return ReplyOf(*fault);
     }
     if (head.method == kOptions && head.origin && head.requestedMethod) {
         return NoContentReply(kPreflightFields);
     }
-    auto context = m_callers.FindContext(head.authorization);
+    auto context = callers.FindContext(head.authorization);
     if (!context) {
         return ReplyOf(GatewayFailure::Unauthorized);
     }

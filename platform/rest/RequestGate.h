@@ -33,8 +33,9 @@ public:
     RequestGate(const RestGatewaySettings& settings, std::uint16_t port,
                 const std::vector<RegistrationParams>& registrations);
 
-    /// Lets a request in, or answers it, before any of its body is read.
-    std::variant<AdmittedRequest, HttpReply> Judge(const RequestHead& head) const;
+    /// Lets a request of one of the callers in, or answers it, before any of its body is read.
+    std::variant<AdmittedRequest, HttpReply> Judge(const RequestHead& head,
+                                                   const CallerDirectory& callers) const;
 
     /// The header lines that the answer to this request carries for the web page that asked, if one did.
     std::string CorsFields(const RequestHead& head) const;
@@ -54,7 +55,6 @@ private:
     const std::uint16_t m_port;
     std::vector<std::string>
         m_ourHosts;  // none: the gateway listens on all addresses, so any name may be its own
-    const CallerDirectory m_callers;
     const RouteTable m_routes;
 };
 

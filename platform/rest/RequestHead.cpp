@@ -25,6 +25,7 @@ struct Fields {
     Field contentType;
     Field contentEncoding;
     Field origin;
+    Field fetchSite;
     Field authorization;
     Field requestedMethod;
     bool saysClose = false;
@@ -44,6 +45,7 @@ constexpr std::array kKnownFields{
     KnownField{"Content-Type", &Fields::contentType},
     KnownField{"Content-Encoding", &Fields::contentEncoding},
     KnownField{"Origin", &Fields::origin},
+    KnownField{"Sec-Fetch-Site", &Fields::fetchSite},
     KnownField{"Authorization", &Fields::authorization},
     KnownField{"Access-Control-Request-Method", &Fields::requestedMethod},
 };
@@ -68,8 +70,18 @@ bool IsValueCharacter(char character) {
     return byte == '\t' || (byte >= ' ' && byte != 0x7f);
 }
 
+// Cuts the scheme off a target in absolute form.
+bool CutScheme(std::string_view& target) {
+    for (const std::string_view scheme : {"http://", "https://"}) {
+        if (target.size() > scheme.size() && EqualsIgnoringCase(target.substr(0, scheme.size()), scheme)) {
+            target.remove_prefix(scheme.size());
+            return true;
+        }
+    }
+    return false;
+}
+
 bool ReadTarget(std::string_view target, RequestHead& head) {
-    static constexpr std::string_view kScheme = "http://";
     if (target.empty() || !std::all_of(target.begin(), target.end(), IsTargetCharacter)) {
         return false;
     }
@@ -77,8 +89,7 @@ bool ReadTarget(std::string_view target, RequestHead& head) {
         head.path = target;
         return head.method == "OPTIONS";
     }
-    if (target.size() > kScheme.size() && EqualsIgnoringCase(target.substr(0, kScheme.size()), kScheme)) {
-        target.remove_prefix(kScheme.size());
+    if (CutScheme(target)) {
         const std::size_t end = std::min(target.find_first_of("/?"), target.size());
         head.authority = target.substr(0, end);
         target.remove_prefix(end);
@@ -228,6 +239,7 @@ std::optional<RequestHead> CheckRequestHead(std::string_view head) {
     result.contentType = fields.contentType;
     result.contentEncoding = fields.contentEncoding;
     result.origin = fields.origin;
+    result.fetchSite = fields.fetchSite;
     result.authorization = fields.authorization;
     result.requestedMethod = fields.requestedMethod;
     result.keepAlive = !fields.saysClose && (!result.isHttp10 || fields.saysKeepAlive);

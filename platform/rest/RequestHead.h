@@ -17,6 +17,7 @@ struct RequestHead {
     std::optional<std::string_view> contentType;
     std::optional<std::string_view> contentEncoding;
     std::optional<std::string_view> origin;
+    std::optional<std::string_view> fetchSite;  ///< how a browser calls the page that asks
     std::optional<std::string_view> authorization;
     std::optional<std::string_view> requestedMethod;  ///< what a CORS preflight asks for
     std::uint64_t contentLength = 0;

@@ -4,12 +4,14 @@
 #include <boost/asio/post.hpp>
 #include <future>
 #include <optional>
+#include <stdexcept>
 #include <utility>
 
 #include "GatewayCore.h"
 #include "IoLoop.h"
 #include "ListenAddresses.h"
 #include "Listener.h"
+#include "TlsContext.h"
 
 namespace PlatformAbstraction::Rest {
 
@@ -30,12 +32,13 @@ public:
     ~Impl();
 
     std::uint16_t Start();
+    void SetCallers(const std::vector<Caller>& callers);
     void StopAccepting();
     void Stop(std::chrono::milliseconds patience);
 
 private:
     template <typename Action>
-    void RunOnFirstLoop(Action action);
+    static void RunOn(IoLoop& loop, Action action);
 
     const std::vector<RegistrationParams> m_registrations;
     const std::function<void()> m_onBroken;
@@ -43,6 +46,7 @@ private:
     std::vector<std::shared_ptr<IoLoop>> m_loops;
     std::optional<Listener> m_listener;
     bool m_isRunning = false;
+    bool m_isOpen = false;  // no tokens are asked for
 };
 
 RestGateway::Impl::~Impl() {
@@ -54,6 +58,9 @@ RestGateway::Impl::~Impl() {
 
 std::uint16_t RestGateway::Impl::Start() {
     IoLoop& first = *m_loops.front();
+    if (m_pCore->settings.tls.IsUsed()) {
+        m_pCore->tls.emplace(MakeTlsContext(m_pCore->settings.tls));
+    }
     auto acceptors = OpenListeners(first.GetContext(), m_pCore->settings);
     const std::uint16_t port = acceptors.front().local_endpoint().port();
     m_pCore->gate.emplace(m_pCore->settings, port, m_registrations);
@@ -68,25 +75,43 @@ std::uint16_t RestGateway::Impl::Start() {
         loop->Start();
     }
     m_isRunning = true;
+    m_isOpen = m_pCore->settings.callers.empty();
     return port;
 }
 
 template <typename Action>
-void RestGateway::Impl::RunOnFirstLoop(Action action) {
+void RestGateway::Impl::RunOn(IoLoop& loop, Action action) {
     const auto done = std::make_shared<std::promise<void>>();
-    boost::asio::post(m_loops.front()->GetContext(), [done, &action] {
+    boost::asio::post(loop.GetContext(), [done, &action] {
         action();
         done->set_value();
     });
     done->get_future().wait();
 }
 
+void RestGateway::Impl::SetCallers(const std::vector<Caller>& callers) {
+    if (callers.empty() && !m_isOpen) {
+        throw std::invalid_argument(
+            "Without \"callers\" anybody could send messages. To let nobody in, name one whose token is not "
+            "given away; to let everybody in, start the service anew.");
+    }
+    if (!m_isRunning || m_pCore->isStopping) {
+        return;
+    }
+    const auto directory = std::make_shared<const CallerDirectory>(callers);
+    for (const auto& loop : m_loops) {
+        RunOn(*loop, [&loop, &directory] { loop->SetCallers(directory); });
+    }
+    m_isOpen = callers.empty();
+}
+
 void RestGateway::Impl::StopAccepting() {
     if (!m_isRunning || m_pCore->isStopping.exchange(true)) {
         return;
     }
-    RunOnFirstLoop([this] { m_listener->Close(); });
-    RunOnFirstLoop([] {});  // behind the accepts that were under way, which hold sockets of other loops
+    RunOn(*m_loops.front(), [this] { m_listener->Close(); });
+    // Behind the accepts that were under way, which hold sockets of other loops.
+    RunOn(*m_loops.front(), [] {});
     for (const auto& loop : m_loops) {
         loop->BeginStop();
     }
@@ -113,6 +138,10 @@ RestGateway::~RestGateway() = default;
 
 std::uint16_t RestGateway::Start() {
     return m_pImpl->Start();
+}
+
+void RestGateway::SetCallers(const std::vector<Caller>& callers) {
+    m_pImpl->SetCallers(callers);
 }
 
 void RestGateway::StopAccepting() {

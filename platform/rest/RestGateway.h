@@ -13,7 +13,7 @@
 
 namespace PlatformAbstraction::Rest {
 
-/// The address cannot be listened on, or must not be. The text tells a person what to do.
+/// The gateway cannot listen as it is told to, or must not. The text tells a person what to do.
 class CannotListenError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -38,6 +38,11 @@ public:
     /// Listens, and gives the port. Requests may arrive before this returns. Throws `CannotListenError`.
     /// Once.
     std::uint16_t Start();
+
+    /// From the next request on, also of connections that are open, the callers are these. Throws
+    /// `std::invalid_argument`, and changes nothing, where there are none but were some: a gateway that asks
+    /// for tokens is not opened to everybody while it runs. Between `Start` and `StopAccepting`.
+    void SetCallers(const std::vector<Caller>& callers);
 
     /// Frees the port, closes the connections without a request, and answers requests with 503 from now on.
     /// Those that the service has already still get their answers.

@@ -130,15 +130,7 @@ bool IsOrigin(const std::string& text) {
            Rest::ReadHostAndPort(std::string_view(text).substr(scheme.size() + 3)).has_value();
 }
 
-// Serving without the protection that was asked for would be worse than not serving.
-void RefuseTls(const SettingValue& value, BusSettings&) {
-    if (!value.Text().empty()) {
-        throw BusSettingsError("The bus setting \"" + value.GetFullName() +
-                               "\" asks for TLS, which this build does not have yet.");
-    }
-}
-
-constexpr std::array<Setting<BusSettings>, 13> kTable{{
+constexpr std::array<Setting<BusSettings>, 14> kTable{{
     {"threads",
      [](const SettingValue& value, BusSettings& settings) {
          settings.bus.threads = static_cast<std::size_t>(value.Whole(1, kMostThreads));
@@ -171,8 +163,16 @@ constexpr std::array<Setting<BusSettings>, 13> kTable{{
              value.Refuse("an array of origins such as \"https://example.org\"");
          }
      }},
-    {"rest.tls.certificateFile", RefuseTls},
-    {"rest.tls.privateKeyFile", RefuseTls},
+    {"rest.tls.certificateFile",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.tls.certificateFile = value.Text();
+     }},
+    {"rest.tls.privateKeyFile",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.tls.privateKeyFile = value.Text();
+     }},
+    {"rest.behindProxy",
+     [](const SettingValue& value, BusSettings& settings) { settings.rest.behindProxy = value.Flag(); }},
     {"callers", ReadCallers},
     {"farm.enabled",
      [](const SettingValue& value, BusSettings& settings) { settings.farm.enabled = value.Flag(); }},
@@ -216,6 +216,12 @@ BusSettings ParseBusSettings(std::string_view json) {
     }
     BusSettings settings;
     ReadTree<BusSettings>(kTable, tree, "", "", settings);
+    // Serving without the protection that was asked for would be worse than not serving.
+    if (settings.rest.tls.certificateFile.empty() != settings.rest.tls.privateKeyFile.empty()) {
+        throw BusSettingsError(
+            "The bus settings \"rest.tls.certificateFile\" and \"rest.tls.privateKeyFile\" go together: name "
+            "both files, or neither.");
+    }
     return settings;
 }
 

@@ -49,9 +49,10 @@ std::string ReadHost(const Messaging::ServiceInfoApi& service) {
     return host;
 }
 
-std::string UrlOf(const std::string& host, std::uint16_t port) {
-    const bool isIpv6 = host.find(':') != std::string::npos;
-    return "http://" + (isIpv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+std::string UrlOf(const Rest::RestGatewaySettings& settings, std::uint16_t port) {
+    const bool isIpv6 = settings.host.find(':') != std::string::npos;
+    return (settings.tls.IsUsed() ? "https://" : "http://") +
+           (isIpv6 ? "[" + settings.host + "]" : settings.host) + ":" + std::to_string(port);
 }
 
 class StandaloneTransport final : public Messaging::BusTransport {
@@ -70,6 +71,7 @@ public:
 private:
     /// All that exists from the start to the end; the later the member, the earlier it goes.
     struct Running {
+        std::string configuration;
         std::shared_ptr<AttachedFarm> farm;
         std::shared_ptr<Messaging::InProcessBus> bus;
         std::shared_ptr<Messaging::AttachedService> service;
@@ -77,6 +79,7 @@ private:
     };
 
     void Run(const std::shared_ptr<Messaging::ServiceInfo>& service, const std::string& configuration);
+    void ReloadCallers();
     void EndRunning(steady_clock::time_point deadline);
 
     // For the main thread alone.
@@ -122,6 +125,7 @@ void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& ser
     settings.rest.port = ReadPort();
 
     Running& running = m_running.emplace();
+    running.configuration = configuration;
     running.bus = Messaging::InProcessBus::Create(settings.bus);
     running.service = running.bus->Attach(service);
     {
@@ -134,7 +138,25 @@ void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& ser
     running.gateway.emplace(settings.rest, service->GetRegistrations(), *running.service,
                             [this] { m_signals.ReportBrokenListener(); });
     const std::uint16_t port = running.gateway->Start();
-    Log::Info("Listening on " + UrlOf(settings.rest.host, port));
+    Log::Info("Listening on " + UrlOf(settings.rest, port));
+}
+
+// The gateway goes first: it is what keeps somebody out.
+void StandaloneTransport::ReloadCallers() {
+    if (m_running->configuration.empty()) {
+        Log::Info("SIGHUP: there is no file of bus settings to read anew.");
+        return;
+    }
+    try {
+        const auto callers = ReadBusSettings(m_running->configuration).rest.callers;
+        m_running->gateway->SetCallers(callers);
+        if (m_running->farm) {
+            m_running->farm->SetCallers(callers);
+        }
+        Log::Info("SIGHUP: the callers were read anew; there are " + std::to_string(callers.size()) + ".");
+    } catch (const std::exception& refused) {
+        Log::Error(std::string("SIGHUP: the callers stay as they were. ") + refused.what());
+    }
 }
 
 // First no more comes in, then what is in gets its answers, then these are written.
@@ -163,7 +185,7 @@ bool StandaloneTransport::WaitUntilStopped() {
     if (!m_running) {
         return false;
     }
-    const StopReason reason = m_signals.Wait();
+    const StopReason reason = m_signals.Wait([this] { ReloadCallers(); });
     Log::Info(reason == StopReason::Signal ? "Stopping: a signal asks for it."
                                            : "Stopping: no more connections can be accepted.");
     EndRunning(steady_clock::now() + kStopPatience);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "BusSettings.h"
 #include "BusTransport.h"
@@ -16,6 +17,9 @@ public:
     AttachedFarm(const AttachedFarm&) = delete;
     AttachedFarm& operator=(const AttachedFarm&) = delete;
     virtual ~AttachedFarm() = default;
+
+    /// The callers of the gateway are others from now on. On the main thread, while messages come.
+    virtual void SetCallers(const std::vector<Rest::Caller>& /*callers*/) {}
 
     /// Ends what the farm does of its own accord, and what would keep its handlers long at work. Called once
     /// nothing more comes from outside and before the bus stops: its services still answer.
@@ -34,7 +38,9 @@ namespace PlatformAbstraction::Messaging {
 /// The bus of a deployment in one process: the bus itself, the service on it, and an HTTP gateway in front of
 /// the service, at the service's host and the process setting `port`. As soon as it is made SIGINT and
 /// SIGTERM no longer end the process: they end the bus once somebody waits in `WaitUntilStopped`, and a
-/// second signal then ends the process at once.
+/// second signal then ends the process at once. On SIGHUP the wait goes on with the callers that the file of
+/// bus settings names now; a file that is refused, or that would open a service which asks for tokens to
+/// everybody, changes nothing.
 std::unique_ptr<BusTransport> MakeStandaloneTransport();
 /// The same with a local farm on the bus, unless the bus settings switch it off.
 std::unique_ptr<BusTransport> MakeStandaloneTransportWithFarm(Standalone::FarmHook farm);

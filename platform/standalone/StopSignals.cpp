@@ -15,7 +15,17 @@ struct StopSignals::Impl {
     asio::io_context context;
     asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard(context);
     asio::signal_set signals{context, SIGINT, SIGTERM};
+    asio::signal_set hangUps{context, SIGHUP};
     std::optional<StopReason> reason;
+
+    void AwaitHangUp(const std::function<void()>& onHangUp) {
+        hangUps.async_wait([this, &onHangUp](const boost::system::error_code& error, int) {
+            if (!error && !reason) {
+                onHangUp();
+                AwaitHangUp(onHangUp);
+            }
+        });
+    }
 };
 
 StopSignals::StopSignals() : m_pImpl(std::make_unique<Impl>()) {
@@ -29,12 +39,15 @@ StopSignals::StopSignals() : m_pImpl(std::make_unique<Impl>()) {
 
 StopSignals::~StopSignals() = default;
 
-StopReason StopSignals::Wait() {
+StopReason StopSignals::Wait(const std::function<void()>& onHangUp) {
+    m_pImpl->AwaitHangUp(onHangUp);
     while (!m_pImpl->reason) {
         m_pImpl->context.run_one();
     }
     boost::system::error_code ignored;
     m_pImpl->signals.clear(ignored);  // to their default: whoever asks twice is in a hurry
+    m_pImpl->hangUps.clear(ignored);
+    std::signal(SIGHUP, SIG_IGN);  // NOLINT(cert-err33-c): likewise; it is no reason to hurry
     return *m_pImpl->reason;
 }
 

@@ -2,6 +2,7 @@
 
 // Private to the standalone transport.
 
+#include <functional>
 #include <memory>
 
 namespace PlatformAbstraction::Standalone {
@@ -9,8 +10,9 @@ namespace PlatformAbstraction::Standalone {
 /// Why a wait for the end came to its end.
 enum class StopReason { Signal, BrokenListener };
 
-/// Where the main thread waits for the end. From construction on SIGINT and SIGTERM are remembered instead of
-/// ending the process, and SIGPIPE is ignored. The main thread makes all calls but `ReportBrokenListener`.
+/// Where the main thread waits for the end. From construction on SIGINT, SIGTERM and SIGHUP are remembered
+/// instead of ending the process, and SIGPIPE is ignored. The main thread makes all calls but
+/// `ReportBrokenListener`.
 class StopSignals {
 public:
     StopSignals();
@@ -18,8 +20,9 @@ public:
     StopSignals& operator=(const StopSignals&) = delete;
     ~StopSignals();
 
-    /// Blocks until a signal or a report has come. From then on a further signal ends the process.
-    StopReason Wait();
+    /// Blocks until SIGINT, SIGTERM or a report has come. From then on a further one of the two ends the
+    /// process. `onHangUp` is called, on this thread, whenever SIGHUP comes before.
+    StopReason Wait(const std::function<void()>& onHangUp);
     /// Any thread.
     void ReportBrokenListener();
 

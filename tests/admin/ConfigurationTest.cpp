@@ -1,38 +1,30 @@
-#include <gmock/gmock.h>
-
-#include <iostream>
 #include <stdexcept>
 
 #include "AdminFixture.h"
 #include "ConfigureDXHandler.h"
-#include "ConsoleCapture.h"
 #include "RemoteLoggingHandler.h"
 #include "RemoveObsoleteJobsHandler.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
-using TestSupport::ConsoleCapture;
-using TestSupport::ScriptedAnswer;
-using TestSupport::SentMessage;
-
 constexpr char kPropagating[] = R"(OK {"status":"propagating"})";
+constexpr char kNewURL[] = R"({"connectionURL":"u"})";
 
 class Configuration : public AdminFixture {
 protected:
-    void Expect(SentMessage::Kind kind) const {
-        for (const SentMessage& message : bus->Sent()) {
-            EXPECT_EQ(message.kind, kind);
-        }
+    /// The answer, and behind " | " what was printed.
+    std::string Outcome(PlatformAbstraction::Messaging::ServiceMessageHandler& handler,
+                        const std::string& request) {
+        const ConsoleCapture console(std::cout);
+        const std::string answer = Answer(handler, request);
+        return answer + " | " + console.Text();
     }
 };
 
 TEST_F(Configuration, OnlyANewURLIsPassedOn) {
     bus->On("setGlobalConfigData", Results("{}"));
-    ConfigureDXHandler handler(Connection(), kRunInPlace);
+    ConfigureDXHandler handler(connection, kRunInPlace);
     const ConsoleCapture console(std::cout);
     for (const std::string request :
          {R"({"connectionURL":"a"})", R"({"connectionURL":"a"})", "{}", R"({"connectionURL":""})",
@@ -40,47 +32,36 @@ TEST_F(Configuration, OnlyANewURLIsPassedOn) {
         EXPECT_EQ(Answer(handler, request), kPropagating);
     }
     const auto message = [](const std::string& url) {
-        return R"(orvik.quillon.processing.coordinator/farm/1/setGlobalConfigData {"DolmexConnectionURL":")" +
+        return "notification orvik.quillon.processing.coordinator/farm/1/setGlobalConfigData "
+               R"({"DolmexConnectionURL":")" +
                url + "\"}";
     };
     EXPECT_THAT(Sent(), ElementsAre(message("a"), message("A"), message("a")));
     EXPECT_THAT(bus->Waits(), ElementsAre(1000, 1000, 1000));
-    Expect(SentMessage::Kind::Notification);
 }
 
-TEST_F(Configuration, TheConsoleTellsHowTheSendingWent) {
+TEST_F(Configuration, TheConsoleTellsHowTheSendingWentAndWhatFailedIsNotTriedAgain) {
     const std::string begin =
-        "Started: Configure DX started\n"
-        "\nSending global configuration to Coordinator...\n"
+        "Started: Configure DX started\n\nSending global configuration to Coordinator...\n"
         "\nParameters: \n{\n  \"DolmexConnectionURL\": \"u\"\n}\n";
-    const std::string error = "\nError occurred sending setGlobalConfigData message to coordinator.\n";
-    const std::string failed = "Failed: Send notification failed for orvik.quillon.processing.coordinator ";
+    const std::string failed =
+        "\nError occurred sending setGlobalConfigData message to coordinator.\n"
+        "Failed: Send notification failed for orvik.quillon.processing.coordinator ";
     const std::string end =
         "\nDone with setGlobalConfigData\n"
         "Succeeded: Done configuring DX for orvik.quillon.processing.coordinator\n";
-    struct Row {
-        std::string name;
-        ScriptedAnswer answer;
-        std::string printed;
+    const std::pair<ScriptedAnswer, std::string> rows[] = {
+        {Results("{}"), begin + end},
+        {ScriptedAnswer::Never(), begin + end},
+        {ScriptedAnswer::Error("E", "m"), begin + failed + "[E] m\n" + end},
+        {ScriptedAnswer::ErrorWithoutDetails(), begin + failed + "[] \n" + end},
+        {ScriptedAnswer::Throws([] { throw std::runtime_error("gone"); }), begin + "Failed: gone\n"},
     };
-    const Row rows[] = {
-        {"well", Results("{}"), begin + end},
-        {"not yet", ScriptedAnswer::Never(), begin + end},
-        {"error", ScriptedAnswer::Error("E", "m"), begin + error + failed + "[E] m\n" + end},
-        {"without details", ScriptedAnswer::ErrorWithoutDetails(), begin + error + failed + "[] \n" + end},
-        {"a bus that is gone", ScriptedAnswer::Throws([] { throw std::runtime_error("gone"); }),
-         begin + "Failed: gone\n"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        bus = std::make_shared<TestSupport::FakeBusMessaging>();
-        bus->On("setGlobalConfigData", row.answer);
-        ConfigureDXHandler handler(Connection(), kRunInPlace);
-        const ConsoleCapture console(std::cout);
-        EXPECT_EQ(Answer(handler, R"({"connectionURL":"u"})"), kPropagating);
-        EXPECT_EQ(console.Text(), row.printed);
-        // What failed is not tried again.
-        EXPECT_EQ(Answer(handler, R"({"connectionURL":"u"})"), kPropagating);
+    for (const auto& [answer, printed] : rows) {
+        bus->Restart("setGlobalConfigData", answer);
+        ConfigureDXHandler handler(connection, kRunInPlace);
+        EXPECT_EQ(Outcome(handler, kNewURL), kPropagating + (" | " + printed));
+        Outcome(handler, kNewURL);
         EXPECT_THAT(Sent(), SizeIs(1));
     }
 }
@@ -88,57 +69,39 @@ TEST_F(Configuration, TheConsoleTellsHowTheSendingWent) {
 TEST_F(Configuration, RemoteLoggingIsBroadcastAsItCameToBothKindsOfWorker) {
     bus->On("remoteLogging", ScriptedAnswer::Error("E", "m"));
     bus->On("remoteLogging", Results("{}"));
-    RemoteLoggingHandler handler(Connection(), kRunInPlace);
-    const std::string services[] = {"orvik.quillon.processing.metadata.worker",
-                                    "orvik.quillon.processing.media.worker"};
-    const std::string success = "Succeeded: Done configuring remote logging for ";
-    {
-        const ConsoleCapture console(std::cout);
-        EXPECT_EQ(Answer(handler, R"({"turnOnRemoteLogging":true,"more":[1]})"), "OK {}");
-        EXPECT_EQ(console.Text(),
-                  "Started: Configure remote logging started\n"
-                  "Failed: Broadcast notification failed for " +
-                      services[0] + " [E] m\n" + success + services[0] + "\n" + success + services[1] + "\n");
-    }
-    const ConsoleCapture console(std::cout);
-    EXPECT_EQ(Answer(handler, "{}"), "OK {}");
+    RemoteLoggingHandler handler(connection, kRunInPlace);
+    const std::string metadata = "orvik.quillon.processing.metadata.worker";
+    const std::string media = "orvik.quillon.processing.media.worker";
     const std::string body = R"({"turnOnRemoteLogging":true,"more":[1]})";
-    EXPECT_THAT(Sent(), ElementsAre(services[0] + "/farm/1/remoteLogging " + body,
-                                    services[1] + "/farm/1/remoteLogging " + body,
-                                    services[0] + "/farm/1/remoteLogging {}",
-                                    services[1] + "/farm/1/remoteLogging {}"));
-    EXPECT_THAT(bus->Waits(), ElementsAre(1000, 1000, 1000, 1000));
-    Expect(SentMessage::Kind::Broadcast);
+    const std::string success = "Succeeded: Done configuring remote logging for ";
+    EXPECT_EQ(Outcome(handler, body),
+              "OK {} | Started: Configure remote logging started\n"
+              "Failed: Broadcast notification failed for " +
+                  metadata + " [E] m\n" + success + metadata + "\n" + success + media + "\n");
+    EXPECT_THAT(Sent(), ElementsAre("broadcast " + metadata + "/farm/1/remoteLogging " + body,
+                                    "broadcast " + media + "/farm/1/remoteLogging " + body));
+    EXPECT_THAT(bus->Waits(), ElementsAre(1000, 1000));
 }
 
 TEST_F(Configuration, AThreadThatCannotBeStartedIsAnswered) {
-    const ThreadStarter fails = [](const std::function<void()>&) { throw std::runtime_error("no thread"); };
-    const ThreadStarter breaks = [](const std::function<void()>&) { throw 5; };
-    const std::string configure = "GENERIC_SERVICE_ERROR: ConfigureDXHandler::HandleMessage - ";
-    const std::string logging = "GENERIC_SERVICE_ERROR: RemoteLoggingHandler::HandleMessage - ";
-    const std::string url = R"({"connectionURL":"u"})";
-    const auto answer = [this](auto handler, const std::string& request, const std::string& printed) {
-        const ConsoleCapture console(std::cout);
-        const std::string given = Answer(*handler, request);
-        EXPECT_EQ(console.Text(), printed);
-        return given;
-    };
-    const std::string startDX = "Started: Configure DX started\n";
-    const std::string startLogging = "Started: Configure remote logging started\n";
-    const auto dx = std::make_shared<ConfigureDXHandler>(Connection(), fails);
-    EXPECT_EQ(answer(dx, url, startDX), configure + "error occurred: no thread");
-    EXPECT_EQ(answer(dx, url, startDX), kPropagating) << "the URL counts as passed on";
-    EXPECT_EQ(answer(std::make_shared<ConfigureDXHandler>(Connection(), breaks), url, startDX),
-              configure + "Unexpected error encountered");
-    EXPECT_EQ(answer(std::make_shared<RemoteLoggingHandler>(Connection(), fails), "{}", startLogging),
-              logging + "error occurred: no thread");
-    EXPECT_EQ(answer(std::make_shared<RemoteLoggingHandler>(Connection(), breaks), "{}", startLogging),
-              logging + "Unexpected error encountered");
-    EXPECT_EQ(answer(std::make_shared<RemoveObsoleteJobsHandler>(Connection(), fails), "{}", "no thread\n"),
-              "ERROR_UNKNOWN: no thread");
-    EXPECT_EQ(answer(std::make_shared<RemoveObsoleteJobsHandler>(Connection(), breaks), "{}", "Unexpected\n"),
-              "ERROR_UNKNOWN: Unexpected");
-    EXPECT_THAT(Sent(), IsEmpty());
+    const ThreadStarter fails = [](const auto&) { throw std::runtime_error("no thread"); };
+    const ThreadStarter breaks = [](const auto&) { throw 5; };
+    const std::string dx = "GENERIC_SERVICE_ERROR: ConfigureDXHandler::HandleMessage - ";
+    const std::string startDX = " | Started: Configure DX started\n";
+    ConfigureDXHandler failingDX(connection, fails);
+    EXPECT_EQ(Outcome(failingDX, kNewURL), dx + "error occurred: no thread" + startDX);
+    EXPECT_EQ(Outcome(failingDX, kNewURL), kPropagating + startDX) << "the URL counts as passed on";
+    ConfigureDXHandler breakingDX(connection, breaks);
+    EXPECT_EQ(Outcome(breakingDX, kNewURL), dx + "Unexpected error encountered" + startDX);
+    RemoteLoggingHandler failingLogging(connection, fails);
+    EXPECT_EQ(Outcome(failingLogging, "{}"),
+              "GENERIC_SERVICE_ERROR: RemoteLoggingHandler::HandleMessage - error occurred: no thread"
+              " | Started: Configure remote logging started\n");
+    RemoveObsoleteJobsHandler failingPurge(connection, fails);
+    EXPECT_EQ(Outcome(failingPurge, "{}"), "ERROR_UNKNOWN: no thread | no thread\n");
+    RemoveObsoleteJobsHandler breakingPurge(connection, breaks);
+    EXPECT_EQ(Outcome(breakingPurge, "{}"), "ERROR_UNKNOWN: Unexpected | Unexpected\n");
+    EXPECT_THAT(Sent(), SizeIs(0));
 }
 
 }  // namespace

@@ -1,27 +1,18 @@
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <condition_variable>
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
-#include <iostream>
 #include <mutex>
-#include <stdexcept>
 #include <thread>
 
 #include "AdminFixture.h"
 #include "ConfigureDXHandler.h"
-#include "ConsoleCapture.h"
 #include "RemoteLoggingHandler.h"
 #include "RemoveObsoleteJobsHandler.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {
 
-using CoreServices::Parameters;
-using PlatformAbstraction::Messaging::MessageAnswer;
-using TestSupport::ScriptedAnswer;
+constexpr char kPurge[] = R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})";
 
 /// Real threads that can be waited for, since what they write to lives in the test.
 class ThreadsAtWork {
@@ -39,7 +30,7 @@ public:
             ++m_atWork;
         };
     }
-    ~ThreadsAtWork() {
+    void Wait() {
         std::unique_lock lock(m_mutex);
         m_changed.wait(lock, [this] { return m_atWork == 0; });
     }
@@ -58,34 +49,32 @@ TEST_F(DetachedWork, OutlivesTheMessageAndTheHandlerThatStartedIt) {
     bus->On("findJobsByKind",
             Results(R"({"results":[{"id":"j","creationDateTime":"2001-01-01T00:00:00.000Z"}],"total":1})"));
     bus->On("removeJob", Results(R"({"id":"j"})"));
-    const TestSupport::ConsoleCapture console(std::cout);
+    const ConsoleCapture console(std::cout);
     ThreadsAtWork threads;
     constexpr int kRounds = 20;
     {
-        ConfigureDXHandler configure(Connection(), threads.Starter());
-        RemoteLoggingHandler logging(Connection(), threads.Starter());
-        RemoveObsoleteJobsHandler purge(Connection(), threads.Starter());
+        ConfigureDXHandler configure(connection, threads.Starter());
+        RemoteLoggingHandler logging(connection, threads.Starter());
+        RemoveObsoleteJobsHandler purge(connection, threads.Starter());
         const auto send = [&](int from) {
             for (int n = 0; n < kRounds; ++n) {
                 Answer(configure, R"({"connectionURL":")" + std::to_string(from + n) + "\"}");
                 Answer(logging, R"({"turnOnRemoteLogging":true})");
-                Answer(purge, R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})");
+                Answer(purge, kPurge);
             }
         };
-        std::thread other(send, kRounds);
+        const std::jthread other(send, kRounds);
         send(0);
-        other.join();
     }
+    threads.Wait();
     // One configuration, two broadcasts, one page and one removal for each round of both senders.
-    EXPECT_TRUE(bus->WaitForSent(std::size_t{2} * kRounds * 5));
+    EXPECT_EQ(bus->CountSent(), std::size_t{2} * kRounds * 5);
 }
 
-/// Starts work of all three kinds that never ends, waits until all of it is under way, and ends the process.
-[[noreturn]] void EndTheProcessUnderWork(
-    const std::shared_ptr<TestSupport::FakeBusMessaging>& bus,
-    const std::shared_ptr<PlatformAbstraction::Messaging::BusConnection>& connection,
-    const std::shared_ptr<PlatformAbstraction::Messaging::MessageContext>& context) {
+TEST_F(DetachedWork, NeitherHoldsNorCrashesAProcessThatEnds) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
     static std::atomic<int> atWork{0};
+    // Work of all three kinds that never ends.
     const auto hold = ScriptedAnswer::From([](const auto&) -> MessageAnswer {
         for (++atWork;;) {
             std::cout << std::flush;
@@ -93,29 +82,25 @@ TEST_F(DetachedWork, OutlivesTheMessageAndTheHandlerThatStartedIt) {
     });
     bus->On("setGlobalConfigData", hold);
     bus->On("remoteLogging", hold);
-    // A purge that turns page after page.
-    const auto page = Parameters::fromJSON(R"({"results":[{"id":"j"}],"limit":1,"total":2147483647})");
+    const auto page = Json(R"({"results":[{"id":"j"}],"limit":1,"total":2147483647})");
     bus->On("findJobsByKind", ScriptedAnswer::From([page](const auto& dispatch) {
                 std::int32_t offset = 0;
                 atWork += dispatch.parameters.GetParameter("offset", offset) && offset == 1 ? 1 : 0;
                 return MessageAnswer::OfResults(page);
             }));
-    PlatformAbstraction::Messaging::ServiceMessageResponse responses[3];
-    ConfigureDXHandler(connection)
-        .HandleMessage(context, Parameters::fromJSON(R"({"connectionURL":"u"})"), responses[0]);
-    RemoteLoggingHandler(connection).HandleMessage(context, Parameters(), responses[1]);
-    RemoveObsoleteJobsHandler(connection)
-        .HandleMessage(context, Parameters::fromJSON(R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})"),
-                       responses[2]);
-    while (atWork < 4) {
-        std::this_thread::yield();
-    }
-    std::exit(0);
-}
-
-TEST_F(DetachedWork, NeitherHoldsNorCrashesAProcessThatEnds) {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(EndTheProcessUnderWork(bus, Connection(), Context()), testing::ExitedWithCode(0), "");
+    const auto endUnderWork = [this] {
+        ConfigureDXHandler configure(connection);
+        Answer(configure, R"({"connectionURL":"u"})");
+        RemoteLoggingHandler logging(connection);
+        Answer(logging, "{}");
+        RemoveObsoleteJobsHandler purge(connection);
+        Answer(purge, kPurge);
+        while (atWork < 4) {  // one configuration, both broadcasts, the second page
+            std::this_thread::yield();
+        }
+        std::exit(0);
+    };
+    EXPECT_EXIT(endUnderWork(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

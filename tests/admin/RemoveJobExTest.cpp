@@ -1,147 +1,121 @@
 #include "RemoveJobEx.h"
 
-#include <gmock/gmock.h>
-
-#include <iostream>
 #include <stdexcept>
 
 #include "AdminFixture.h"
-#include "ConsoleCapture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {
 
-using testing::ElementsAre;
-using TestSupport::ConsoleCapture;
-using TestSupport::ScriptedAnswer;
-
 class Removal : public AdminFixture {
 protected:
+    /// The monitor's answer about one job.
+    static ScriptedAnswer Found(const std::string& job) { return Results(R"({"body":{)" + job + "}}"); }
+
     RemoveJobEx handler;
+    const std::string request = R"({"clientKey":"k"})";
 };
 
 TEST_F(Removal, AsksForTheJobAndRemovesItById) {
     for (const std::string status : {"Completed", "Failed", "Canceled"}) {
-        SCOPED_TRACE(status);
-        bus = std::make_shared<TestSupport::FakeBusMessaging>();
-        bus->On("findJob", Results(R"({"body":{"clientKey":"k","id":"7","status":")" + status + "\"}}"));
+        bus->Restart("findJob", Found(R"("clientKey":"k","id":"7","status":")" + status + "\""));
         bus->On("removeJob", Results(R"({"failed":true})"));
         const ConsoleCapture console(std::cout);
-        EXPECT_EQ(Answer(handler, R"({"clientKey":"k"})", "ada"), "OK {}");
-        EXPECT_EQ(console.Text(), "");
-        EXPECT_THAT(
-            Sent(),
-            ElementsAre(
-                R"(orvik.job.monitor/global/1/findJob {"clientKey":"k","identity":{"identityId":"ada"}})",
-                R"(orvik.job.monitor/global/1/removeJob {"id":"7","identity":{"identityId":"ada"}})"));
+        EXPECT_EQ(Answer(handler, request, "ada") + console.Text(), "OK {}") << status;
+        const std::string identity = R"(,"identity":{"identityId":"ada"}})";
+        EXPECT_THAT(Sent(), ElementsAre(R"(orvik.job.monitor/global/1/findJob {"clientKey":"k")" + identity,
+                                        R"(orvik.job.monitor/global/1/removeJob {"id":"7")" + identity));
         EXPECT_THAT(bus->Waits(), ElementsAre(10'000'000, 10'000'000));
     }
-    // A blank key counts as one, with which the monitor may answer.
-    bus = std::make_shared<TestSupport::FakeBusMessaging>();
-    bus->On("findJob", Results(R"({"body":{"id":"7","status":"Failed"}})"));
+    bus->Restart("findJob", Found(R"("id":"7","status":"Failed")"));
     bus->On("removeJob", Results(R"({"id":"7"})"));
-    EXPECT_EQ(Answer(handler, "{}"), "OK {}");
+    EXPECT_EQ(Answer(handler, "{}"), "OK {}") << "a blank key counts as one";
 }
 
 TEST_F(Removal, RefusesInTheOrderOfItsChecks) {
     struct Row {
         std::string name;
         ScriptedAnswer found;
-        ScriptedAnswer removed;
         std::string failure;
+        std::string printed = failure;
     };
-    const auto done = Results(R"({"id":"7"})");
-    const auto good = Results(R"({"body":{"clientKey":"k","id":"7","status":"Completed"}})");
-    const auto text = [](const std::string& json) { return ScriptedAnswer::Text(json); };
+    const std::string slow = " on job.monitor failed to complete in wait time - 10000ms";
+    const std::string error = "findJob on job.monitor has error: ";
     const std::string noBody = "failed to get body from theFindResults for clientKey: k";
     const std::string otherJob = "FindOneJobdid not find the correct job by clientKey";
-    const std::string noId = "FindOneJob returned no job id????";
     const std::string badStatus = "Found job had invalid status for deletion: ";
-    const std::string notDone = "DoRemoveJob was unable to removeJob and failed to provide any results";
-    const std::string slow = " on job.monitor failed to complete in wait time - 10000ms";
-    const std::string error = " on job.monitor has error: ";
     const Row rows[] = {
-        {"find: no answer", ScriptedAnswer::Never(), done, "findJob" + slow},
-        {"find: timed out", ScriptedAnswer::TimedOut(), done, "findJob on job.monitor timed out"},
-        {"find: error", ScriptedAnswer::Error("NO", "such job"), done, "findJob" + error + "NO : such job"},
-        {"find: error alone", ScriptedAnswer::ErrorWithoutDetails(), done,
-         "findJob" + error + "failed to get error details"},
-        {"find: no results", text("<html>"), done, noBody},
-        {"no body", Results(R"({"job":{}})"), done, noBody},
-        {"body is an array", Results(R"({"body":[{"clientKey":"k"}]})"), done, otherJob},
-        {"other job", Results(R"({"body":{"clientKey":"K","status":"Tasked"}})"), done, otherJob},
-        {"key of another type", Results(R"({"body":{"clientKey":5,"id":"7"}})"), done, otherJob},
-        {"no id", Results(R"({"body":{"clientKey":"k","id":"","status":"Tasked"}})"), done, noId},
-        {"at work", Results(R"({"body":{"clientKey":"k","id":"7","status":"Tasked"}})"), done,
-         badStatus + "Tasked"},
-        {"other case", Results(R"({"body":{"clientKey":"k","id":"7","status":"completed"}})"), done,
-         badStatus + "completed"},
-        {"no status", Results(R"({"body":{"clientKey":"k","id":"7"}})"), done, badStatus},
-        {"remove: no answer", good, ScriptedAnswer::Never(), "removeJob" + slow},
-        {"remove: no results", good, text("{"), notDone},
-        {"remove: empty answer", good, Results("{}"), notDone},
-        {"remove: an array", good, Results("[1]"), notDone},
+        {"no answer", ScriptedAnswer::Never(), "findJob" + slow},
+        {"timed out", ScriptedAnswer::TimedOut(), "findJob on job.monitor timed out"},
+        {"error", ScriptedAnswer::Error("NO", "such job"), error + "NO : such job"},
+        {"error alone", ScriptedAnswer::ErrorWithoutDetails(), error + "failed to get error details"},
+        {"no results", ScriptedAnswer::Text("<html>"), noBody},
+        {"no body", Results(R"({"job":{}})"), noBody},
+        {"body is an array", Results(R"({"body":[{"clientKey":"k"}]})"), otherJob},
+        {"other job", Found(R"("clientKey":"K","status":"Tasked")"), otherJob},
+        {"key of another type", Found(R"("clientKey":5,"id":"7")"), otherJob},
+        {"no id", Found(R"("clientKey":"k","id":"","status":"Tasked")"), "FindOneJob returned no job id????"},
+        {"at work", Found(R"("clientKey":"k","id":"7","status":"Tasked")"), badStatus + "Tasked"},
+        {"other case", Found(R"("clientKey":"k","id":"7","status":"completed")"), badStatus + "completed"},
+        {"no status", Found(R"("clientKey":"k","id":"7")"), badStatus},
+        {"a forged line", Found(R"("clientKey":"k","id":"7","status":"x\n1 jobs deleted.")"),
+         badStatus + "x\n1 jobs deleted.", badStatus + "x\\x0a1 jobs deleted."},
+    };
+    const auto check = [this](const Row& row) {
+        const ConsoleCapture console(std::cout);
+        EXPECT_EQ(Answer(handler, request), "GENERIC_SERVICE_ERROR: " + row.failure) << row.name;
+        EXPECT_EQ(console.Text(), "removeJobEx failed with details: " + row.printed + "\n") << row.name;
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        bus = std::make_shared<TestSupport::FakeBusMessaging>();
-        bus->On("findJob", row.found);
-        bus->On("removeJob", row.removed);
-        const ConsoleCapture console(std::cout);
-        EXPECT_EQ(Answer(handler, R"({"clientKey":"k"})"), "GENERIC_SERVICE_ERROR: " + row.failure);
-        EXPECT_EQ(console.Text(), "removeJobEx failed with details: " + row.failure + "\n");
-        EXPECT_EQ(bus->CountSent(), row.name.starts_with("remove:") ? 2U : 1U);
+        bus->Restart("findJob", row.found);
+        check(row);
+        EXPECT_EQ(bus->CountSent(), 1U) << row.name;
     }
-}
-
-TEST_F(Removal, AForgedLineReachesTheClientAlone) {
-    bus->On("findJob", Results(R"({"body":{"clientKey":"k","id":"7","status":"x\n1 jobs deleted."}})"));
-    const ConsoleCapture console(std::cout);
-    const std::string failure = "Found job had invalid status for deletion: x";
-    EXPECT_EQ(Answer(handler, R"({"clientKey":"k"})"),
-              "GENERIC_SERVICE_ERROR: " + failure + "\n1 jobs deleted.");
-    EXPECT_EQ(console.Text(), "removeJobEx failed with details: " + failure + "\\x0a1 jobs deleted.\n");
+    const std::string notDone = "DoRemoveJob was unable to removeJob and failed to provide any results";
+    const Row removals[] = {
+        {"no answer", ScriptedAnswer::Never(), "removeJob" + slow},
+        {"no results", ScriptedAnswer::Text("{"), notDone},
+        {"empty answer", Results("{}"), notDone},
+        {"an array", Results("[1]"), notDone},
+    };
+    for (const Row& row : removals) {
+        bus->Restart("findJob", Found(R"("clientKey":"k","id":"7","status":"Completed")"));
+        bus->On("removeJob", row.found);
+        check(row);
+    }
 }
 
 TEST_F(Removal, LoggingShowsEveryStep) {
-    bus->On("findJob", Results(R"({"body":{"clientKey":"k","id":"7","status":"Failed"}})"));
-    bus->On("removeJob", ScriptedAnswer::Text("none"));
     const std::string noContext = "\t ExtractIdentityIdFromMessage - contextParams: \n{}\n";
-    const std::string head = "removeJob - params: {\n  \"clientKey\": \"k\",\n  \"logging\": true\n}\n" +
-                             noContext +
-                             "\nPartTimeJobHandler - DoFindOneJob - Params follow: \n{\n  \"clientKey\": "
-                             "\"k\"\n}\n";
-    const std::string request = R"({"clientKey":"k","logging":true})";
-    {
+    const std::string head =
+        "removeJob - params: {\n  \"clientKey\": \"k\",\n  \"logging\": true\n}\n" + noContext +
+        "\nPartTimeJobHandler - DoFindOneJob - Params follow: \n{\n  \"clientKey\": \"k\"\n}\n";
+    const std::string failed = "removeJobEx failed with details: ";
+    const auto printed = [this] {
         const ConsoleCapture console(std::cout);
-        Answer(handler, request);
-        EXPECT_EQ(
-            console.Text(),
-            head +
-                "removeJob - DoFindOneJob Results: {\n  \"body\": {\n    \"clientKey\": \"k\",\n    \"id\": "
-                "\"7\",\n    \"status\": \"Failed\"\n  }\n}\n" +
-                noContext +
-                "\nPartTimeJobHandler - DoRemoveJob - Params follow: \n{\n  \"id\": \"7\"\n}\n"
-                "\nPartTimeJobHandlers - DoRemoveJob() GetResults() returned false\n"
-                "removeJob - DoRemoveJob Results: {}\n"
-                "removeJobEx failed with details: DoRemoveJob was unable to removeJob and failed to "
-                "provide any results\n");
-    }
-    bus = std::make_shared<TestSupport::FakeBusMessaging>();
-    bus->On("findJob", ScriptedAnswer::Never());
-    const ConsoleCapture console(std::cout);
-    Answer(handler, request);
-    EXPECT_EQ(console.Text(),
-              head +
-                  "PartTimeJobHandlers - DoFindOneJob() failed WaitForDone - no results obtained\n"
-                  "removeJob - DoFindOneJob Results: {}\n"
-                  "removeJobEx failed with details: findJob on job.monitor failed to complete in wait time - "
-                  "10000ms\n");
+        Answer(handler, R"({"clientKey":"k","logging":true})");
+        return console.Text();
+    };
+    bus->On("findJob", Found(R"("clientKey":"k","id":"7","status":"Failed")"));
+    bus->On("removeJob", ScriptedAnswer::Text("none"));
+    EXPECT_EQ(printed(), head +
+                             "removeJob - DoFindOneJob Results: {\n  \"body\": {\n    \"clientKey\": \"k\",\n"
+                             "    \"id\": \"7\",\n    \"status\": \"Failed\"\n  }\n}\n" +
+                             noContext +
+                             "\nPartTimeJobHandler - DoRemoveJob - Params follow: \n{\n  \"id\": \"7\"\n}\n" +
+                             "\nPartTimeJobHandlers - DoRemoveJob() GetResults() returned false\n"
+                             "removeJob - DoRemoveJob Results: {}\n" +
+                             failed +
+                             "DoRemoveJob was unable to removeJob and failed to provide any results\n");
+    bus->Restart("findJob", ScriptedAnswer::Never());
+    EXPECT_THAT(printed(),
+                testing::HasSubstr("\nPartTimeJobHandlers - DoFindOneJob() failed WaitForDone - no "
+                                   "results obtained\nremoveJob - DoFindOneJob Results: {}\n"));
 }
 
 TEST_F(Removal, WhatTheBusThrowsIsThePlatformsToAnswer) {
     bus->On("findJob", ScriptedAnswer::Throws([] { throw std::runtime_error("the bus is gone"); }));
-    EXPECT_THROW(Answer(handler, "{}"), std::runtime_error);
+    EXPECT_EQ(Answer(handler, "{}"), "thrown the bus is gone");
 }
 
 }  // namespace

@@ -182,9 +182,10 @@ class CataloguesAndSettings(FarmStory):
                 wait_until(lambda line=line: line in service.errors, line)
 
     def test_catalogues_of_ones_own(self):
-        service = Service("--help", settings=farm(0, catalogueDirectory="mine"))
+        service = Service(settings=farm(0, catalogueDirectory="mine"))
         self.addCleanup(service.close)
-        service.exit_code()
+        self.assertNotEqual(service.exit_code(), 0)
+        self.assertIn('The catalogue directory "mine" is not there.', service.errors)
         mine = service.directory / "mine"
         mine.mkdir()
         (mine / "S3DModes.json").write_text('[{"S3DMode": "Anaglyph"}, 7]')
@@ -203,6 +204,10 @@ class CataloguesAndSettings(FarmStory):
         self.assertIn("orvik.quillon.processing.metadata.worker", error["details"]["ErrorDetails"])
         removal = self.error(service, "/jobs/any", method="DELETE")["message"]
         self.assertRegex(removal, "^findJob on job.monitor has error: SERVICE_NOT_FOUND : .*orvik.job.monitor")
+        for path, answer in (("findJobsEx", {}), ("configureDX", {"status": "propagating"}), ("remoteLogging", {})):
+            body = {"connectionURL": "tcp://dx.example:61717", "turnOnRemoteLogging": True}
+            self.assertEqual(self.ask(service, "/" + path, body), answer)
+        wait_until(lambda: "Failed: Send notification failed for " in service.output, "word of the configuration")
         job = service.job(service.submit("/submitRender", {}))
         self.assertEqual(json.loads(job["recordPublicData"])["jobState"], "")
 

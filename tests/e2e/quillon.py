@@ -22,7 +22,7 @@ DEADLINE_SECONDS = 30  # for what takes milliseconds, on a machine that is busy 
 class Service:
     """Starts the program on port 0; `directory` holds what it prints, its store and its home."""
 
-    def __init__(self, *options, store=True, settings=None, environment=None):
+    def __init__(self, *options, store=True, settings=None, environment=None, launcher=()):
         self._temporary = tempfile.TemporaryDirectory(prefix="quillon-e2e-")
         self.directory = pathlib.Path(self._temporary.name)
         self.store = self.directory / "store.db"
@@ -33,7 +33,9 @@ class Service:
         self._environment = {name: value for name, value in os.environ.items()
                              if name != "PUBLIC" and not name.startswith("zrf_")}
         self._environment.update(HOME=self._temporary.name, XDG_DATA_HOME=self._temporary.name)
+        self._environment.setdefault("TSAN_OPTIONS", "suppressions=%s" % (ROOT / "tests/e2e/tsan.supp"))
         self._environment.update(environment or {})
+        self.launcher = launcher  # words of a command that becomes the program
         self.start(*options)
 
     def start(self, *options):
@@ -43,8 +45,9 @@ class Service:
         if "zrf_port" in self._environment:
             arguments.remove("--port=0")
         with open(self.directory / "out", "wb") as out, open(self.directory / "err", "wb") as err:
-            self.process = subprocess.Popen([BINARY, *arguments, *options], stdin=subprocess.DEVNULL, stdout=out,
-                                            stderr=err, env=self._environment, cwd=self.directory)
+            self.process = subprocess.Popen([*self.launcher, BINARY, *arguments, *options],
+                                            stdin=subprocess.DEVNULL, stdout=out, stderr=err,
+                                            env=self._environment, cwd=self.directory)
 
     @property
     def output(self):
@@ -57,7 +60,7 @@ class Service:
     @property
     def port(self):
         """Waits until the program says where it listens; from then on its store is there too."""
-        pattern = r"Listening on http://\S+:(\d+)"
+        pattern = r"Listening on https?://\S+:(\d+)"
         wait_until(lambda: re.search(pattern, self.errors) or self.process.poll() is not None, "a listening line")
         listening = re.search(pattern, self.errors)
         assert listening, "ended with %s: %s%s" % (self.process.returncode, self.output, self.errors)

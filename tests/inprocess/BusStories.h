@@ -13,6 +13,8 @@
 
 namespace TestSupport {
 
+namespace Messaging = PlatformAbstraction::Messaging;
+
 // Only a fault ever waits this long.
 constexpr std::chrono::seconds kDeadline{60};
 constexpr std::int64_t kDeadlineMicroseconds = 60'000'000;
@@ -51,18 +53,18 @@ struct Hold {
 };
 
 /// A bus whose handlers may use what is declared before it: letting it go waits for those at work.
-inline std::shared_ptr<PlatformAbstraction::Messaging::InProcessBus> MakeBus(
-    const PlatformAbstraction::Messaging::InProcessBusSettings& settings = {}) {
-    auto bus = PlatformAbstraction::Messaging::InProcessBus::Create(settings);
+inline std::shared_ptr<Messaging::InProcessBus> MakeBus(
+    const Messaging::InProcessBusSettings& settings = {}) {
+    auto bus = Messaging::InProcessBus::Create(settings);
     auto* const shown = bus.get();
     return {shown, [bus = std::move(bus)](auto*) { bus->Stop(kDeadline); }};
 }
 
 using Operations = std::map<std::string, FunctionHandlerV2::Function>;
 
-inline std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeService(
-    const std::string& name, const Operations& operations) {
-    auto service = std::make_shared<PlatformAbstraction::Messaging::ServiceInfo>();
+inline std::shared_ptr<Messaging::ServiceInfo> MakeService(const std::string& name,
+                                                           const Operations& operations) {
+    auto service = std::make_shared<Messaging::ServiceInfo>();
     service->SetNameRealmVersion(name, "test", 1);
     for (const auto& [operation, function] : operations) {
         service->AddMessageHandlerV2(std::make_shared<FunctionHandlerV2>(Registration(operation), function));
@@ -70,15 +72,15 @@ inline std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeService(
     return service;
 }
 
-inline PlatformAbstraction::Messaging::ServiceMessageDispatch To(
-    const std::string& service, const std::string& operation, const CoreServices::Parameters& request = {}) {
-    PlatformAbstraction::Messaging::ServiceMessageDispatch dispatch(service, "test", 1, operation);
+inline Messaging::ServiceMessageDispatch To(const std::string& service, const std::string& operation,
+                                            const CoreServices::Parameters& request = {}) {
+    Messaging::ServiceMessageDispatch dispatch(service, "test", 1, operation);
     dispatch.parameters = request;
     return dispatch;
 }
 
 /// How the exchange ended: the result tree as JSON, or the code of the error.
-inline std::string EndOf(PlatformAbstraction::Messaging::MessageResultsFuture& future) {
+inline std::string EndOf(Messaging::MessageResultsFuture& future) {
     std::string code;
     std::string message;
     CoreServices::Parameters results;

@@ -17,141 +17,124 @@ namespace PlatformAbstraction::Messaging {
 namespace {
 
 using CoreServices::Parameters;
-using TestSupport::ContextPointer;
-using TestSupport::EndOf;
-using TestSupport::Hold;
-using TestSupport::MakeBus;
-using TestSupport::MakeService;
-using TestSupport::Tally;
-using TestSupport::To;
+using testing::AllOf;
+using testing::HasSubstr;
+using namespace TestSupport;  // NOLINT(google-build-using-namespace)
+using Acceptance = MessageSink::Acceptance;
+using Futures = std::vector<std::shared_ptr<MessageResultsFuture>>;
 
 Parameters Echo(const Parameters& request, const ContextPointer& /*context*/) {
     return request;
 }
 
+/// A handler that asks another one and answers with how that ended.
+FunctionHandlerV2::Function Relay(const std::string& service, const std::string& operation) {
+    return [service, operation](const Parameters& request, const ContextPointer& context) {
+        Parameters answer;
+        const auto messaging = context->GetContextBusMessaging();
+        answer.SetParameter("relayed", EndOf(*messaging->SendRequest(To(service, operation, request))));
+        return answer;
+    };
+}
+
 TEST(InProcessBus, RequestsAreAnsweredAndTheCallersContextTravels) {
     const auto bus = MakeBus();
-    bus->Attach(MakeService(
-        "asked", {{"whoAsks", [](const Parameters&,
-                                 const ContextPointer& context) { return context->GetContextParameters(); }},
-                  {"fail", [](const Parameters&, const ContextPointer&) -> Parameters {
-                       throw MessageHandlerError("MY_CODE", "mine");
-                   }}}));
-    const auto asking = bus->Attach(MakeService(
-        "asking", {{"passOn", [](const Parameters&, const ContextPointer& context) {
-                        auto messaging = context->GetContextBusMessaging();
-                        Parameters answer;
-                        answer.SetParameter("asked", EndOf(*messaging->SendRequest(To("asked", "whoAsks"))));
-                        return answer;
-                    }}}));
+    const auto showCaller = [](const auto&, const auto& context) { return context->GetContextParameters(); };
+    const auto fail = [](const auto&, const auto&) -> Parameters {
+        throw MessageHandlerError("MY_CODE", "mine");
+    };
+    bus->Attach(MakeService("asked", {{"whoAsks", showCaller}, {"fail", fail}}));
+    const auto asking = bus->Attach(MakeService("asking", {{"passOn", Relay("asked", "whoAsks")}}));
     const Parameters caller = Parameters::fromJSON(R"({"identity":{"identityId":"me"}})");
     std::promise<MessageAnswer> answered;
-    EXPECT_EQ(asking->Deliver("passOn", {}, caller,
-                              [&](MessageAnswer answer) { answered.set_value(std::move(answer)); }),
-              MessageSink::Acceptance::Accepted);
+    const auto onAnswer = [&](MessageAnswer answer) { answered.set_value(std::move(answer)); };
+    EXPECT_EQ(asking->Deliver("passOn", {}, caller, onAnswer), Acceptance::Accepted);
     auto answer = answered.get_future();
-    ASSERT_EQ(answer.wait_for(TestSupport::kDeadline), std::future_status::ready);
-    std::string asked;
-    EXPECT_TRUE(answer.get().results.GetParameter("asked", asked));
-    EXPECT_EQ(asked, caller.toJSON());
-
+    ASSERT_EQ(answer.wait_for(kDeadline), std::future_status::ready);
+    std::string relayed;
+    EXPECT_TRUE(answer.get().results.GetParameter("relayed", relayed));
+    EXPECT_EQ(relayed, caller.toJSON());
     EXPECT_EQ(EndOf(*asking->GetMessaging()->SendRequest(To("asked", "whoAsks"))), "{}");
     EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("asked", "fail"))), "MY_CODE");
 }
 
-struct AddressRow {
-    const char* name;
-    ServiceMessageDispatch dispatch;
-    const char* end;           // of a request or a notification
-    const char* broadcastEnd;  // a service that is not there has no instances to miss the message
-};
-
 TEST(InProcessBus, WhatIsNotThereIsToldAtOnce) {
     const auto bus = MakeBus();
     const auto attached = bus->Attach(MakeService("a.service", {{"echo", Echo}}));
-    const AddressRow rows[] = {
-        {"there", {"a.service", "test", 1, "echo"}, "{}", "{}"},
-        {"service", {"another", "test", 1, "echo"}, "SERVICE_NOT_FOUND", "{}"},
-        {"letter case", {"A.service", "test", 1, "echo"}, "SERVICE_NOT_FOUND", "{}"},
-        {"realm", {"a.service", "global", 1, "echo"}, "SERVICE_NOT_FOUND", "{}"},
-        {"version", {"a.service", "test", 2, "echo"}, "SERVICE_NOT_FOUND", "{}"},
-        {"operation", {"a.service", "test", 1, "Echo"}, "OPERATION_NOT_FOUND", "OPERATION_NOT_FOUND"},
-        {"no operation", {"a.service", "test", 1, ""}, "OPERATION_NOT_FOUND", "OPERATION_NOT_FOUND"},
-    };
     const auto messaging = bus->GetMessaging();
-    for (const AddressRow& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(EndOf(*messaging->SendRequest(row.dispatch)), row.end);
-        EXPECT_EQ(EndOf(*messaging->SendNotification(row.dispatch)), row.end);
-        EXPECT_EQ(EndOf(*messaging->BroadcastNotification(row.dispatch)), row.broadcastEnd);
+    const std::pair<ServiceMessageDispatch, const char*> rows[] = {
+        {{"a.service", "test", 1, "echo"}, "{}"},
+        {{"another", "test", 1, "echo"}, "SERVICE_NOT_FOUND"},
+        {{"A.service", "test", 1, "echo"}, "SERVICE_NOT_FOUND"},
+        {{"a.service", "global", 1, "echo"}, "SERVICE_NOT_FOUND"},
+        {{"a.service", "test", 2, "echo"}, "SERVICE_NOT_FOUND"},
+        {{"a.service", "test", 1, "Echo"}, "OPERATION_NOT_FOUND"},
+        {{"a.service", "test", 1, ""}, "OPERATION_NOT_FOUND"},
+    };
+    for (const auto& [dispatch, end] : rows) {
+        SCOPED_TRACE(dispatch.service + dispatch.realm + dispatch.operation);
+        EXPECT_EQ(EndOf(*messaging->SendRequest(dispatch)), end);
+        EXPECT_EQ(EndOf(*messaging->SendNotification(dispatch)), end);
+        // A service that is not there has no instances to miss the message.
+        const bool isThere = std::string(end) != "SERVICE_NOT_FOUND";
+        EXPECT_EQ(EndOf(*messaging->BroadcastNotification(dispatch)), isThere ? end : "{}");
     }
-    EXPECT_EQ(attached->Deliver("Echo", {}, {}, nullptr), MessageSink::Acceptance::NotFound);
+    EXPECT_EQ(attached->Deliver("Echo", {}, {}, nullptr), Acceptance::NotFound);
     std::string code;
     std::string text;
-    messaging->SendRequest(rows[3].dispatch)->GetErrorDetails(code, text);
-    EXPECT_THAT(text,
-                ::testing::AllOf(::testing::HasSubstr("\"a.service\""), ::testing::HasSubstr("\"global\"")));
-    messaging->SendRequest(rows[5].dispatch)->GetErrorDetails(code, text);
-    EXPECT_THAT(text,
-                ::testing::AllOf(::testing::HasSubstr("\"a.service\""), ::testing::HasSubstr("\"Echo\"")));
+    messaging->SendRequest(rows[3].first)->GetErrorDetails(code, text);
+    EXPECT_THAT(text, AllOf(HasSubstr("\"a.service\""), HasSubstr("\"global\"")));
+    messaging->SendRequest(rows[5].first)->GetErrorDetails(code, text);
+    EXPECT_THAT(text, AllOf(HasSubstr("\"a.service\""), HasSubstr("\"Echo\"")));
 }
 
 TEST(InProcessBus, InstancesTakeTurnsAndAllHearABroadcast) {
     Tally heard[3];
     const auto bus = MakeBus();
     for (Tally& tally : heard) {
-        bus->Attach(MakeService("many", {{"hear", [&tally](const Parameters& request, const ContextPointer&) {
-                                              tally.Add();
-                                              return request;
-                                          }}}));
+        const auto hear = [&tally](const auto& request, const auto&) {
+            tally.Add();
+            return request;
+        };
+        bus->Attach(MakeService("many", {{"hear", hear}}));
     }
     const auto messaging = bus->GetMessaging();
     for (int i = 0; i < 6; ++i) {
         EXPECT_EQ(EndOf(*messaging->SendRequest(To("many", "hear"))), "{}");
     }
-    for (Tally& tally : heard) {
-        EXPECT_EQ(tally.Get(), 2U);
-    }
+    EXPECT_TRUE(std::ranges::all_of(heard, [](Tally& tally) { return tally.Get() == 2; }));
     EXPECT_EQ(EndOf(*messaging->BroadcastNotification(To("many", "hear"))), "{}");
-    for (Tally& tally : heard) {
-        EXPECT_TRUE(tally.WaitFor(3));
-    }
+    EXPECT_TRUE(std::ranges::all_of(heard, [](Tally& tally) { return tally.WaitFor(3); }));
 }
-
-struct WaitingRow {
-    const char* name;
-    InProcessBusSettings settings;
-    std::size_t numWaiting;
-};
 
 // All wait at once for what only a further handler of the same service can give.
 TEST(InProcessBus, WaitingHandlersAreStoodInFor) {
-    const WaitingRow rows[] = {
-        {"one thread", {.threads = 1, .maxStandIns = 1, .maxQueuedMessages = 4096}, 1},
-        {"as many as may be stood in for", {.threads = 1, .maxStandIns = 7, .maxQueuedMessages = 4096}, 7},
-        {"many more than threads", {.threads = 4, .maxStandIns = 1024, .maxQueuedMessages = 4096}, 300},
+    const std::pair<InProcessBusSettings, std::size_t> rows[] = {
+        {{.threads = 1, .maxStandIns = 1, .maxQueuedMessages = 4096}, 1},
+        {{.threads = 1, .maxStandIns = 7, .maxQueuedMessages = 4096}, 7},
+        {{.threads = 4, .maxStandIns = 1024, .maxQueuedMessages = 4096}, 300},
     };
-    for (const WaitingRow& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [settings, numWaiting] : rows) {
+        SCOPED_TRACE(numWaiting);
         Tally waiting;
         auto exchange = std::make_shared<MessageExchange>();
         const auto released = std::make_shared<MessageResultsFuture>(exchange);
-        const auto bus = MakeBus(row.settings);
-        bus->Attach(MakeService("a", {{"wait",
-                                       [&](const Parameters& request, const ContextPointer&) {
-                                           waiting.Add();
-                                           EXPECT_EQ(EndOf(*released), "{}");
-                                           return request;
-                                       }},
-                                      {"release", [&](const Parameters& request, const ContextPointer&) {
-                                           exchange->End(MessageAnswer());
-                                           return request;
-                                       }}}));
-        std::vector<std::shared_ptr<MessageResultsFuture>> futures;
-        for (std::size_t i = 0; i < row.numWaiting; ++i) {
+        const auto wait = [&](const auto& request, const auto&) {
+            waiting.Add();
+            EXPECT_EQ(EndOf(*released), "{}");
+            return request;
+        };
+        const auto release = [&](const auto& request, const auto&) {
+            exchange->End(MessageAnswer());
+            return request;
+        };
+        const auto bus = MakeBus(settings);
+        bus->Attach(MakeService("a", {{"wait", wait}, {"release", release}}));
+        Futures futures;
+        for (std::size_t i = 0; i < numWaiting; ++i) {
             futures.push_back(bus->GetMessaging()->SendRequest(To("a", "wait")));
         }
-        EXPECT_TRUE(waiting.WaitFor(row.numWaiting));
+        EXPECT_TRUE(waiting.WaitFor(numWaiting));
         EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("a", "release"))), "{}");
         for (const auto& future : futures) {
             EXPECT_EQ(EndOf(*future), "{}");
@@ -161,51 +144,42 @@ TEST(InProcessBus, WaitingHandlersAreStoodInFor) {
 
 TEST(InProcessBus, AHandlerMayAskItsOwnServiceDeeply) {
     const auto bus = MakeBus({.threads = 1, .maxStandIns = 1024, .maxQueuedMessages = 1});
-    bus->Attach(MakeService(
-        "deep", {{"down", [](const Parameters& request, const ContextPointer& context) {
-                      std::int32_t depth = 0;
-                      request.GetParameter("depth", depth);
-                      Parameters answer;
-                      if (depth > 0) {
-                          answer.SetParameter("depth", depth - 1);
-                          const auto below =
-                              context->GetContextBusMessaging()->SendRequest(To("deep", "down", answer));
-                          EXPECT_TRUE(below->WaitForDone(TestSupport::kDeadlineMicroseconds));
-                          EXPECT_TRUE(below->GetResults(answer));
-                      }
-                      return depth == 0 ? Parameters::fromJSON(R"({"bottom":true})") : answer;
-                  }}}));
-    EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(
-                  To("deep", "down", Parameters::fromJSON(R"({"depth":200})")))),
-              R"({"bottom":true})");
+    const auto down = [](const Parameters& request, const ContextPointer& context) {
+        std::int32_t depth = 0;
+        request.GetParameter("depth", depth);
+        Parameters answer;
+        answer.SetParameter("depth", depth - 1);
+        const auto messaging = context->GetContextBusMessaging();
+        return depth == 0 ? Parameters()
+                          : Parameters::fromJSON(EndOf(*messaging->SendRequest(To("deep", "down", answer))));
+    };
+    bus->Attach(MakeService("deep", {{"down", down}}));
+    const auto request = Parameters::fromJSON(R"({"depth":200})");
+    EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("deep", "down", request))), "{}");
 }
 
 TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
     Hold hold;
     std::atomic<int> atWork = 0;
     std::atomic<int> mostAtWork = 0;
+    const auto work = [&](const auto& request, const auto&) {
+        mostAtWork = std::max(mostAtWork.load(), ++atWork);
+        hold.Pass();
+        --atWork;
+        return request;
+    };
     const auto bus = MakeBus({.threads = 2, .maxStandIns = 1024, .maxQueuedMessages = 3});
-    const auto attached =
-        bus->Attach(MakeService("busy", {{"work", [&](const Parameters& request, const ContextPointer&) {
-                                              const int now = ++atWork;
-                                              mostAtWork = std::max(mostAtWork.load(), now);
-                                              hold.Pass();
-                                              --atWork;
-                                              return request;
-                                          }}}));
+    const auto attached = bus->Attach(MakeService("busy", {{"work", work}}));
     const auto messaging = attached->GetMessaging();
-    std::vector<std::shared_ptr<MessageResultsFuture>> taken;
-    for (std::size_t i = 0; i < 2; ++i) {
+    Futures taken;
+    for (std::size_t i = 0; i < 5; ++i) {
         taken.push_back(messaging->SendRequest(To("busy", "work")));
-        ASSERT_TRUE(hold.arrived.WaitFor(i + 1));
-    }
-    for (int i = 0; i < 3; ++i) {
-        taken.push_back(messaging->SendRequest(To("busy", "work")));
+        ASSERT_TRUE(hold.arrived.WaitFor(std::min<std::size_t>(i + 1, 2)));
     }
     EXPECT_EQ(EndOf(*messaging->SendRequest(To("busy", "work"))), "QUEUE_FULL");
     EXPECT_EQ(EndOf(*messaging->SendNotification(To("busy", "work"))), "QUEUE_FULL");
     EXPECT_EQ(EndOf(*messaging->BroadcastNotification(To("busy", "work"))), "QUEUE_FULL");
-    EXPECT_EQ(attached->Deliver("work", {}, {}, nullptr), MessageSink::Acceptance::QueueFull);
+    EXPECT_EQ(attached->Deliver("work", {}, {}, nullptr), Acceptance::QueueFull);
     hold.opened.Add();
     for (const auto& future : taken) {
         EXPECT_EQ(EndOf(*future), "{}");
@@ -216,14 +190,12 @@ TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
 
 TEST(InProcessBus, AnAnswerThatNobodyWaitsForIsDropped) {
     Hold hold;
+    const auto work = [&](const auto& request, const auto&) {
+        hold.Pass();
+        return request;
+    };
     const auto bus = MakeBus();
-    const auto attached =
-        bus->Attach(MakeService("late", {{"work",
-                                          [&](const Parameters& request, const ContextPointer&) {
-                                              hold.Pass();
-                                              return request;
-                                          }},
-                                         {"echo", Echo}}));
+    const auto attached = bus->Attach(MakeService("late", {{"work", work}, {"echo", Echo}}));
     bus->GetMessaging()->SendRequest(To("late", "work"))->WaitForDone(1);
     attached->Deliver("work", {}, {}, [](MessageAnswer) { throw std::runtime_error("gone"); });
     ASSERT_TRUE(hold.arrived.WaitFor(2));
@@ -234,29 +206,116 @@ TEST(InProcessBus, AnAnswerThatNobodyWaitsForIsDropped) {
 TEST(InProcessBus, ManySendersAndServicesAtOnce) {
     const auto bus = MakeBus({.threads = 4, .maxStandIns = 64, .maxQueuedMessages = 4096});
     bus->Attach(MakeService("back", {{"echo", Echo}}));
-    bus->Attach(MakeService("front", {{"relay", [](const Parameters& request, const ContextPointer& context) {
-                                           Parameters answer;
-                                           answer.SetParameter(
-                                               "back", EndOf(*context->GetContextBusMessaging()->SendRequest(
-                                                           To("back", "echo", request))));
-                                           return answer;
-                                       }}}));
-    std::atomic<int> numRight = 0;
+    bus->Attach(MakeService("front", {{"relay", Relay("back", "echo")}}));
     std::vector<std::thread> senders;
     for (int sender = 0; sender < 4; ++sender) {
-        senders.emplace_back([&bus, &numRight] {
+        senders.emplace_back([&bus] {
             const auto messaging = bus->GetMessaging();
             for (int i = 0; i < 250; ++i) {
                 const auto one = messaging->SendRequest(To("front", "relay"));
                 const auto other = messaging->SendRequest(To("back", "echo"));
-                numRight += EndOf(*one) == R"({"back":"{}"})" && EndOf(*other) == "{}" ? 1 : 0;
+                ASSERT_EQ(EndOf(*one) + EndOf(*other), R"({"relayed":"{}"}{})");
             }
         });
     }
     for (std::thread& sender : senders) {
         sender.join();
     }
-    EXPECT_EQ(numRight, 1000);
+}
+
+bool WaitUntil(const std::function<bool()>& isSo) {
+    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    while (!isSo() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return isSo();
+}
+
+class InProcessBusStop : public ::testing::Test {
+protected:
+    // "a" has one thread; its "hold" waits for the test, then asks "b" and answers with how that ended.
+    InProcessBusStop()
+        : m_pBus(InProcessBus::Create({.threads = 1, .maxStandIns = 8, .maxQueuedMessages = 100})) {
+        const auto holding = [hold = m_pHold](const Parameters& request, const ContextPointer& context) {
+            hold->Pass();
+            return Relay("b", "echo")(request, context);
+        };
+        auto service = MakeService("a", {{"hold", holding}});
+        m_pHandler = service->GetMessageHandlersV2().begin()->second;
+        m_pAttached = m_pBus->Attach(service);
+        service->ReleaseHandlers();  // the bus alone holds them now
+        m_pBus->Attach(MakeService("b", {{"echo", Echo}}));
+        m_pMessaging = m_pBus->GetMessaging();
+    }
+
+    std::string EndAt(const std::string& service, const std::string& operation) {
+        return EndOf(*m_pMessaging->SendRequest(To(service, operation)));
+    }
+    Acceptance Deliver() {
+        return m_pAttached->Deliver("hold", {}, {}, [](const MessageAnswer&) {});
+    }
+
+    const std::shared_ptr<Hold> m_pHold = std::make_shared<Hold>();
+    std::shared_ptr<InProcessBus> m_pBus;
+    std::weak_ptr<ServiceMessageHandlerV2> m_pHandler;
+    std::shared_ptr<AttachedService> m_pAttached;
+    std::shared_ptr<BusMessaging> m_pMessaging;
+};
+
+TEST_F(InProcessBusStop, WorkUnderWayAndWaitingIsAnswered) {
+    const auto underWay = m_pMessaging->SendRequest(To("a", "hold"));
+    const auto waiting = m_pMessaging->SendRequest(To("a", "hold"));
+    ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
+    auto stopped = std::async(std::launch::async, [this] { m_pBus->Stop(kDeadline); });
+    EXPECT_TRUE(WaitUntil([this] { return Deliver() == Acceptance::Stopping; }));
+    EXPECT_EQ(EndAt("a", "hold"), "SERVICE_STOPPING");
+    EXPECT_EQ(EndOf(*m_pMessaging->SendNotification(To("a", "hold"))), "SERVICE_STOPPING");
+    m_pHold->opened.Add();
+
+    // What the handler asked of the other service was part of its work.
+    EXPECT_EQ(EndOf(*underWay), R"({"relayed":"{}"})");
+    EXPECT_EQ(EndOf(*waiting), R"({"relayed":"{}"})");
+    ASSERT_EQ(stopped.wait_for(kDeadline), std::future_status::ready);
+    EXPECT_TRUE(m_pHandler.expired());
+    EXPECT_EQ(Deliver(), Acceptance::Stopping);
+    EXPECT_EQ(EndAt("b", "echo"), "SERVICE_STOPPING");
+    EXPECT_EQ(EndAt("b", "other"), "OPERATION_NOT_FOUND");
+    EXPECT_THROW(m_pBus->Attach(MakeService("c", {})), std::logic_error);
+}
+
+TEST_F(InProcessBusStop, OutOfPatienceTheWaitingAreToldAndTheRestIsLeftToItsThreads) {
+    const auto underWay = m_pMessaging->SendRequest(To("a", "hold"));
+    const auto waiting = m_pMessaging->SendRequest(To("a", "hold"));
+    ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
+    m_pBus->Stop(std::chrono::milliseconds(1));
+    EXPECT_EQ(EndOf(*waiting), "SERVICE_STOPPING");
+    EXPECT_FALSE(underWay->WaitForDone(0));
+    m_pAttached.reset();
+    m_pMessaging.reset();
+    m_pBus.reset();
+
+    EXPECT_FALSE(m_pHandler.expired());
+    m_pHold->opened.Add();
+    EXPECT_EQ(EndOf(*underWay), R"({"relayed":"SERVICE_STOPPING"})");
+    EXPECT_TRUE(WaitUntil([this] { return m_pHandler.expired(); }));
+}
+
+TEST_F(InProcessBusStop, LettingTheBusGoStopsIt) {
+    EXPECT_NE(EndAt("b", "echo"), "SERVICE_STOPPING");
+    m_pBus.reset();
+    EXPECT_TRUE(m_pHandler.expired());
+    EXPECT_EQ(EndAt("b", "echo"), "SERVICE_STOPPING");
+    EXPECT_EQ(Deliver(), Acceptance::Stopping);
+}
+
+TEST(InProcessBus, RefusesWhatCannotWork) {
+    EXPECT_THROW(InProcessBus::Create({.threads = 0, .maxStandIns = 1, .maxQueuedMessages = 1}),
+                 std::invalid_argument);
+    EXPECT_THROW(InProcessBus::Create({.threads = 1, .maxStandIns = 1, .maxQueuedMessages = 0}),
+                 std::invalid_argument);
+    const auto bus = InProcessBus::Create();
+    EXPECT_THROW(bus->Attach(nullptr), std::invalid_argument);
+    EXPECT_THROW(bus->Attach(std::make_shared<ServiceInfo>()), std::invalid_argument);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "BusConnection.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
@@ -11,38 +12,21 @@
 namespace PlatformAbstraction::Messaging {
 namespace {
 
-// What the connection asked of its bus, and what the bus is to say.
-struct Script {
-    InitError startError = InitError::None;
-    bool startThrows = false;
-    bool isRunning = false;
-    std::string configuration;
-};
+using testing::_;
+using testing::Assign;
+using testing::DoAll;
+using testing::NiceMock;
+using testing::Return;
+using testing::ReturnPointee;
+using testing::Throw;
 
-class ScriptedTransport final : public BusTransport {
+class MockTransport : public BusTransport {
 public:
-    explicit ScriptedTransport(Script& script) : m_script(script) {}
-    InitError Start(std::shared_ptr<ServiceInfoApi> /*service*/, const std::string& configuration) override {
-        m_script.configuration = configuration;
-        if (m_script.startThrows) {
-            throw std::runtime_error("no");
-        }
-        m_script.isRunning = m_script.startError == InitError::None;
-        return m_script.startError;
-    }
-    bool IsRunning() const override { return m_script.isRunning; }
-    bool WaitUntilStopped() override {
-        m_script.isRunning = false;
-        return true;
-    }
-    TermError Stop() override {
-        m_script.isRunning = false;
-        return TermError::None;
-    }
-    std::shared_ptr<BusMessaging> GetMessaging() const override { return nullptr; }
-
-private:
-    Script& m_script;
+    MOCK_METHOD(InitError, Start, (std::shared_ptr<ServiceInfoApi>, const std::string&), (override));
+    MOCK_METHOD(bool, IsRunning, (), (const, override));
+    MOCK_METHOD(bool, WaitUntilStopped, (), (override));
+    MOCK_METHOD(TermError, Stop, (), (override));
+    MOCK_METHOD(std::shared_ptr<BusMessaging>, GetMessaging, (), (const, override));
 };
 
 std::shared_ptr<ServiceInfoApi> NamedService() {
@@ -52,57 +36,48 @@ std::shared_ptr<ServiceInfoApi> NamedService() {
 }
 
 TEST(BusConnection, RefusesWhatComesOutOfOrder) {
-    Script script;
-    BusConnection connection(std::make_unique<ScriptedTransport>(script));
+    auto transport = std::make_unique<NiceMock<MockTransport>>();
+    auto& bus = *transport;
+    BusConnection connection(std::move(transport));
+    ON_CALL(bus, IsRunning).WillByDefault(Return(true));
+    EXPECT_CALL(bus, Start(_, ""))
+        .WillOnce(Throw(std::runtime_error("no")))
+        .WillOnce(Return(InitError::CannotListen));
+    EXPECT_CALL(bus, Start(_, "bus.json")).WillOnce(Return(InitError::None));
     EXPECT_EQ(connection.Initialize("", ""), InitError::NoServiceInfo);
     EXPECT_EQ(connection.Terminate(0), TermError::NotRunning);
     EXPECT_FALSE(connection.WaitUntilBusStops());
-    EXPECT_FALSE(connection.AssignServiceInfo(nullptr));
-    EXPECT_FALSE(connection.AssignServiceInfo(ConstructServiceInfo()));
+    EXPECT_FALSE(connection.AssignServiceInfo(nullptr) ||
+                 connection.AssignServiceInfo(ConstructServiceInfo()));
     EXPECT_EQ(connection.GetServiceInfo(), nullptr);
 
     const auto service = NamedService();
     EXPECT_TRUE(connection.AssignServiceInfo(service));
-    EXPECT_FALSE(connection.IsRunning());
-    script.startThrows = true;
     EXPECT_EQ(connection.Initialize("", ""), InitError::Failed);
-    script.startThrows = false;
-    script.startError = InitError::CannotListen;
     EXPECT_EQ(connection.Initialize("", ""), InitError::CannotListen);
     EXPECT_FALSE(connection.IsRunning());
-    script.startError = InitError::None;
     EXPECT_EQ(connection.Initialize("bus.json", ""), InitError::None);
-    EXPECT_EQ(script.configuration, "bus.json");
     EXPECT_TRUE(connection.IsRunning());
-
     EXPECT_EQ(connection.Initialize("", ""), InitError::AlreadyInitialized);
     EXPECT_FALSE(connection.AssignServiceInfo(NamedService()));
     EXPECT_EQ(connection.GetServiceInfo(), service);
 }
 
-class HandlerWithConnection final : public ServiceMessageHandlerV2 {
-public:
-    explicit HandlerWithConnection(std::shared_ptr<BusConnection> connection)
-        : m_pConnection(std::move(connection)) {}
-    RegistrationParams GetRegistrationParams() const override { return TestSupport::Registration("m"); }
-    CoreServices::Parameters HandleMessageV2(const CoreServices::Parameters& /*request*/,
-                                             std::shared_ptr<MessageContext> /*context*/) override {
-        return {};
-    }
-
-private:
-    const std::shared_ptr<BusConnection> m_pConnection;
-};
-
 TEST(BusConnection, LetsTheHandlersThatHoldItGoWhenTheBusHasStopped) {
     for (const bool byTerminate : {true, false}) {
-        Script script;
-        auto connection = std::make_shared<BusConnection>(std::make_unique<ScriptedTransport>(script));
+        auto transport = std::make_unique<NiceMock<MockTransport>>();
+        bool isRunning = true;
+        ON_CALL(*transport, IsRunning).WillByDefault(ReturnPointee(&isRunning));
+        ON_CALL(*transport, Stop).WillByDefault(DoAll(Assign(&isRunning, false), Return(TermError::None)));
+        ON_CALL(*transport, WaitUntilStopped).WillByDefault(DoAll(Assign(&isRunning, false), Return(true)));
+        auto connection = std::make_shared<BusConnection>(std::move(transport));
         const auto service = NamedService();
-        service->AddMessageHandlerV2(std::make_shared<HandlerWithConnection>(connection));
+        service->AddMessageHandlerV2(std::make_shared<TestSupport::FunctionHandlerV2>(
+            TestSupport::Registration("m"),
+            [connection](const auto& request, const TestSupport::ContextPointer&) { return request; }));
         connection->AssignServiceInfo(service);
         connection->Initialize("", "");
-        EXPECT_TRUE(service->HasMessageHandlers());
+        EXPECT_GT(connection.use_count(), 1);
         byTerminate ? void(connection->Terminate(0)) : void(connection->WaitUntilBusStops());
         EXPECT_EQ(connection.use_count(), 1);
     }
@@ -117,17 +92,15 @@ TEST(BusConnection, EveryErrorHasATextOfItsOwn) {
 }
 
 TEST(DeploymentMode, OnlyWhatIsOnOfferCanBeChosen) {
-    Script script;
     EXPECT_THROW(BusConnection(), std::logic_error);
-    OfferDeploymentMode("scripted", [&script] { return std::make_unique<ScriptedTransport>(script); });
-    EXPECT_FALSE(InitializeDeploymentMode("Scripted"));
-    EXPECT_FALSE(InitializeDeploymentMode(""));
+    OfferDeploymentMode("mocked", [] { return std::make_unique<NiceMock<MockTransport>>(); });
+    EXPECT_FALSE(InitializeDeploymentMode("Mocked") || InitializeDeploymentMode(""));
     EXPECT_THROW(MakeBusTransport(), std::logic_error);
-    EXPECT_TRUE(InitializeDeploymentMode("scripted"));
+    EXPECT_TRUE(InitializeDeploymentMode("mocked"));
     EXPECT_NE(MakeBusTransport(), nullptr);
     // A refused mode leaves the choice alone.
     EXPECT_FALSE(InitializeDeploymentMode("distributed"));
-    EXPECT_FALSE(BusConnection().IsRunning());
+    EXPECT_NO_THROW(BusConnection());
 }
 
 }  // namespace

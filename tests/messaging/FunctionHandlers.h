@@ -6,31 +6,37 @@
 #include <utility>
 #include <vector>
 
-#include "RegParamsBuilder.h"
 #include "ServiceInfo.h"
 
 namespace TestSupport {
 
-inline PlatformAbstraction::RegistrationParams Registration(
-    const std::string& name, const std::string& path = "",
-    PlatformAbstraction::HTTPMethod method = PlatformAbstraction::HTTPMethod::Get) {
-    return PlatformAbstraction::RegParamsBuilder()
-        .SetName(name)
-        .SetRESTPath(path)
-        .SetRESTMethod(method)
-        .GetResult();
-}
-
+using PlatformAbstraction::RegistrationParams;
 using ContextPointer = std::shared_ptr<PlatformAbstraction::Messaging::MessageContext>;
 
+inline RegistrationParams Registration(
+    const std::string& name, const std::string& path = "",
+    PlatformAbstraction::HTTPMethod method = PlatformAbstraction::HTTPMethod::Get) {
+    return {name, "", {}, path, method};
+}
+
+/// A handler of any of the kinds, which says the registration that it is given.
+template <typename Handler>
+class Registered : public Handler {
+public:
+    explicit Registered(RegistrationParams registration) : m_registration(std::move(registration)) {}
+    RegistrationParams GetRegistrationParams() const override { return m_registration; }
+
+private:
+    const RegistrationParams m_registration;
+};
+
 /// Answers through the response by a function.
-class FunctionHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandler {
+class FunctionHandler final : public Registered<PlatformAbstraction::Messaging::ServiceMessageHandler> {
 public:
     using Function = std::function<void(PlatformAbstraction::Messaging::ServiceMessageResponse&)>;
-    FunctionHandler(PlatformAbstraction::RegistrationParams registration, Function function)
-        : m_registration(std::move(registration)), m_function(std::move(function)) {}
+    FunctionHandler(RegistrationParams registration, Function function)
+        : Registered(std::move(registration)), m_function(std::move(function)) {}
 
-    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override { return m_registration; }
     bool HandleMessage(ContextPointer /*context*/, const CoreServices::Parameters& /*request*/,
                        PlatformAbstraction::Messaging::ServiceMessageResponse& response) override {
         m_function(response);
@@ -38,36 +44,31 @@ public:
     }
 
 private:
-    const PlatformAbstraction::RegistrationParams m_registration;
     const Function m_function;
 };
 
 /// Answers by what a function returns.
-class FunctionHandlerV2 final : public PlatformAbstraction::Messaging::ServiceMessageHandlerV2 {
+class FunctionHandlerV2 final : public Registered<PlatformAbstraction::Messaging::ServiceMessageHandlerV2> {
 public:
     using Function =
         std::function<CoreServices::Parameters(const CoreServices::Parameters&, const ContextPointer&)>;
-    FunctionHandlerV2(PlatformAbstraction::RegistrationParams registration, Function function)
-        : m_registration(std::move(registration)), m_function(std::move(function)) {}
+    FunctionHandlerV2(RegistrationParams registration, Function function)
+        : Registered(std::move(registration)), m_function(std::move(function)) {}
 
-    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override { return m_registration; }
     CoreServices::Parameters HandleMessageV2(const CoreServices::Parameters& request,
                                              ContextPointer context) override {
         return m_function(request, context);
     }
 
 private:
-    const PlatformAbstraction::RegistrationParams m_registration;
     const Function m_function;
 };
 
 /// A submission that answers with what it was registered with.
-class EchoingSubmission final : public Weftline::SubmitMessageHandler {
+class EchoingSubmission final : public Registered<Weftline::SubmitMessageHandler> {
 public:
-    explicit EchoingSubmission(PlatformAbstraction::RegistrationParams registration)
-        : m_registration(std::move(registration)) {}
+    using Registered::Registered;
 
-    PlatformAbstraction::RegistrationParams GetRegistrationParams() const override { return m_registration; }
     CoreServices::Parameters SubmitJob(const std::string& jobKind, const std::string& evalTaskKind,
                                        const std::string& name, bool failJobDefault,
                                        const CoreServices::Parameters& request,
@@ -77,21 +78,16 @@ public:
         answer.SetParameter("failJobDefault", failJobDefault);
         return answer;
     }
-
-private:
-    const PlatformAbstraction::RegistrationParams m_registration;
 };
 
 /// A set whose messages answer with their own name.
 class NamingSet final : public PlatformAbstraction::Messaging::ServiceMessageHandlerSet {
 public:
-    explicit NamingSet(std::vector<PlatformAbstraction::RegistrationParams> registrations)
+    explicit NamingSet(std::vector<RegistrationParams> registrations)
         : m_registrations(std::move(registrations)) {}
 
     std::string GetSetName() const override { return "naming"; }
-    std::vector<PlatformAbstraction::RegistrationParams> GetRegistrationParamsOfSet() const override {
-        return m_registrations;
-    }
+    std::vector<RegistrationParams> GetRegistrationParamsOfSet() const override { return m_registrations; }
     CoreServices::Parameters HandleMessageOfSet(const std::string& name,
                                                 const CoreServices::Parameters& /*request*/,
                                                 ContextPointer /*context*/) override {
@@ -101,7 +97,7 @@ public:
     }
 
 private:
-    const std::vector<PlatformAbstraction::RegistrationParams> m_registrations;
+    const std::vector<RegistrationParams> m_registrations;
 };
 
 }  // namespace TestSupport

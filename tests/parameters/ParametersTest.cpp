@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -14,43 +14,42 @@ using CoreServices::Parameters;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-struct GetterRow {
-    const char* key;
-    bool isText, isBool, isInteger, isReal, isChild, isPresent;
-};
+Parameters Tree(std::string_view json) {
+    return Parameters::fromJSON(json);
+}
+
+/// What the value reads as. Whatever it does not read as is to be left as it was.
+std::string ReadableAs(const Parameters& tree, const std::string& key) {
+    std::string text = "before";
+    bool flag = false;
+    std::int32_t integer = 77;
+    double real = 77;
+    Parameters child = Tree(R"({"before":1})");
+    std::string readable;
+    readable += tree.GetParameter(key, text) ? "text " : "";
+    readable += tree.GetParameter(key, flag) ? "bool " : "";
+    readable += tree.GetParameter(key, integer) ? "integer " : "";
+    readable += tree.GetParameter(key, real) ? "real " : "";
+    readable += tree.GetChildParameters(key, child) ? "child " : "";
+    EXPECT_EQ(text != "before", readable == "text ") << key;
+    EXPECT_EQ(flag, readable == "bool ") << key;
+    EXPECT_EQ(integer, readable == "integer " ? 1 : 77) << key;
+    EXPECT_EQ(real, readable == "real " ? 1 : 77) << key;
+    EXPECT_EQ(child.HasParameter("before"), readable != "child ") << key;
+    EXPECT_EQ(tree.GetChildParameters(key).IsEmpty(), readable != "child ") << key;
+    return readable + (tree.HasParameter(key) ? "there" : "none");
+}
 
 TEST(Parameters, GettersAreStrict) {
-    const auto tree =
-        Parameters::fromJSON(R"({"text":"1","word":"true","bool":true,"int":1,"real":1.0,"null":null,)"
-                             R"("object":{"a":1},"array":["1"]})");
-    const GetterRow rows[] = {
-        {"text", true, false, false, false, false, true},   {"word", true, false, false, false, false, true},
-        {"bool", false, true, false, false, false, true},   {"int", false, false, true, false, false, true},
-        {"real", false, false, false, true, false, true},   {"null", false, false, false, false, false, true},
-        {"object", false, false, false, false, true, true}, {"array", false, false, false, false, true, true},
-        {"none", false, false, false, false, false, false}, {"", false, false, false, false, false, false},
-    };
-    const auto marker = Parameters::fromJSON(R"({"marker":1})");
-    for (const GetterRow& row : rows) {
-        SCOPED_TRACE(row.key);
-        std::string text = "before";
-        bool flag = false;
-        std::int32_t integer = 77;
-        double real = 77;
-        Parameters child = marker;
-        EXPECT_EQ(tree.GetParameter(row.key, text), row.isText);
-        EXPECT_EQ(tree.GetParameter(row.key, flag), row.isBool);
-        EXPECT_EQ(tree.GetParameter(row.key, integer), row.isInteger);
-        EXPECT_EQ(tree.GetParameter(row.key, real), row.isReal);
-        EXPECT_EQ(tree.GetChildParameters(row.key, child), row.isChild);
-        EXPECT_EQ(tree.HasParameter(row.key), row.isPresent);
-        // What was not read is as it was.
-        EXPECT_EQ(text == "before", !row.isText);
-        EXPECT_EQ(flag, row.isBool);
-        EXPECT_EQ(integer, row.isInteger ? 1 : 77);
-        EXPECT_EQ(real, row.isReal ? 1 : 77);
-        EXPECT_EQ(child == marker, !row.isChild);
-        EXPECT_EQ(tree.GetChildParameters(row.key).IsEmpty(), !row.isChild);
+    const auto tree = Tree(R"({"text":"1","word":"true","bool":true,"int":1,"real":1.0,"null":null,)"
+                           R"("object":{"a":1},"array":["1"]})");
+    const std::pair<const char*, const char*> rows[] = {{"text", "text there"},    {"word", "text there"},
+                                                        {"bool", "bool there"},    {"int", "integer there"},
+                                                        {"real", "real there"},    {"null", "there"},
+                                                        {"object", "child there"}, {"array", "child there"},
+                                                        {"none", "none"},          {"", "none"}};
+    for (const auto& [key, readable] : rows) {
+        EXPECT_EQ(ReadableAs(tree, key), readable) << key;
     }
 }
 
@@ -65,7 +64,7 @@ TEST(Parameters, KeysKeepThePlaceOfTheirFirstSetting) {
     tree.SetParameter("a", false);
     EXPECT_EQ(tree.toJSON(), R"({"z":"again","m":null,"a":false})");
     EXPECT_THAT(tree.GetTopLevelParameterNames(), ElementsAre("z", "m", "a"));
-    EXPECT_NE(tree, Parameters::fromJSON(R"({"m":null,"z":"again","a":false})"));
+    EXPECT_NE(tree, Tree(R"({"m":null,"z":"again","a":false})"));
     tree.ClearParameters();
     EXPECT_EQ(tree, Parameters());
     EXPECT_TRUE(tree.IsEmpty());
@@ -74,76 +73,63 @@ TEST(Parameters, KeysKeepThePlaceOfTheirFirstSetting) {
 TEST(Parameters, TextsOfAnyLengthAndContent) {
     for (const std::size_t length : {0U, 1U, 22U, 23U, 24U, 25U, 255U, 256U, 100'000U}) {
         SCOPED_TRACE(length);
-        std::string text(length, 'x');
-        if (length > 1)
-            text[1] = '\0';
+        const std::string text = std::string(length / 2, '\0') + std::string(length - length / 2, 'x');
         Parameters tree;
         tree.SetParameter(text, text);
         tree.SetParameter("other", "before");
         const Parameters copy = tree;
         tree.SetParameter(text, "gone");
         std::string read;
-        EXPECT_TRUE(copy.GetParameter(text, read));
-        EXPECT_EQ(read, text);
-        EXPECT_TRUE(tree.GetParameter(text, read));
-        EXPECT_EQ(read, "gone");
+        EXPECT_TRUE(copy.GetParameter(text, read) && read == text);
+        EXPECT_TRUE(tree.GetParameter(text, read) && read == "gone");
     }
 }
 
 TEST(Parameters, ArraysUnderAKey) {
     Parameters tree;
     tree.AddArrayParameter("names", "first");
-    tree.AddArrayChildParameters("names", Parameters::fromJSON(R"({"k":2})"));
-    tree.AddArrayChildParameters("names", Parameters::fromJSON("[3]"));
+    tree.AddArrayChildParameters("names", Tree(R"({"k":2})"));
+    tree.AddArrayChildParameters("names", Tree("[3]"));
     tree.SetParameter("plain", "text");
     tree.AddArrayParameter("plain", "replaced");
-    tree.AddEmptyArray("empty");
     tree.AddArrayParameter("emptied", "lost");
     tree.AddEmptyArray("emptied");
-    EXPECT_EQ(tree.toJSON(),
-              R"({"names":["first",{"k":2},[3]],"plain":["replaced"],"empty":[],"emptied":[]})");
-
+    EXPECT_EQ(tree.toJSON(), R"({"names":["first",{"k":2},[3]],"plain":["replaced"],"emptied":[]})");
+    // An object is no array, whatever it holds.
+    tree.SetChildParameters("object", Tree(R"({"0":"a"})"));
     EXPECT_EQ(tree.GetArrayNumValues("names"), 3U);
-    EXPECT_EQ(tree.GetArrayNumValues("empty"), 0U);
-    EXPECT_EQ(tree.GetArrayNumValues("none"), 0U);
+    EXPECT_EQ(tree.GetArrayNumValues("none") + tree.GetArrayNumValues("object"), 0U);
+
     std::string text = "before";
     Parameters child;
-    EXPECT_FALSE(tree.GetArrayNthValue("names", 1, text));
-    EXPECT_FALSE(tree.GetArrayNthValue("names", 3, text));
-    EXPECT_FALSE(tree.GetArrayNthValue("none", 0, text));
+    EXPECT_FALSE(tree.GetArrayNthValue("names", 1, text) || tree.GetArrayNthValue("names", 3, text) ||
+                 tree.GetArrayNthValue("none", 0, text) || tree.GetArrayNthValue("object", 0, text));
     EXPECT_EQ(text, "before");
-    EXPECT_TRUE(tree.GetArrayNthValue("names", 0, text));
-    EXPECT_EQ(text, "first");
-    EXPECT_FALSE(tree.GetArrayNthChildParameters("names", 0, child));
-    EXPECT_FALSE(tree.GetArrayNthChildParameters("names", 3, child));
+    EXPECT_TRUE(tree.GetArrayNthValue("names", 0, text) && text == "first");
+    EXPECT_FALSE(tree.GetArrayNthChildParameters("names", 0, child) ||
+                 tree.GetArrayNthChildParameters("names", 3, child));
     EXPECT_TRUE(child.IsEmpty());
     EXPECT_TRUE(tree.GetArrayNthChildParameters("names", 1, child));
     EXPECT_EQ(child.toJSON(), R"({"k":2})");
     EXPECT_EQ(tree.GetArrayNthChildParameters("names", 2).toJSON(), "[3]");
     EXPECT_EQ(tree.GetArrayNthChildParameters("names", 9).toJSON(), "{}");
-
-    // An object under the key is no array, whatever it holds.
-    tree.SetChildParameters("object", Parameters::fromJSON(R"({"0":"a"})"));
-    EXPECT_EQ(tree.GetArrayNumValues("object"), 0U);
-    EXPECT_FALSE(tree.GetArrayNthValue("object", 0, text));
 }
 
 TEST(Parameters, ATreeThatIsAnArray) {
-    auto array = Parameters::fromJSON(R"([{"a":1},"text",[2]])");
+    auto array = Tree(R"([{"a":1},"text",[2]])");
     EXPECT_TRUE(array.IsArray());
     EXPECT_FALSE(array.IsEmpty());
-    EXPECT_TRUE(Parameters::fromJSON("[]").IsEmpty());
-    EXPECT_NE(Parameters::fromJSON("[]"), Parameters::fromJSON("{}"));
+    EXPECT_TRUE(Tree("[]").IsEmpty());
+    EXPECT_NE(Tree("[]"), Tree("{}"));
     EXPECT_EQ(array.GetArrayNumValues(), 3U);
-    EXPECT_EQ(array.GetArrayNthChildParameters(0).toJSON(), R"({"a":1})");
-    EXPECT_EQ(array.GetArrayNthChildParameters(1).toJSON(), "{}");
-    EXPECT_EQ(array.GetArrayNthChildParameters(2).toJSON(), "[2]");
-    EXPECT_EQ(array.GetArrayNthChildParameters(3).toJSON(), "{}");
-
+    const char* const elements[] = {R"({"a":1})", "{}", "[2]", "{}"};
+    for (std::size_t n = 0; n < std::size(elements); ++n) {
+        EXPECT_EQ(array.GetArrayNthChildParameters(n).toJSON(), elements[n]);
+    }
     EXPECT_FALSE(array.HasParameter("a"));
     EXPECT_THAT(array.GetTopLevelParameterNames(), IsEmpty());
     array.ClearParameter("a");
-    const auto other = Parameters::fromJSON(R"({"k":1})");
+    const auto other = Tree(R"({"k":1})");
     EXPECT_FALSE(array.CopyValue(other, "none", "k"));
     EXPECT_THROW(array.SetParameter("k", 1), std::logic_error);
     EXPECT_THROW(array.SetChildParameters("k", other), std::logic_error);
@@ -156,12 +142,11 @@ TEST(Parameters, ATreeThatIsAnArray) {
 }
 
 TEST(Parameters, EveryKindOfValueIsCopied) {
-    const auto source =
-        Parameters::fromJSON(R"({"t":"x","b":true,"i":1,"d":1.50,"n":null,"o":{"k":[]},"a":[1,null]})");
+    const auto source = Tree(R"({"t":"x","b":true,"i":1,"d":1.50,"n":null,"o":{"k":[]},"a":[1,null]})");
     Parameters target;
-    for (const std::string& name : source.GetTopLevelParameterNames())
+    for (const std::string& name : source.GetTopLevelParameterNames()) {
         EXPECT_TRUE(target.CopyValue(source, name, name));
-    EXPECT_EQ(target, source);
+    }
     EXPECT_FALSE(target.CopyValue(source, "none", "t"));
     EXPECT_EQ(target, source);
     EXPECT_TRUE(target.CopyValue(target, "a", "t"));
@@ -180,15 +165,13 @@ TEST(Parameters, WideObjectsFindTheirKeys) {
             json += "\"" + nameOf(i) + "\":0,\"" + nameOf(i) + "\":" + std::to_string(i) + ",";
         }
         json.back() = '}';
-        auto tree = Parameters::fromJSON(json);
+        auto tree = Tree(json);
         EXPECT_EQ(tree, built);
-        EXPECT_EQ(Parameters::fromJSON(tree.toJSON()), tree);
 
         tree.ClearParameter(nameOf(1));
         tree.SetParameter("new", "last");
         tree.SetParameter(nameOf(width - 1), "changed");
-        EXPECT_FALSE(tree.HasParameter(nameOf(1)));
-        EXPECT_FALSE(tree.HasParameter(nameOf(width)));
+        EXPECT_FALSE(tree.HasParameter(nameOf(1)) || tree.HasParameter(nameOf(width)));
         EXPECT_EQ(tree.GetTopLevelParameterNames().size(), static_cast<std::size_t>(width));
         EXPECT_EQ(tree.GetTopLevelParameterNames().back(), "new");
         for (int i = 2; i < width - 1; ++i) {
@@ -200,28 +183,96 @@ TEST(Parameters, WideObjectsFindTheirKeys) {
     }
 }
 
+Parameters Nested(int depth) {
+    Parameters tree;
+    for (int i = 0; i < depth; ++i) {
+        Parameters parent;
+        i % 2 == 0 ? parent.SetChildParameters("k", std::move(tree))
+                   : parent.AddArrayChildParameters("k", std::move(tree));
+        tree = std::move(parent);
+    }
+    return tree;
+}
+
 TEST(Parameters, DepthCostsNoStack) {
     constexpr int kDepth = 100'000;
-    const auto build = [] {
-        Parameters tree;
-        for (int i = 0; i < kDepth; ++i) {
-            Parameters parent;
-            if (i % 2 == 0)
-                parent.SetChildParameters("k", std::move(tree));
-            else
-                parent.AddArrayChildParameters("k", std::move(tree));
-            tree = std::move(parent);
-        }
-        return tree;
-    };
-    const Parameters one = build();
-    Parameters other = build();
+    const Parameters one = Nested(kDepth);
+    Parameters other = Nested(kDepth);
     EXPECT_EQ(one, other);
     EXPECT_EQ(one.toJSON(), other.toJSON());
-    EXPECT_EQ(one.debugString(), other.debugString());
     EXPECT_LT(one.debugString().size(), 300U * kDepth);
     other.SetParameter("l", 1);
     EXPECT_NE(one, other);
+}
+
+constexpr const char* kOriginal = R"({"a":1,"child":{"b":"a text too long to lie inside","list":["x"]}})";
+
+TEST(Sharing, CopiesAreIndependent) {
+    auto original = Tree(kOriginal);
+    Parameters copy = original;
+    copy.SetParameter("a", 2);
+    Parameters child = copy.GetChildParameters("child");
+    child.AddArrayParameter("list", "y");
+    child.SetParameter("b", "other");
+    EXPECT_EQ(original.toJSON(), kOriginal);
+    EXPECT_EQ(copy.GetChildParameters("child"), original.GetChildParameters("child"));
+    // An array that both hold is written on one side alone.
+    Parameters third = child;
+    third.AddArrayParameter("list", "z");
+    EXPECT_EQ(child.toJSON(), R"({"b":"other","list":["x","y"]})");
+    EXPECT_EQ(third.toJSON(), R"({"b":"other","list":["x","y","z"]})");
+    original.ClearParameter("child");
+    EXPECT_EQ(copy.toJSON(), R"({"a":2,"child":{"b":"a text too long to lie inside","list":["x"]}})");
+}
+
+TEST(Sharing, ATreeMayBePutIntoAndReadFromItself) {
+    auto tree = Tree(R"({"a":1})");
+    tree.SetChildParameters("self", tree);
+    tree.AddArrayChildParameters("list", tree);
+    EXPECT_EQ(tree.toJSON(), R"({"a":1,"self":{"a":1},"list":[{"a":1,"self":{"a":1}}]})");
+    EXPECT_TRUE(tree.GetArrayNthChildParameters("list", 0, tree));
+    EXPECT_TRUE(tree.GetChildParameters("self", tree));
+    EXPECT_EQ(tree.toJSON(), R"({"a":1})");
+    const Parameters& same = tree;
+    tree = same;
+    EXPECT_EQ(tree.toJSON(), R"({"a":1})");
+}
+
+TEST(Sharing, WhatWasMovedFromIsAnEmptyObject) {
+    auto tree = Tree(kOriginal);
+    // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move): by promise
+    const Parameters target = std::move(tree);
+    EXPECT_EQ(tree, Parameters());
+    tree.SetParameter("a", 1);
+    EXPECT_EQ(tree.toJSON(), R"({"a":1})");
+    EXPECT_EQ(target.toJSON(), kOriginal);
+    // NOLINTEND(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
+}
+
+TEST(Sharing, ThreadsMayHoldCopiesOfOneTree) {
+    constexpr int kRounds = 2'000;
+    const auto original = Tree(kOriginal);
+    std::vector<std::thread> threads;
+    Parameters shared = original;  // ends while the threads write to their copies
+    for (int n = 0; n < 4; ++n) {
+        threads.emplace_back([copy = shared, n]() mutable {
+            const std::string text = "a text of this thread alone: " + std::to_string(n);
+            for (int round = 0; round < kRounds; ++round) {
+                Parameters mine = copy;
+                Parameters child = mine.GetChildParameters("child");
+                child.SetParameter("b", text);
+                child.AddArrayParameter("list", "y");
+                mine.SetChildParameters("child", std::move(child));
+                ASSERT_EQ(mine.toJSON(), R"({"a":1,"child":{"b":")" + text + R"(","list":["x","y"]}})");
+            }
+            copy.SetParameter("a", n);
+        });
+    }
+    shared.ClearParameters();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(original.toJSON(), kOriginal);
 }
 
 }  // namespace

@@ -4,10 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdint>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 
-namespace Weftline {
+#include "BuildFromRecord.h"
+#include "Job.h"
+#include "Profile.h"
+
+namespace Weftline::DataModel {
 namespace {
 
 using CoreServices::Parameters;
@@ -17,16 +23,10 @@ using testing::MatchesRegex;
 
 TEST(Record, IsBornWithAnIdOfItsOwnAndNoTags) {
     const Record record("Job", 1, "V2_WFJobs");
-    EXPECT_EQ(record.recordID.size(), 36U);
     EXPECT_THAT(record.recordID, MatchesRegex("[0-9a-f-]{14}4[0-9a-f]{3}-[89ab][0-9a-f-]{16}"));
     EXPECT_NE(record.recordID, Record("Job", 1, "V2_WFJobs").recordID);
-
-    // What parsing and writing the empty array would give.
-    const Parameters noTags = Parameters::fromJSON("[]");
-    Parameters publicData;
-    publicData.SetChildParameters("tags", noTags);
-    EXPECT_EQ(record.tags, noTags.toJSON());
-    EXPECT_EQ(record.recordPublicData, publicData.toJSON());
+    EXPECT_EQ(record.tags, "[]");
+    EXPECT_EQ(record.recordPublicData, R"({"tags":[]})");
     EXPECT_EQ(record.recordData, "");
 }
 
@@ -47,22 +47,16 @@ TEST(Record, SetTagsWritesBothPlacesAndNothingElse) {
 
 TEST(Record, SetPublicDataTakesTheFieldsThatTheTreeHas) {
     Record record("T", 1, "C");
-    record.name = "kept";
-    record.description = "kept";
+    record.name = record.description = "kept";
     record.SetPublicData(Parameters::fromJSON(R"({"x":1})"));
-    EXPECT_EQ(record.name, "kept");
-    EXPECT_EQ(record.description, "kept");
-    EXPECT_EQ(record.tags, "[]");
+    EXPECT_EQ(record.name + record.description + record.tags, "keptkept[]");
     EXPECT_EQ(record.recordPublicData, R"({"x":1})");
 
     const std::string all =
         R"({"tags":["t"],"systemCreated":true,"readOnly":true,"description":"d","name":"n"})";
     record.SetPublicData(Parameters::fromJSON(all));
-    EXPECT_EQ(record.name, "n");
-    EXPECT_EQ(record.description, "d");
-    EXPECT_TRUE(record.readOnly);
-    EXPECT_TRUE(record.systemCreated);
-    EXPECT_EQ(record.tags, R"(["t"])");
+    EXPECT_EQ(record.name + record.description + record.tags, R"(nd["t"])");
+    EXPECT_TRUE(record.readOnly && record.systemCreated);
     EXPECT_EQ(record.recordPublicData, all);
 }
 
@@ -80,5 +74,41 @@ TEST(RecordDeathTest, TagsThatAreNoArrayEndTheProcessWithAReport) {
               HasSubstr("\n\nSTACKTRACE END\n")));
 }
 
+TEST(BuildFromRecord, NamesTheFirstThingWrongAndLeavesTheTargetAlone) {
+    const std::string start = "DataRecord::BuildFromRecord() incoming record ";
+    const std::string invalid = start + "classification is invalid";
+    const std::string mismatch = start + "RecordType mismatch Incoming: ";
+    const std::pair<Record, std::string> rows[] = {
+        {{"", 2, "X"}, invalid},
+        {{"Profile", 0, "V2_WFProfiles"}, invalid},
+        {{"Profile", 1, ""}, invalid},
+        {{"profile", 2, "X"}, mismatch + "profile"},
+        {{"Profile", 2, "X"}, mismatch + "2"},
+        {{"Profile", -1, "V2_WFProfiles"}, mismatch + "-1"},
+        {{"Profile", 1, "V2_WFProfiles-abc"}, mismatch + "V2_WFProfiles-abc"},
+    };
+    Profile target("mine");
+    for (const auto& [record, failure] : rows) {
+        const auto build = [&incoming = record, &target] {
+            BuildFromRecord(incoming, target, "Profile", 1, "V2_WFProfiles");
+        };
+        EXPECT_THAT(build, testing::ThrowsMessage<std::domain_error>(failure));
+        EXPECT_EQ(target.GetRecord().recordID, "mine") << failure;
+    }
+    Record incoming("Profile", 1, "V2_WFProfiles");
+    incoming.opaque2 = std::int64_t{1} << 40;
+    BuildFromRecord(incoming, target, "Profile", 1, "V2_WFProfiles");
+    EXPECT_EQ(target.GetRecord().recordID, incoming.recordID);
+    EXPECT_EQ(target.GetRecord().opaque2, incoming.opaque2);
+}
+
+TEST(TypedRecord, HasTheTopicOfItsSuffix) {
+    using Jobs = DataRecordV2<decltype(kJobTypeName), 1, decltype(kJobCollection), JobData, PublicJobData>;
+    using Profiles = DataRecord<decltype(kProfileTypeName), 1, decltype(kProfileCollection)>;
+    EXPECT_EQ(Jobs("").GetRecord().recordTopic, "V2_WFJobs");
+    EXPECT_EQ(Jobs("x").GetRecord().recordTopic, "V2_WFJobs-x");
+    EXPECT_EQ(Profiles("abc").GetRecord().recordTopic, "V2_WFProfiles-abc");
+}
+
 }  // namespace
-}  // namespace Weftline
+}  // namespace Weftline::DataModel

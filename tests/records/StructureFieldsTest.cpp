@@ -1,5 +1,6 @@
 #include "StructureFields.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -56,32 +57,22 @@ TEST(StructureFields, WritesInOrderAndReadsBack) {
 }
 
 TEST(StructureFields, NamesTheFirstKeyThatCannotBeRead) {
-    struct Row {
-        const char* text;
-        const char* failure;
+    const std::string size = R"({"name":"","offline":true,"size":{"Width":1,"Height":2})";
+    const std::pair<std::string, const char*> rows[] = {
+        {"", "name"},
+        {R"({"name":null})", "name"},
+        {R"({"name":"","offline":"true"})", "offline"},
+        {R"({"name":"","offline":true})", "Width"},
+        {R"({"name":"","offline":true,"size":{"Width":1,"Height":"2"}})", "Height"},
+        {R"({"name":"","offline":true,"size":{"Width":1,"Height":2.0}})", "Height"},
+        {size + R"(,"rate":null})", "rate"},
+        {size + "}", "tracks"},
+        {size + R"(,"tracks":{}})", "tracks"},
+        {size + R"(,"tracks":["a",1]})", "tracks"},
     };
-    constexpr Row kRows[] = {
-        {"", "Failed to extract: name"},
-        {R"({"name":null})", "Failed to extract: name"},
-        {R"({"name":"","offline":"true"})", "Failed to extract: offline"},
-        {R"({"name":"","offline":true})", "Failed to extract: Width"},
-        {R"({"name":"","offline":true,"size":{"Width":1,"Height":"2"}})", "Failed to extract: Height"},
-        {R"({"name":"","offline":true,"size":{"Width":1,"Height":2.0}})", "Failed to extract: Height"},
-        {R"({"name":"","offline":true,"size":{"Width":1,"Height":2},"rate":null})",
-         "Failed to extract: rate"},
-        {R"({"name":"","offline":true,"size":{"Width":1,"Height":2}})", "Failed to extract: tracks"},
-        {R"({"name":"","offline":true,"size":{"Width":1,"Height":2},"tracks":{}})",
-         "Failed to extract: tracks"},
-        {R"({"name":"","offline":true,"size":{"Width":1,"Height":2},"tracks":["a",1]})",
-         "Failed to extract: tracks"},
-    };
-    for (const Row& row : kRows) {
-        try {
-            ReadStructure<Clip>(Parameters::fromJSON(row.text));
-            ADD_FAILURE() << row.text;
-        } catch (const std::runtime_error& error) {
-            EXPECT_STREQ(error.what(), row.failure) << row.text;
-        }
+    for (const auto& [text, key] : rows) {
+        EXPECT_THAT([&json = text] { ReadStructure<Clip>(Parameters::fromJSON(json)); },
+                    testing::ThrowsMessage<std::runtime_error>("Failed to extract: " + std::string(key)));
     }
 }
 

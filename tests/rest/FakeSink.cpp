@@ -6,8 +6,6 @@
 
 namespace PlatformAbstraction::Rest {
 
-using Messaging::MessageAnswer;
-
 FakeSink::Acceptance FakeSink::Deliver(const std::string& operation, CoreServices::Parameters request,
                                        CoreServices::Parameters contextParameters, AnswerCallback onAnswer) {
     const std::lock_guard lock(m_mutex);
@@ -27,24 +25,9 @@ FakeSink::Acceptance FakeSink::Deliver(const std::string& operation, CoreService
     return Acceptance::Accepted;
 }
 
-void FakeSink::RespondWith(MessageAnswer answer) {
+void FakeSink::RespondWith(Messaging::MessageAnswer answer) {
     const std::lock_guard lock(m_mutex);
     m_answer = std::move(answer);
-}
-
-void FakeSink::Accept(Acceptance acceptance) {
-    const std::lock_guard lock(m_mutex);
-    m_acceptance = acceptance;
-}
-
-void FakeSink::Hold() {
-    const std::lock_guard lock(m_mutex);
-    m_holds = true;
-}
-
-void FakeSink::ThrowOnDeliver() {
-    const std::lock_guard lock(m_mutex);
-    m_throws = true;
 }
 
 FakeSink::AnswerCallback FakeSink::TakeHeld() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -17,9 +18,9 @@ public:
                        CoreServices::Parameters contextParameters, AnswerCallback onAnswer) override;
 
     void RespondWith(Messaging::MessageAnswer answer);
-    void Accept(Acceptance acceptance);
-    void Hold();
-    void ThrowOnDeliver();
+    void Accept(Acceptance acceptance) { m_acceptance = acceptance; }
+    void Hold() { m_holds = true; }
+    void ThrowOnDeliver() { m_throws = true; }
     /// The oldest answer that is held back, once there is one.
     AnswerCallback TakeHeld();
 
@@ -29,10 +30,10 @@ public:
 private:
     std::mutex m_mutex;
     std::condition_variable m_arrived;
-    Acceptance m_acceptance = Acceptance::Accepted;
+    std::atomic<Acceptance> m_acceptance = Acceptance::Accepted;
+    std::atomic<bool> m_holds = false;
+    std::atomic<bool> m_throws = false;
     Messaging::MessageAnswer m_answer;
-    bool m_holds = false;
-    bool m_throws = false;
     std::deque<AnswerCallback> m_held;
     std::string m_lastMessage;
 };

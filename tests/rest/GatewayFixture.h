@@ -43,6 +43,10 @@ protected:
         return Request("POST /submit", "Content-Type: application/json\r\n", body);
     }
 
+    static std::string GetVideo(const std::string& fields = "") {
+        return Request("GET /formats/video", fields);
+    }
+
     FakeSink sink;
     RestGatewaySettings settings;
     std::uint16_t port = 0;

@@ -124,10 +124,13 @@ void RawClient::Reset() {
     m_socket = -1;
 }
 
+RawResponse RawClient::Ask(std::string_view request) {
+    Send(request);
+    return ReadResponse().value_or(RawResponse());
+}
+
 RawResponse Ask(std::uint16_t port, std::string_view request) {
-    RawClient client(port);
-    client.Send(request);
-    return client.ReadResponse().value_or(RawResponse());
+    return RawClient(port).Ask(request);
 }
 
 }  // namespace PlatformAbstraction::Rest

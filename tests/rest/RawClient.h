@@ -36,6 +36,8 @@ public:
     /// Empty when the connection ended, or the deadline passed, before a whole response was there. `toHead`:
     /// the response has no body whatever its length says.
     std::optional<RawResponse> ReadResponse(bool toHead = false);
+    /// Sends a request and reads the response; one of status 0 where there is none.
+    RawResponse Ask(std::string_view request);
     /// True once the other side has closed, with nothing more to read.
     bool ReadsEnd();
     /// Closes with a reset, whatever is on its way.

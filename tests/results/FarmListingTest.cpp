@@ -1,6 +1,3 @@
-#include <string>
-#include <vector>
-
 #include "GetProfilesHandler.h"
 #include "GetUniqueExportPluginsHandler.h"
 #include "ResultsFixture.h"
@@ -8,10 +5,9 @@
 namespace Weftline::Services::Scheduler {
 namespace {
 
-class UniqueExportPluginsListing : public ResultsFixture {};
-class ProfileListing : public ResultsFixture {};
+class FarmListing : public ResultsFixture {};
 
-TEST_F(UniqueExportPluginsListing, ShowsEachPluginOnceAsItsFirstWorkerHasIt) {
+TEST_F(FarmListing, ShowsEachPluginOnceAsItsFirstWorkerHasIt) {
     struct Row {
         std::string name;
         std::vector<std::string> workers;
@@ -23,66 +19,58 @@ TEST_F(UniqueExportPluginsListing, ShowsEachPluginOnceAsItsFirstWorkerHasIt) {
     const std::string upperA = R"({"pluginGuid":"A","type":"lxa"})";
     const std::string noGuid = R"({"type":"other"})";
     const std::string noType = R"({"pluginGuid":"t"})";
-    const auto worker = [](const std::string& plugins) {
-        return R"({"name":"w","exportPlugins":[)" + plugins + "]}";
-    };
-    const auto shown = [](const std::string& plugins) { return R"({"exportPlugins":[)" + plugins + "]}"; };
     const std::string lxa = R"({"type":"LXA"})";
+    /// A worker's record, and the answer too.
+    const auto list = [](const std::string& plugins) { return R"({"exportPlugins":[)" + plugins + "]}"; };
     const Row rows[] = {
-        {"no workers", {}, "{}", "{}"},
-        {"none with plug-ins", {"", "{}", worker(""), R"({"exportPlugins":"x"})"}, "{}", "{}"},
+        {"no workers", {}, "{}", "OK {}"},
+        {"none with plug-ins", {"", "{}", list(""), R"({"exportPlugins":"x"})"}, "{}", "OK {}"},
         {"two workers",
-         {worker(a + "," + upperA), worker(otherA + "," + noType)},
+         {list(a + "," + upperA), list(otherA + "," + noType)},
          "{}",
-         shown(a + "," + upperA + "," + noType)},
-        {"twice in one worker", {worker(a + "," + otherA)}, "{}", shown(a)},
-        {"filter", {worker(upperA + "," + noGuid + "," + a)}, lxa, shown(a)},
-        {"filter lets nothing pass", {worker(upperA)}, lxa, "{}"},
-        {"empty filter", {worker(upperA)}, R"({"type":""})", shown(upperA)},
-        {"filter of another type", {worker(upperA)}, R"({"type":7})", shown(upperA)},
-        {"no identity", {worker(a), worker(noGuid)}, "{}", "thrown: Failed to extract: pluginGuid"},
-        {"no type", {worker(noType)}, lxa, "thrown: Failed to extract: type"},
-        {"a worker with a bad element", {worker(noType + R"(,"x")"), worker(a)}, "{}", shown(a)},
+         "OK " + list(a + "," + upperA + "," + noType)},
+        {"twice in one worker", {list(a + "," + otherA)}, "{}", "OK " + list(a)},
+        {"filter", {list(upperA + "," + noGuid + "," + a)}, lxa, "OK " + list(a)},
+        {"filter lets nothing pass", {list(upperA)}, lxa, "OK {}"},
+        {"empty filter", {list(upperA)}, R"({"type":""})", "OK " + list(upperA)},
+        {"filter of another type", {list(upperA)}, R"({"type":7})", "OK " + list(upperA)},
+        {"no identity", {list(a), list(noGuid)}, "{}", "thrown Failed to extract: pluginGuid"},
+        {"no type", {list(noType)}, lxa, "thrown Failed to extract: type"},
+        {"a worker with a bad element", {list(noType + R"(,"x")"), list(a)}, "{}", "OK " + list(a)},
+        {"a worker that is no JSON",
+         {list(a), "{broken"},
+         "{}",
+         "thrown JSON: byte 1: a key in double quotes was expected"},
     };
+    GetUniqueExportPluginsHandler handler("realm");
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
         const TestSupport::StoresInPlace fresh;
         for (const std::string& data : row.workers) {
             Record record("Worker", 1, "V2_WFWorkers");
             record.recordData = data;
             ASSERT_TRUE(fresh.records->Upsert(record));
         }
-        GetUniqueExportPluginsHandler handler("realm");
-        EXPECT_EQ(Answer(handler, row.request), row.expected);
-        EXPECT_EQ(fresh.records->Records().size(), row.workers.size());
+        EXPECT_EQ(Answer(handler, row.request), row.expected) << row.name;
     }
+    const TestSupport::StoresInPlace faulty;
+    faulty.records->readsThrow = true;
+    EXPECT_EQ(Answer(handler, "{}"), "thrown The fake store was told to fail");
 }
 
-TEST_F(UniqueExportPluginsListing, FailsWithTheStoreOrARecordThatIsNoJson) {
-    GetUniqueExportPluginsHandler handler("realm");
-    Store("V2_WFWorkers", "Worker", "{broken");
-    EXPECT_TRUE(Answer(handler, "{}").starts_with("thrown: "));
-    stores.records->FailReads(true);
-    EXPECT_EQ(Answer(handler, "{}"), "thrown: The fake store was told to fail");
-}
-
-TEST_F(ProfileListing, ShowsIdNameAndKindInTheOrderOfTheStore) {
+TEST_F(FarmListing, ShowsIdNameAndKindOfProfilesInTheOrderOfTheStore) {
     GetProfilesHandler handler;
-    EXPECT_EQ(Answer(handler, "{}"), R"({"results":[]})");
+    EXPECT_EQ(Answer(handler, "{}"), R"(OK {"results":[]})");
     Store("V2_WFProfiles", "Profile", R"({"type":"Proxy","name":"B","more":{"value":1,"label":"l"}})");
     Store("V2_WFProfiles", "Profile", R"({"type":"proxy","name":"A"})");
     Store("V2_WFProfiles", "Profile", "");
     Store("V2_WFProfiles-suffix", "Profile", R"({"name":"elsewhere"})");
     Store("V2_WFProfiles", "Other", "{}");
-    const std::string listed = R"({"results":[{"id":"id-0","name":"B","isProxy":true},)"
-                               R"({"id":"id-1","name":"A","isProxy":false},)"
-                               R"({"id":"id-2","name":"","isProxy":false}]})";
-    EXPECT_EQ(Answer(handler, "{}"), listed);
-    EXPECT_EQ(Answer(handler, R"({"type":"Proxy","results":1})"), listed);
-
-    Store("V2_WFProfiles", "Profile", "{}", "{}", 2);
+    EXPECT_EQ(Answer(handler, R"({"type":"Proxy","results":1})"),
+              R"(OK {"results":[{"id":"id-0","name":"B","isProxy":true},)"
+              R"({"id":"id-1","name":"A","isProxy":false},{"id":"id-2","name":"","isProxy":false}]})");
+    Store("V2_WFProfiles", "Profile", "{}", 2);
     EXPECT_EQ(Answer(handler, "{}"),
-              "thrown: DataRecord::BuildFromRecord() incoming record RecordType mismatch Incoming: 2");
+              "thrown DataRecord::BuildFromRecord() incoming record RecordType mismatch Incoming: 2");
 }
 
 }  // namespace

@@ -1,6 +1,3 @@
-#include <memory>
-#include <string>
-
 #include "FindMobIDsFromContainerHandler.h"
 #include "FindSourceAvailabilityHandler.h"
 #include "FindSuitableMastersHandler.h"
@@ -9,64 +6,45 @@
 namespace Weftline::Services::Scheduler {
 namespace {
 
-using PlatformAbstraction::Messaging::ServiceMessageHandlerV2;
-using TestSupport::StoreFault;
-
-struct Query {
-    std::string collection;
-    std::string recordType;
-    std::string arrayKey;
-    std::shared_ptr<ServiceMessageHandlerV2> handler;
-};
-
 class FindQueryResults : public ResultsFixture {
 protected:
-    const std::vector<Query> queries = {
-        {"V2_WFSourceAvailabilities", "SourceAvailability", "results",
-         std::make_shared<FindSourceAvailabilityHandler>()},
-        {"V2_WFMobIDs", "MobID", "results", std::make_shared<FindMobIDsFromContainerHandler>("realm")},
-        {"V2_WFMasterMobDescs", "MasterMobDesc", "masterMobDescs",
-         std::make_shared<FindSuitableMastersHandler>()},
-    };
-    const std::string request = R"({"queryID":"q"})";
+    /// The results come once and as they are stored; a failure is thrown and leaves the records.
+    void Check(PlatformAbstraction::Messaging::ServiceMessageHandlerV2& handler,
+               const std::string& collection, const std::string& type, const std::string& arrayKey) {
+        SCOPED_TRACE(collection);
+        const auto list = [&](const std::string& elements) {
+            return R"(OK {")" + arrayKey + R"(":[)" + elements + "]}";
+        };
+        EXPECT_EQ(Answer(handler, request), list(""));
+        Store(collection, type, R"({"z":1.0,"any":{"k":[null]}})");
+        Store(collection, type, "");
+        Store(collection, type, R"(["a",2147483648])");
+        EXPECT_EQ(Answer(handler, R"({"queryID":1})"), "thrown Failed to extract: queryID");
+        EXPECT_EQ(Answer(handler, R"({"queryID":"another"})"), list(""));
+        stores.records->deleteFault = StoreFault::Throw;
+        EXPECT_EQ(Answer(handler, request), "thrown The fake store was told to fail");
+        const std::string all = list(R"({"z":1.0,"any":{"k":[null]}},{},["a",2147483648])");
+        stores.records->deleteFault = StoreFault::Refuse;
+        EXPECT_EQ(Answer(handler, request), all);
+        EXPECT_EQ(CountStored(), 3U);
+        stores.records->deleteFault = StoreFault::None;
+        EXPECT_EQ(Answer(handler, request), all);
+        EXPECT_EQ(Answer(handler, request), list(""));
+
+        Store(collection, type, "{broken");
+        EXPECT_THAT(Answer(handler, request), testing::StartsWith("thrown "));
+        EXPECT_EQ(CountStored(), 1U);
+        stores.records->DeleteMany({stores.records->Records().front().recordID});
+    }
 };
 
-TEST_F(FindQueryResults, ResultsComeOnceAndAsTheyAreStored) {
-    for (const Query& query : queries) {
-        SCOPED_TRACE(query.collection);
-        const std::string nothing = R"({")" + query.arrayKey + R"(":[]})";
-        EXPECT_EQ(Answer(*query.handler, request), nothing);
-        StoreResult(query.collection, query.recordType, R"({"z":1.0,"any":{"k":[null]}})");
-        StoreResult(query.collection, query.recordType, "");
-        StoreResult(query.collection, query.recordType, R"(["a",2147483648])");
-        EXPECT_EQ(Answer(*query.handler, R"({"queryID":"another"})"), nothing);
-        EXPECT_EQ(Answer(*query.handler, request),
-                  R"({")" + query.arrayKey + R"(":[{"z":1.0,"any":{"k":[null]}},{},["a",2147483648]]})");
-        EXPECT_EQ(CountStored(), 0U);
-        EXPECT_EQ(Answer(*query.handler, request), nothing);
-    }
-}
-
-TEST_F(FindQueryResults, AFailureIsThrownAndLeavesTheRecords) {
-    for (const Query& query : queries) {
-        SCOPED_TRACE(query.collection);
-        const TestSupport::StoresInPlace fresh;
-        Record record(query.recordType, 1, query.collection);
-        record.recordPublicData = request;
-        record.recordData = "{broken";
-        ASSERT_TRUE(fresh.records->Upsert(record));
-        EXPECT_EQ(Answer(*query.handler, R"({"queryID":1})"), "thrown: Failed to extract: queryID");
-        EXPECT_TRUE(Answer(*query.handler, request).starts_with("thrown: "));
-        ASSERT_EQ(fresh.records->Records().size(), 1U);
-
-        record.recordData = R"({"a":1})";
-        ASSERT_TRUE(fresh.records->Upsert(record));
-        fresh.records->FailDeletes(StoreFault::Throw);
-        EXPECT_EQ(Answer(*query.handler, request), "thrown: The fake store was told to fail");
-        fresh.records->FailDeletes(StoreFault::Refuse);
-        EXPECT_EQ(Answer(*query.handler, request), R"({")" + query.arrayKey + R"(":[{"a":1}]})");
-        EXPECT_EQ(fresh.records->Records().size(), 1U);
-    }
+TEST_F(FindQueryResults, ComeOnceAndAFailureLeavesThem) {
+    FindSourceAvailabilityHandler sourceAvailability;
+    Check(sourceAvailability, "V2_WFSourceAvailabilities", "SourceAvailability", "results");
+    FindMobIDsFromContainerHandler mobIDs("realm");
+    Check(mobIDs, "V2_WFMobIDs", "MobID", "results");
+    FindSuitableMastersHandler masters;
+    Check(masters, "V2_WFMasterMobDescs", "MasterMobDesc", "masterMobDescs");
 }
 
 }  // namespace

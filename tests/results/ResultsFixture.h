@@ -1,40 +1,27 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <memory>
-#include <string>
-
-#include "FakeBusMessaging.h"
-#include "Parameters.h"
-#include "ServiceMessageHandler.h"
-#include "ServiceMessageHandlerV2.h"
-#include "StoresInPlace.h"
+#include "HandlerFixture.h"
 
 namespace Weftline::Services::Scheduler {
 
-/// Fake stores and a fake bus; answers come as one line of text.
-class ResultsFixture : public testing::Test {
+using TestSupport::ScriptedAnswer;
+using TestSupport::StoreFault;
+
+class ResultsFixture : public TestSupport::HandlerFixture {
 protected:
-    /// Stores a record under "id-0", "id-1", ...; `publicJson` is where it refers to others.
+    /// Stores a record under "id-0", "id-1", ...
     void Store(const std::string& collection, const std::string& type, const std::string& data,
-               const std::string& publicJson = "{}", std::int32_t version = 1);
-    /// A result of the query "q".
-    void StoreResult(const std::string& collection, const std::string& type, const std::string& data);
-
-    /// "OK " and the tree, "TEXT " and the text, or "<code>: <message> <details>".
-    std::string Answer(PlatformAbstraction::Messaging::ServiceMessageHandler& handler,
-                       const std::string& requestJson);
-    /// The tree, or "thrown: " and the text of the exception.
-    std::string Answer(PlatformAbstraction::Messaging::ServiceMessageHandlerV2& handler,
-                       const std::string& requestJson);
-
+               std::int32_t version = 1) {
+        Record record(type, version, collection);
+        record.recordID = "id-" + std::to_string(m_nextId++);
+        record.recordData = data;
+        record.recordPublicData = request;
+        ASSERT_TRUE(stores.records->Upsert(record));
+    }
     std::size_t CountStored() const { return stores.records->Records().size(); }
 
-    TestSupport::StoresInPlace stores;
-    std::shared_ptr<TestSupport::FakeBusMessaging> bus = std::make_shared<TestSupport::FakeBusMessaging>();
+    /// For the query whose results `Store` stores.
+    const std::string request = R"({"queryID":"q"})";
 
 private:
     int m_nextId = 0;

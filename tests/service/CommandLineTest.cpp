@@ -1,6 +1,5 @@
 #include "CommandLine.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,14 +8,13 @@
 namespace Weftline::Services {
 namespace {
 
-struct SplitCase {
-    std::string name;
-    std::string line;
-    std::vector<std::string> words;
-};
-
 TEST(CommandLine, SplitsByTheRulesOfWindowsPrograms) {
-    const std::vector<SplitCase> rows = {
+    struct Row {
+        std::string name;
+        std::string line;
+        std::vector<std::string> words;
+    };
+    const Row rows[] = {
         {"nothing", "", {}},
         {"white space alone", " \t\r\n\v\f ", {}},
         {"joined arguments end in a blank", "--port 1234 --realm=blue ", {"--port", "1234", "--realm=blue"}},
@@ -38,9 +36,8 @@ TEST(CommandLine, SplitsByTheRulesOfWindowsPrograms) {
         {"bytes beyond ASCII", "f\xC3\xBC\xC2\xA0r x", {"f\xC3\xBC\xC2\xA0r", "x"}},
         {"a zero byte is a character", std::string("a\0b", 3), {std::string("a\0b", 3)}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        EXPECT_THAT(SplitCommandLine(row.line), testing::ElementsAreArray(row.words));
+    for (const Row& row : rows) {
+        EXPECT_EQ(SplitCommandLine(row.line), row.words) << row.name;
     }
 }
 

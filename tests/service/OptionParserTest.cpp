@@ -6,8 +6,6 @@
 #include <boost/program_options/options_description.hpp>
 #include <boost/program_options/variables_map.hpp>
 #include <iostream>
-#include <string>
-#include <vector>
 
 #include "BaseOptions.h"
 #include "ConsoleCapture.h"
@@ -16,13 +14,9 @@
 namespace Weftline::Services {
 namespace {
 
-namespace po = boost::program_options;
-using testing::HasSubstr;
-using testing::MatchesRegex;
-
 struct Parsed {
     bool good = false;
-    po::variables_map options;
+    boost::program_options::variables_map options;
     DescribedService described;
     std::string output;
 
@@ -30,26 +24,13 @@ struct Parsed {
 };
 
 Parsed Parse(const std::string& line, bool readCommandLine = true, bool readEnvironment = true) {
-    po::options_description description;
+    boost::program_options::options_description description;
     Parsed parsed;
     AddBaseOptions(description, "some.service", 5, parsed.described);
     const TestSupport::ConsoleCapture console(std::cout);
     parsed.good = ParseOptions(line, description, parsed.options, {readCommandLine, readEnvironment, "zrf_"});
     parsed.output = console.Text();
     return parsed;
-}
-
-TEST(OptionParser, WithoutArgumentsEveryOptionHasItsDefault) {
-    const Parsed parsed = Parse("");
-    ASSERT_TRUE(parsed.good);
-    EXPECT_EQ(parsed.described.name, "some.service");
-    EXPECT_EQ(parsed.described.realm, "test");
-    EXPECT_EQ(parsed.described.version, 5);
-    EXPECT_EQ(parsed.described.host, "localhost");
-    EXPECT_EQ(parsed.Text("config"), "");
-    EXPECT_FALSE(parsed.options["verbose"].as<bool>());
-    EXPECT_FALSE(parsed.options["proxyEventStore"].as<bool>());
-    EXPECT_EQ(parsed.output, "");
 }
 
 TEST(OptionParser, TheCommandLineWinsOverTheEnvironmentAndThatOverTheDefaults) {
@@ -59,23 +40,23 @@ TEST(OptionParser, TheCommandLineWinsOverTheEnvironmentAndThatOverTheDefaults) {
     const Parsed parsed = Parse("--port 1234 --version=7");
     ASSERT_TRUE(parsed.good);
     EXPECT_EQ(parsed.Text("port"), "1234");
-    EXPECT_EQ(parsed.described.realm, "blue");
+    EXPECT_EQ(parsed.described.name + parsed.described.realm + parsed.described.host,
+              "some.servicebluelocalhost");
     EXPECT_EQ(parsed.Text("mongo-db"), "other base");
     EXPECT_EQ(parsed.described.version, 7);
     EXPECT_EQ(parsed.Text("kafka-port"), "9092");
-
     EXPECT_EQ(Parse("--port 1234", false, true).Text("port"), "5678");
     EXPECT_EQ(Parse("--port 1234", true, false).described.realm, "test");
+    EXPECT_EQ(Parse("").described.version, 5);
 }
 
 TEST(OptionParser, AVariableSetsAnOptionOnlyByPrefixAndExactName) {
     for (const std::string name :
          {"ZRF_port", "zrf_PORT", "zrf_por", "zrf_ports", "zrf_", "port", "xzrf_port"}) {
-        SCOPED_TRACE(name);
         const EnvironmentVariable variable(name, "1");
         const Parsed parsed = Parse("");
-        EXPECT_TRUE(parsed.good);
-        EXPECT_EQ(parsed.Text("port"), "9900");
+        EXPECT_TRUE(parsed.good) << name;
+        EXPECT_EQ(parsed.Text("port"), "9900") << name;
     }
 }
 
@@ -86,8 +67,7 @@ TEST(OptionParser, NamesMayBeShortenedAndWhatNobodyKnowsIsDropped) {
     ASSERT_TRUE(parsed.good);
     EXPECT_EQ(parsed.Text("metadatarootpath"), "/a b/c");
     EXPECT_EQ(parsed.Text("mongo-uri"), "sqlite:/d");
-    EXPECT_EQ(parsed.Text("kafka-host"), "e");
-    EXPECT_EQ(parsed.Text("deploy"), "f");
+    EXPECT_EQ(parsed.Text("kafka-host") + parsed.Text("deploy"), "ef");
     EXPECT_EQ(parsed.options.count("nonsense"), 0U);
     EXPECT_EQ(parsed.output, "");
 }
@@ -98,7 +78,7 @@ TEST(OptionParser, AFaultIsPrintedAndLeavesTheServiceUndescribed) {
         std::string line;
         std::string culprit;
     };
-    const std::vector<Row> rows = {
+    const Row rows[] = {
         {"a value that does not convert", "--realm=blue --version=abc", "version"},
         {"an integer that does not fit", "--realm=blue --version=2147483648", "version"},
         {"a bool that is none", "--realm=blue --verbose=banana", "verbose"},
@@ -107,23 +87,18 @@ TEST(OptionParser, AFaultIsPrintedAndLeavesTheServiceUndescribed) {
         {"a shortened name that is not unique", "--realm=blue --mongo=x", "mongo"},
         {"an empty adjacent value", "--realm=blue --port=", "port"},
     };
-    for (const auto& row : rows) {
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const Parsed parsed = Parse(row.line);
         EXPECT_FALSE(parsed.good);
-        EXPECT_THAT(parsed.output, MatchesRegex("[^\n]+\n"));
-        EXPECT_THAT(parsed.output, HasSubstr(row.culprit));
+        EXPECT_THAT(parsed.output, testing::MatchesRegex("[^\n]*" + row.culprit + "[^\n]*\n"));
         EXPECT_EQ(parsed.described.name + parsed.described.realm + parsed.described.host, "");
         EXPECT_EQ(parsed.described.version, 0);
     }
-}
-
-TEST(OptionParser, WhatWasReadBeforeAFaultStaysInTheMap) {
     const EnvironmentVariable verbose("zrf_verbose", "banana");
     const Parsed parsed = Parse("--realm=blue");
     EXPECT_FALSE(parsed.good);
-    EXPECT_EQ(parsed.Text("realm"), "blue");
-    EXPECT_EQ(parsed.Text("host"), "localhost");
+    EXPECT_EQ(parsed.Text("realm"), "blue") << "what was read before a fault stays";
     EXPECT_EQ(parsed.described.realm, "");
 }
 

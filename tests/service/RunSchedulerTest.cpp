@@ -4,34 +4,27 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <functional>
 #include <iostream>
-#include <memory>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "ConfigurationStore.h"
 #include "ConsoleCapture.h"
+#include "DeploymentMode.h"
 #include "EnvironmentVariable.h"
 #include "EventStore.h"
 #include "ObjectStore.h"
 #include "ScriptedService.h"
-#include "ServiceInfoApi.h"
+#include "StoreSuffix.h"
+#include "TempDirectory.h"
 
 namespace Weftline::Services {
 namespace {
 
+using Messaging::InitError;
+using Messaging::TermError;
 using PlatformAbstraction::GetConfigData;
-using PlatformAbstraction::Messaging::InitError;
-using PlatformAbstraction::Messaging::TermError;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
-using testing::Not;
 
 struct Outcome {
     int exitCode = 0;
@@ -42,39 +35,25 @@ struct Outcome {
 
 class RunSchedulerTest : public testing::Test {
 protected:
-    RunSchedulerTest() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "service_test_XXXXXX").string();
-        m_directory = mkdtemp(pattern.data());
-        PlatformAbstraction::ConfigDataSecureKeys().clear();
-        OfferScriptedBus(m_pScript);
-    }
     ~RunSchedulerTest() override {
         CommonServices::EventStore::Use(nullptr);
         CommonServices::ObjectStore::Use(nullptr);
-        std::filesystem::remove_all(m_directory);
     }
 
-    std::string StoreAddress() const { return "sqlite:" + (m_directory / "store.db").string(); }
-
-    /// Runs the process with `arguments`, and with a scripted bus and a store of its own where they name
-    /// none.
-    Outcome Run(const std::vector<std::string>& arguments) {
-        std::vector<std::string> all = {"quillon-scheduler"};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        for (const auto& byDefault :
-             {std::string("--deploy=") + kScriptedMode, "--mongo-uri=" + StoreAddress()}) {
-            const auto name = byDefault.substr(0, byDefault.find('='));
-            if (std::none_of(all.begin(), all.end(),
-                             [&](auto& argument) { return argument.starts_with(name); })) {
-                all.push_back(byDefault);
-            }
-        }
-        return RunWith(all);
-    }
-
-    Outcome RunWith(const std::vector<std::string>& all) {
-        std::vector<const char*> argv;
-        for (const auto& argument : all) {
+    /// A process in which all goes well but for what `arrange` says; the bus is scripted, and the store its
+    /// own.
+    Outcome Run(
+        const std::vector<std::string>& arguments,
+        const std::function<void(LifeScript&)>& arrange = [](auto&) {}) {
+        *m_pScript = LifeScript();
+        arrange(*m_pScript);
+        PlatformAbstraction::ConfigDataSecureKeys().clear();
+        Messaging::OfferDeploymentMode("scripted",
+                                       [this] { return std::make_unique<ScriptedTransport>(m_pScript); });
+        const EnvironmentVariable deploy("zrf_deploy", "scripted");
+        const EnvironmentVariable store("zrf_mongo-uri", m_address);
+        std::vector<const char*> argv = {"quillon-scheduler"};
+        for (const std::string& argument : arguments) {
             argv.push_back(argument.c_str());
         }
         Outcome outcome;
@@ -86,57 +65,31 @@ protected:
         outcome.errors = errors.Text();
         return outcome;
     }
+    std::ptrdiff_t CountDeeds(const std::string& deed) const {
+        return std::count(m_pScript->journal.begin(), m_pScript->journal.end(), deed);
+    }
 
-    const std::shared_ptr<LifeScript> m_pScript = std::make_shared<LifeScript>();
-
-private:
-    std::filesystem::path m_directory;
+    const TempDirectory m_directory;
+    const std::string m_address = "sqlite:" + m_directory.File("store.db");
+    const LifeScriptPointer m_pScript = std::make_shared<LifeScript>();
 };
 
-constexpr char kParametersByDefault[] =
-    "\tdeploy = scripted\n"
-    "\teventMaxPollingTimeoutMs = 2000\n"
-    "\thost = localhost\n"
-    "\tjobmanagerservicename = orvik.job.monitor\n"
-    "\tkafka-host = \n"
-    "\tkafka-port = 9092\n"
-    "\tloglevel = info\n"
-    "\tmetadatarootpath = %PUBLIC%/OrvikQuillonService/MetadataRootPath\n"
-    "\tmongo-db = wf\n"
-    "\tmongo-uri = ********\n"
-    "\tport = 9900\n"
-    "\trealm = test\n"
-    "\tservice = scripted.service\n";
-
-TEST_F(RunSchedulerTest, ANormalLifeSaysItsParametersAndDoesEachStepInItsOrder) {
-    const Outcome life = Run({"--config=bus.json"});
+TEST_F(RunSchedulerTest, ANormalLifeDoesEachStepInItsOrderWithTheOptionsGiven) {
+    const Outcome life =
+        Run({"--config=bus.json", "--realm=blue", "--version=7", "--enableOldHALPrototype=true", "--host",
+             "farm", "--port", "1234", "--mongo-db=a b", "--nonsense=1"});
     EXPECT_EQ(life.exitCode, 0);
-    EXPECT_EQ(life.output, std::string("\nExecutable: quillon-scheduler\n"
-                                       "\nEnvironment variables listing skipped.\n"
-                                       "\nStartup Parameters:\n") +
-                               kParametersByDefault + "\n");
+    EXPECT_THAT(life.output, testing::StartsWith("\nExecutable: quillon-scheduler\n"));
+    EXPECT_THAT(life.output, testing::HasSubstr("\n\tmongo-uri = ********\n\tport = 1234\n\trealm = blue\n"));
+    EXPECT_THAT(life.output, testing::Not(testing::HasSubstr("nonsense")));
     EXPECT_EQ(life.errors, "");
-    EXPECT_THAT(m_pScript->journal, ElementsAre("described as \"\"", "bus made", "errors", "handlers",
-                                                "start scripted.service test 3 at localhost with bus.json",
+    EXPECT_THAT(m_pScript->journal, ElementsAre("described as \"\"", "bus made", "errors", "old handlers",
+                                                "start scripted.service blue 7 at farm with bus.json",
                                                 "running", "wait", "bus gone", "deleted"));
-    EXPECT_EQ(GetConfigData()["mongo-uri"], StoreAddress());
-    for (const std::string key :
-         {"config", "version", "verbose", "proxyEventStore", "enableOldHALPrototype"}) {
-        EXPECT_EQ(GetConfigData().count(key), 0U) << key;
-    }
+    EXPECT_EQ(GetConfigData()["mongo-uri"], m_address);
+    EXPECT_EQ(GetConfigData()["port"] + GetConfigData()["mongo-db"], "1234a");
+    EXPECT_EQ(GetConfigData().count("config") + GetConfigData().count("version"), 0U);
     EXPECT_THAT(PlatformAbstraction::ConfigDataSecureKeys(), ElementsAre("config", "quota", "mongo-uri"));
-}
-
-TEST_F(RunSchedulerTest, OptionsReachTheServiceTheBusAndTheConfigurationStore) {
-    const EnvironmentVariable port("zrf_port", "5678");
-    const Outcome life = Run({"--realm=blue", "--version=7", "--enableOldHALPrototype=true", "--host", "farm",
-                              "--port", "1234", "--mongo-db=a b", "--nonsense=1"});
-    EXPECT_EQ(life.exitCode, 0);
-    EXPECT_THAT(m_pScript->journal, Contains("old handlers"));
-    EXPECT_THAT(m_pScript->journal, Contains("start scripted.service blue 7 at farm with "));
-    EXPECT_EQ(GetConfigData()["port"], "1234");
-    EXPECT_EQ(GetConfigData()["mongo-db"], "a");
-    EXPECT_THAT(life.output, Not(HasSubstr("nonsense")));
 }
 
 TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
@@ -149,9 +102,10 @@ TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
     const auto nothing = [](LifeScript&) {};
     const auto refuse = [] { return false; };
     const auto loseName = [](auto& info) { return info.m_Name.clear(), true; };
+    const auto refuseInfo = [](auto&) { return false; };
     const std::string described = "described as \"\"";
     const std::string begun = "start scripted.service test 3 at localhost with ";
-    const std::vector<Row> rows = {
+    const Row rows[] = {
         {{"--version=abc"}, nothing, "m_ServiceInfo.m_Name is empty()", described},
         {{"--enableOldHALPrototype=x"}, nothing, "m_ServiceInfo.m_Name is empty()", described},
         {{"--service=other"}, nothing, "m_ServiceInfo.m_Name is NOT == scripted.service", described},
@@ -159,7 +113,7 @@ TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
         {{"--mongo-uri=gopher://x"}, nothing, "ObjectStoreService::InitObjectStore() failed", "bus made"},
         {{}, [&](auto& script) { script.onErrors = refuse; }, "RegisterErrors() failed", "errors"},
         {{},
-         [](auto& script) { script.onHandlers = [](auto&) { return false; }; },
+         [&](auto& script) { script.onHandlers = refuseInfo; },
          "RegisterServiceMessageHandlers() failed",
          "handlers"},
         {{},
@@ -179,23 +133,21 @@ TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
          "AfterPlatformRunningStartupAction() failed",
          "running"},
     };
-    for (const auto& row : rows) {
+    for (const Row& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.arguments) + row.text);
-        *m_pScript = LifeScript();
-        row.arrange(*m_pScript);
-        const Outcome life = Run(row.arguments);
+        const Outcome life = Run(row.arguments, row.arrange);
         EXPECT_EQ(life.exitCode, -2);
         EXPECT_THAT(life.output, EndsWith("\n\n\nServiceBase::Startup() " + row.text));
         EXPECT_EQ(life.errors, "\nScheduler Service main pSchedulerService->Startup() failed");
         // Where a bus was made, the service is deleted with it still in its hands; one that runs is stopped.
-        auto& journal = m_pScript->journal;
         std::vector<std::string> expected = {row.lastDeed, "deleted"};
         if (row.lastDeed == "running") {
             expected.emplace_back("stop");
         }
-        if (std::find(journal.begin(), journal.end(), "bus made") != journal.end()) {
+        if (CountDeeds("bus made") > 0) {
             expected.emplace_back("bus gone");
         }
+        const auto& journal = m_pScript->journal;
         ASSERT_GE(journal.size(), expected.size());
         EXPECT_EQ(std::vector(journal.end() - std::ssize(expected), journal.end()), expected);
     }
@@ -203,7 +155,6 @@ TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
 
 TEST_F(RunSchedulerTest, TheExitCodeTellsWhichStepFailed) {
     struct Row {
-        std::string name;
         std::function<void(LifeScript&)> arrange;
         int exitCode;
         std::string output;  // behind the parameters
@@ -213,33 +164,28 @@ TEST_F(RunSchedulerTest, TheExitCodeTellsWhichStepFailed) {
     const std::string failed = "\nScheduler Service main pSchedulerService->";
     const std::string terminate = "\nServiceBase::Shutdown() m_pMessagingService->Terminate() failed";
     const std::string stillTrue = "\nServiceBase::Term() m_pMessagingService->IsRunning() STILL TRUE!";
-    const std::vector<Row> rows = {
-        {"init", [](auto& script) { script.onReady = [] { return false; }; }, -1, "",
-         failed + "Init() failed", 0},
-        {"a broken bus", [](auto& script) { script.stopsNormally = false; }, -999, "", "", 0},
-        {"a bus that has to be stopped", [](auto& script) { script.runsAfterWait = true; }, 0, "", "", 1},
-        {"shutdown",
-         [](auto& script) {
-             script.stopsNormally = false;
-             script.runsAfterWait = true;
-             script.stopError = TermError::Failed;
-         },
-         -3, terminate, failed + "Shutdown() failed", 1},
-        {"term", [](auto& script) { script.runsAfterWait = script.runsAfterStop = true; }, -4, stillTrue,
+    const auto cannotStop = [](LifeScript& script) {
+        script.stopsNormally = false;
+        script.runsAfterWait = true;
+        script.stopError = TermError::Failed;
+    };
+    const Row rows[] = {
+        {[](auto& script) { script.onReady = [] { return false; }; }, -1, "", failed + "Init() failed", 0},
+        {[](auto& script) { script.stopsNormally = false; }, -999, "", "", 0},
+        {[](auto& script) { script.runsAfterWait = true; }, 0, "", "", 1},
+        {cannotStop, -3, terminate, failed + "Shutdown() failed", 1},
+        {[](auto& script) { script.runsAfterWait = script.runsAfterStop = true; }, -4, stillTrue,
          failed + "Term() failed", 2},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        *m_pScript = LifeScript();
-        row.arrange(*m_pScript);
-        const Outcome life = Run({});
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.exitCode);
+        const Outcome life = Run({}, row.arrange);
         EXPECT_EQ(life.exitCode, row.exitCode);
         EXPECT_THAT(life.output, EndsWith("\n" + row.output));
         EXPECT_EQ(life.errors, row.errors);
-        auto& journal = m_pScript->journal;
-        EXPECT_EQ(std::count(journal.begin(), journal.end(), "stop"), row.stops);
-        EXPECT_THAT(journal, Contains("deleted"));
-        EXPECT_EQ(std::count(journal.begin(), journal.end(), "bus gone"), row.exitCode == -1 ? 0 : 1);
+        EXPECT_EQ(CountDeeds("stop"), row.stops);
+        EXPECT_EQ(CountDeeds("deleted"), 1);
+        EXPECT_EQ(CountDeeds("bus gone"), row.exitCode == -1 ? 0 : 1);
     }
 }
 
@@ -249,22 +195,25 @@ TEST_F(RunSchedulerTest, AnExceptionEndsTheProcessAndLeavesTheServiceAlone) {
         int exitCode;
         std::string text;
     };
-    const std::vector<Row> rows = {
+    const Row rows[] = {
         {[]() -> bool { throw std::range_error("far"); }, 101, "MESS: runtime error has occurred - far\n"},
         {[]() -> bool { throw std::logic_error("odd"); }, 102, "MESS: exception has occurred - odd\n"},
         {[]() -> bool { throw 7; }, 103, "MESS: Unexpected exception occurred!\n"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        *m_pScript = LifeScript();
-        m_pScript->onRunning = row.raise;
-        const Outcome life = Run({});
+    for (const Row& row : rows) {
+        const Outcome life = Run({}, [&](auto& script) { script.onRunning = row.raise; });
         EXPECT_EQ(life.exitCode, row.exitCode);
         EXPECT_THAT(life.output, EndsWith("\n\n" + row.text));
         EXPECT_EQ(life.errors, "");
-        EXPECT_THAT(m_pScript->journal, Not(Contains("deleted")));
+        EXPECT_EQ(CountDeeds("deleted"), 0);
         delete life.service;
     }
+}
+
+TEST(StoreSuffix, NamesEveryRealmButTheGlobalOne) {
+    EXPECT_EQ(MakeStoreSuffix("test"), "_test_2_3_12");
+    EXPECT_EQ(MakeStoreSuffix("global"), "_2_3_12");
+    EXPECT_EQ(MakeStoreSuffix("Global"), "_Global_2_3_12");
 }
 
 }  // namespace

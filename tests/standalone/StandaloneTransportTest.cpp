@@ -1,5 +1,6 @@
 #include "StandaloneTransport.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -13,10 +14,8 @@
 
 #include "BusConnection.h"
 #include "ConfigurationStore.h"
+#include "FunctionHandlers.h"
 #include "RawClient.h"
-#include "RegParamsBuilder.h"
-#include "ServiceInfo.h"
-#include "ServiceMessageHandlerV2.h"
 
 namespace PlatformAbstraction::Standalone {
 namespace {
@@ -27,37 +26,19 @@ using Rest::Ask;
 using Rest::RawClient;
 using std::chrono::seconds;
 
-/// Answers with what a function makes of the request.
-class FunctionHandler final : public ServiceMessageHandlerV2 {
-public:
-    using Function = std::function<Parameters(const Parameters&)>;
-    FunctionHandler(std::string name, Function function)
-        : m_name(std::move(name)), m_function(std::move(function)) {}
-
-    RegistrationParams GetRegistrationParams() const override {
-        return RegParamsBuilder().SetName(m_name).SetRESTPath(m_name).GetResult();
-    }
-    Parameters HandleMessageV2(const Parameters& request, std::shared_ptr<MessageContext>) override {
-        return m_function(request);
-    }
-
-private:
-    const std::string m_name;
-    const Function m_function;
-};
-
 class StandaloneTransportTest : public ::testing::Test {
 protected:
     static std::shared_ptr<ServiceInfoApi> MakeService(const std::string& name,
-                                                       FunctionHandler::Function function) {
+                                                       TestSupport::FunctionHandlerV2::Function function) {
         auto service = ConstructServiceInfo();
         service->SetNameRealmVersion(name, "test", 1);
         service->SetHost("localhost");
-        service->AddMessageHandlerV2(std::make_shared<FunctionHandler>("ask", std::move(function)));
+        service->AddMessageHandlerV2(std::make_shared<TestSupport::FunctionHandlerV2>(
+            TestSupport::Registration("ask", "ask"), std::move(function)));
         return service;
     }
 
-    static Parameters Echo(const Parameters& request) { return request; }
+    static Parameters Echo(const Parameters& request, const TestSupport::ContextPointer&) { return request; }
 
     /// Starts on a free port, which the log names.
     std::uint16_t Start(BusConnection& connection, const std::shared_ptr<ServiceInfoApi>& service) {
@@ -82,14 +63,15 @@ protected:
 TEST_F(StandaloneTransportTest, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     std::promise<void> entered;
     std::promise<void> leave;
+    const auto echoLater = [&](const Parameters& request, const auto&) {
+        if (request.HasParameter("wait")) {
+            entered.set_value();
+            leave.get_future().wait();
+        }
+        return request;
+    };
     BusConnection connection(MakeStandaloneTransport());
-    const std::uint16_t port = Start(connection, MakeService("a.service", [&](const Parameters& request) {
-                                         if (request.HasParameter("wait")) {
-                                             entered.set_value();
-                                             leave.get_future().wait();
-                                         }
-                                         return request;
-                                     }));
+    const std::uint16_t port = Start(connection, MakeService("a.service", echoLater));
     EXPECT_TRUE(connection.IsRunning());
     EXPECT_EQ(Ask(port, Get("/ask?a=1")).body, R"({"a":1})");
 
@@ -105,8 +87,7 @@ TEST_F(StandaloneTransportTest, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     EXPECT_TRUE(connection.WaitUntilBusStops());
     EXPECT_FALSE(connection.IsRunning());
     const auto response = client.ReadResponse();
-    ASSERT_TRUE(response.has_value());
-    EXPECT_EQ(response->body, R"({"wait":true})");
+    EXPECT_EQ(response.value().body, R"({"wait":true})");
     EXPECT_TRUE(client.ReadsEnd());
     EXPECT_EQ(connection.Terminate(0), TermError::NotRunning);
 }
@@ -125,10 +106,9 @@ TEST_F(StandaloneTransportTest, IsStoppedByItsOwner) {
     EXPECT_EQ(connection.Terminate(0), TermError::None);
     EXPECT_FALSE(connection.IsRunning());
     EXPECT_FALSE(RawClient().Connect(port));
-    auto dispatch = ServiceMessageDispatch("a.service", "test", 1, "ask");
-    const auto future = connection.GetMainConnectionBusMessaging()->SendRequest(dispatch);
-    EXPECT_TRUE(future->WaitForDone(20'000'000));
-    EXPECT_TRUE(future->HasError());
+    const auto messaging = connection.GetMainConnectionBusMessaging();
+    const auto future = messaging->SendRequest({"a.service", "test", 1, "ask"});
+    EXPECT_TRUE(future->WaitForDone(20'000'000) && future->HasError());
 }
 
 /// A farm of one service, which at its stop asks itself whether the bus still carries messages.
@@ -150,24 +130,22 @@ private:
 
 TEST_F(StandaloneTransportTest, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus) {
     bool isStoppedFirst = false;
-    auto farm = [&isStoppedFirst](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) {
-        const auto service = MakeService("farm.service", [](const Parameters&) {
-            Parameters results;
-            results.SetParameter("from", "farm");
-            return results;
-        });
-        return std::make_shared<OneServiceFarm>(bus, service, isStoppedFirst);
+    const auto farm = [&isStoppedFirst](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) {
+        const auto answer = [](const auto&, const auto&) {
+            return Parameters::fromJSON(R"({"from":"farm"})");
+        };
+        return std::make_shared<OneServiceFarm>(bus, MakeService("farm.service", answer), isStoppedFirst);
+    };
+    const auto askFarm = [](const Parameters&, const TestSupport::ContextPointer& context) {
+        const auto future =
+            context->GetContextBusMessaging()->SendRequest({"farm.service", "test", 1, "ask"});
+        Parameters results;
+        future->WaitForDone(20'000'000);
+        future->GetResults(results);
+        return results;
     };
     BusConnection connection(MakeStandaloneTransportWithFarm(farm));
-    const std::uint16_t port = Start(connection, MakeService("a.service", [&connection](const Parameters&) {
-                                         const auto future =
-                                             connection.GetMainConnectionBusMessaging()->SendRequest(
-                                                 ServiceMessageDispatch("farm.service", "test", 1, "ask"));
-                                         Parameters results;
-                                         future->WaitForDone(20'000'000);
-                                         future->GetResults(results);
-                                         return results;
-                                     }));
+    const std::uint16_t port = Start(connection, MakeService("a.service", askFarm));
     EXPECT_EQ(Ask(port, Get("/ask")).body, R"({"from":"farm"})");
     EXPECT_EQ(connection.Terminate(0), TermError::None);
     EXPECT_TRUE(isStoppedFirst);
@@ -178,35 +156,29 @@ TEST_F(StandaloneTransportTest, DoesNotStartWhatItCannotServe) {
     std::ofstream(badFile) << R"({"rest":{"maxBodyBytes":"4 MB"}})";
     BusConnection holder(MakeStandaloneTransport());
     const std::string held = std::to_string(Start(holder, MakeService("a.service", Echo)));
-    const struct {
-        const char* name;
-        std::string host;
-        std::string port;
-        std::string file;
-        InitError error;
-        const char* log;
-    } rows[] = {
-        {"port in use", "localhost", held, "", InitError::CannotListen, "--port"},
-        {"open to the world", "0.0.0.0", "0", "", InitError::CannotListen, "callers"},
-        {"no host", "", "0", "", InitError::BadConfiguration, "\"host\""},
-        {"no port", "localhost", "", "", InitError::BadConfiguration, "\"port\""},
-        {"port out of range", "localhost", "65536", "", InitError::BadConfiguration, "\"port\""},
-        {"port with more behind it", "localhost", "80x", "", InitError::BadConfiguration, "\"port\""},
-        {"settings refused", "localhost", "0", badFile, InitError::BadConfiguration, "\"rest.maxBodyBytes\""},
-        {"no settings there", "localhost", "0", badFile + ".no", InitError::BadConfiguration,
-         "cannot be read"},
+    using Start = std::tuple<std::string, std::string, std::string>;  // host, port and file of settings
+    const std::tuple<Start, InitError, const char*> rows[] = {
+        {{"localhost", held, ""}, InitError::CannotListen, "--port"},
+        {{"0.0.0.0", "0", ""}, InitError::CannotListen, "callers"},
+        {{"", "0", ""}, InitError::BadConfiguration, "\"host\""},
+        {{"localhost", "", ""}, InitError::BadConfiguration, "\"port\""},
+        {{"localhost", "65536", ""}, InitError::BadConfiguration, "\"port\""},
+        {{"localhost", "80x", ""}, InitError::BadConfiguration, "\"port\""},
+        {{"localhost", "0", badFile}, InitError::BadConfiguration, "\"rest.maxBodyBytes\""},
+        {{"localhost", "0", badFile + ".no"}, InitError::BadConfiguration, "cannot be read"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [start, error, text] : rows) {
+        const auto& [host, port, file] = start;
+        SCOPED_TRACE(host + ":" + port + " " + file);
         BusConnection connection(MakeStandaloneTransport());
         auto service = MakeService("a.service", Echo);
-        service->SetHost(row.host);
-        AddConfigData("port", row.port);
+        service->SetHost(host);
+        AddConfigData("port", port);
         connection.AssignServiceInfo(service);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(connection.Initialize(row.file, ""), row.error) << row.name;
-        const std::string log = testing::internal::GetCapturedStderr();
-        EXPECT_NE(log.find(row.log), std::string::npos) << row.name << ": " << log;
-        EXPECT_FALSE(connection.IsRunning()) << row.name;
+        EXPECT_EQ(connection.Initialize(file, ""), error);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(text));
+        EXPECT_FALSE(connection.IsRunning());
     }
     EXPECT_EQ(holder.Terminate(0), TermError::None);
 }

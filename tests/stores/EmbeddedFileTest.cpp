@@ -18,18 +18,9 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::ThrowsMessage;
 
-class EmbeddedFile : public EmbeddedFixture {
-protected:
-    std::string WhyNot() {
-        try {
-            Open();
-            return "";
-        } catch (const ObjectStoreException& refusal) {
-            return refusal.what();
-        }
-    }
-};
+using EmbeddedFile = EmbeddedFixture;
 
 unsigned ModeOf(const std::filesystem::path& path) {
     struct stat state {};
@@ -62,17 +53,13 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
     ForeignProgram(base + "/other.db").Do("CREATE TABLE t (a)");
     ASSERT_EQ(::chmod((base + "/other.db").c_str(), 0664), 0);
     ForeignProgram(base + "/marked.db").Do("PRAGMA user_version = 1");
-    { ForeignProgram(base + "/newer.db").Do("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7"); }
+    ForeignProgram(base + "/newer.db").Do("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7");
     std::filesystem::create_directory(base + "/directory.db");
     options.path = base + "/used.db";
     Open();
     const CommonServices::EmbeddedStore inUse = store;
 
-    struct Row {
-        const char* file;
-        std::vector<std::string> words;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, std::vector<std::string>> rows[] = {
         {"text.db", {"is no database", "move it away"}},
         {"other.db", {"database of another program"}},
         {"marked.db", {"database of another program"}},
@@ -81,12 +68,11 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
         {"file/store.db", {"directory", "Not a directory", "name another"}},
         {"used.db", {"in use by another service"}},
     };
-    for (const Row& row : rows) {
-        options.path = base + "/" + row.file;
-        const std::string why = WhyNot();
-        EXPECT_THAT(why, HasSubstr(options.path.substr(0, options.path.rfind('/'))));
-        for (const std::string& word : row.words) {
-            EXPECT_THAT(why, HasSubstr(word)) << row.file;
+    for (const auto& [file, words] : rows) {
+        options.path = base + "/" + file;
+        for (const std::string& word : words) {
+            EXPECT_THAT([this] { Open(); },
+                        ThrowsMessage<ObjectStoreException>(AllOf(HasSubstr(base), HasSubstr(word))));
         }
     }
     // A refusal leaves nothing behind in the file, nor takes it from anybody.
@@ -96,16 +82,15 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
 
 TEST_F(EmbeddedFile, KeepsOrderAndOffsetsOverReopening) {
     Open();
-    ASSERT_TRUE(Upsert("b") && Upsert("a"));
-    ASSERT_TRUE(store.events->Append(RecordOf("e1", "events"), true));
-    const std::int64_t offset = store.events->Read("events", 0, 1, {}).at(0).offset;
+    ASSERT_TRUE(Upsert("b") && Upsert("a") && Append("e1"));
+    const auto lastOffset = [this] { return store.events->Read("V2_WFJobEvents", 0, 1, {}).at(0).offset; };
+    const std::int64_t before = lastOffset();
     ForeignProgram(options.path).Do("DELETE FROM events");
     Close();
     Open();
-    ASSERT_TRUE(Upsert("c") && Upsert("b"));
+    ASSERT_TRUE(Upsert("c") && Upsert("b") && Append("e2"));
     EXPECT_THAT(Jobs(), ElementsAre("b", "a", "c"));
-    ASSERT_TRUE(store.events->Append(RecordOf("e2", "events"), true));
-    EXPECT_GT(store.events->Read("events", 0, 1, {}).at(0).offset, offset);
+    EXPECT_GT(lastOffset(), before);
 }
 
 TEST_F(EmbeddedFile, ShowsOtherProgramsTheStoredKeysAsColumns) {
@@ -133,9 +118,8 @@ TEST_F(EmbeddedFile, FindsWhatOtherProgramsInsert) {
     program.Do(
         "INSERT INTO records (recordType, recordTopic, recordData, recordPublicData) "
         "VALUES ('MobID', 'V2_WFMobIDs', '{\"mobID\":1}', '{\"queryID\":\"q\"}')");
-    const auto results = store.records->FindWithReference("V2_WFMobIDs", "MobID", "queryID", "q", 0, kAll);
-    ASSERT_EQ(results.size(), 1u);
-    const Weftline::Record& result = results[0];
+    const Weftline::Record result =
+        store.records->FindWithReference("V2_WFMobIDs", "MobID", "queryID", "q", 0, kAll).at(0);
     EXPECT_EQ(result.recordID.size(), 36u);
     EXPECT_EQ(result.recordVersion, 1);
     EXPECT_EQ(result.tags, "[]");
@@ -158,13 +142,15 @@ TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
     ForeignProgram program(options.path);
     program.Do(
         "INSERT INTO records VALUES ('n', 'MobID', 1, NULL, NULL, 'V2_WFMobIDs', NULL, NULL, NULL, NULL, "
-        "NULL, NULL);"
-        "INSERT INTO records VALUES (7, 'MobID', 'text', 5, 1.5, 'V2_WFMobIDs', x'7b7d', 'then', "
-        "x'7b227175657279494422', 'yes', 1, x'00ff');"
-        "INSERT INTO records (recordID, recordType, recordTopic, recordPublicData) VALUES "
-        "('b1', 'MobID', 'V2_WFMobIDs', '{\"queryID\":\"q\"'), ('b2', 'MobID', 'V2_WFMobIDs', 'queryID'),"
-        "('b3', 'MobID', 'V2_WFMobIDs', '\"queryID\"'), ('ok', 'MobID', 'V2_WFMobIDs', "
-        "'{\"queryID\":\"q\"}')");
+        "NULL, NULL),"
+        "(7, 'MobID', 'text', 5, 1.5, 'V2_WFMobIDs', x'7b7d', 'then', x'7b227175657279494422', 'yes', 1, "
+        "x'00ff')");
+    const std::pair<std::string, std::string> rows[] = {
+        {"b1", R"({"queryID":"q")"}, {"b2", "queryID"}, {"b3", R"("queryID")"}, {"ok", R"({"queryID":"q"})"}};
+    for (const auto& [id, json] : rows) {
+        program.Do("INSERT INTO records (recordID, recordType, recordTopic, recordPublicData) VALUES ('" +
+                   id + "', 'MobID', 'V2_WFMobIDs', '" + json + "')");
+    }
     EXPECT_THAT(Results("q"), ElementsAre("ok"));
     const auto all = store.records->FindOfType("V2_WFMobIDs", "MobID", 0, kAll);
     ASSERT_THAT(IdsOf(all), ElementsAre("n", "7", "b1", "b2", "b3", "ok"));

@@ -32,13 +32,20 @@ public:
 
 void InThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
-    threads.reserve(static_cast<std::size_t>(count));
     for (int thread = 0; thread < count; ++thread) {
         threads.emplace_back(work, thread);
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+/// Jobs named by their numbers, in one transaction, all of the query "q".
+void InsertJobs(ForeignProgram& program, int count) {
+    program.Do("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 < " +
+               std::to_string(count) +
+               ") INSERT INTO records (recordID, recordType, recordTopic, recordPublicData) "
+               "SELECT i, 'Job', 'V2_WFJobs', '{\"queryID\":\"q\"}' FROM n");
 }
 
 TEST_F(EmbeddedWrites, ManyWritersShareTheSyncsWhileAReaderSeesOnlyWholeWrites) {
@@ -86,8 +93,7 @@ TEST_F(EmbeddedWrites, WhatWasAcceptedSurvivesTheDeathOfTheProcess) {
     if (child == 0) {
         Open();
         for (int n = 0;; ++n) {
-            const bool taken = Upsert(std::to_string(n)) &&
-                               store.events->Append(RecordOf(std::to_string(n), "V2_WFJobEvents"), true);
+            const bool taken = Upsert(std::to_string(n)) && Append(std::to_string(n));
             if (!taken || ::write(answers[1], "x", 1) != 1) {
                 ::_exit(1);
             }
@@ -106,36 +112,31 @@ TEST_F(EmbeddedWrites, WhatWasAcceptedSurvivesTheDeathOfTheProcess) {
 
     Open();
     EXPECT_THAT(Jobs(), IsSupersetOf(accepted));
-    EXPECT_GE(store.events->Read("V2_WFJobEvents", 0, 1000, {}).size(), accepted.size());
+    EXPECT_GE(CountEvents(), accepted.size());
 }
 
 TEST_F(EmbeddedWrites, WritesUnderWayAreFinishedOnClosing) {
     Open();
     for (int n = 0; n < 100; ++n) {
-        ASSERT_TRUE(store.events->Append(RecordOf(std::to_string(n), "V2_WFJobEvents"), false));
+        ASSERT_TRUE(Append(std::to_string(n), false));
     }
     Close();
     Open();
-    EXPECT_THAT(store.events->Read("V2_WFJobEvents", 0, 1000, {}), SizeIs(100));
+    EXPECT_EQ(CountEvents(), 100U);
 }
 
 TEST_F(EmbeddedWrites, LongListsAreReadWholeAndDeletedAtOnce) {
     constexpr int kRecords = 3000;
     Open();
     ForeignProgram program(options.path);
-    program.Do(
-        "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < " +
-        std::to_string(kRecords - 1) +
-        ") INSERT INTO records (recordID, recordType, recordTopic) SELECT i, 'Job', 'V2_WFJobs' FROM n");
+    InsertJobs(program, kRecords);
     std::vector<std::string> expected;
-    expected.reserve(kRecords);
     for (int n = 0; n < kRecords; ++n) {
         expected.push_back(std::to_string(n));
     }
     EXPECT_EQ(Jobs(), expected);
     EXPECT_EQ(IdsOf(store.records->FindOfType("V2_WFJobs", "Job", 100, 2000)),
               std::vector<std::string>(expected.begin() + 100, expected.begin() + 2100));
-
     std::vector<std::string> ids = expected;
     ids.erase(ids.begin() + 1234);
     ids.resize(500000, "nobody");
@@ -149,11 +150,7 @@ TEST_F(EmbeddedWrites, AListIsOfOneStateOfTheStore) {
     std::thread other([&] {
         ForeignProgram program(options.path);
         for (int round = 0; round < 40; ++round) {
-            program.Do(
-                "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) INSERT INTO "
-                "records "
-                "(recordType, recordTopic, recordPublicData) SELECT 'Job', 'V2_WFJobs', "
-                "'{\"queryID\":\"q\"}' FROM n");
+            InsertJobs(program, 3000);
             program.Do("DELETE FROM records");
         }
         done = true;
@@ -174,15 +171,14 @@ TEST_F(EmbeddedWrites, AFailedSyncEndsWritingUntilTheStoreIsOpenedAnew) {
     FaultyDisk::s_syncFails = false;
     EXPECT_FALSE(Upsert("after"));
     EXPECT_FALSE(store.records->DeleteMany({"before"}));
-    EXPECT_FALSE(store.events->Append(RecordOf("event", "V2_WFJobEvents"), true));
-    EXPECT_FALSE(store.events->Append(RecordOf("event", "V2_WFJobEvents"), false));
+    EXPECT_FALSE(Append("event"));
+    EXPECT_FALSE(Append("event", false));
     EXPECT_THAT(Jobs(), ElementsAre("before"));
 
     Close();
     Open();
     EXPECT_TRUE(Upsert("anew"));
-    EXPECT_TRUE(store.records->FindByID("before", "V2_WFJobs").has_value());
-    EXPECT_FALSE(store.records->FindByID("after", "V2_WFJobs").has_value());
+    EXPECT_THAT(Jobs(), AnyOf(ElementsAre("before", "anew"), ElementsAre("before", "lost", "anew")));
 }
 
 TEST_F(EmbeddedWrites, AFullDiskPasses) {
@@ -202,9 +198,7 @@ TEST_F(EmbeddedWrites, AFullDiskPasses) {
 TEST_F(EmbeddedWrites, ADeletionThatFailsHalfWayLeavesAllAndItsNeighboursGo) {
     Open();
     ForeignProgram program(options.path);
-    for (const char* id : {"a", "b", "c"}) {
-        ASSERT_TRUE(Upsert(id));
-    }
+    ASSERT_TRUE(Upsert("a") && Upsert("b") && Upsert("c"));
     program.Do(
         "CREATE TRIGGER no BEFORE DELETE ON records WHEN old.recordID = 'b' "
         "BEGIN SELECT RAISE(ABORT, 'kept'); END");
@@ -253,25 +247,22 @@ TEST_F(EmbeddedWrites, TheLogStaysBoundedAndASlowReaderOnlyDelaysThat) {
     options.checkpointBytes = 262144;
     options.idleAfter = std::chrono::hours(1);
     Open();
-    const auto logBytes = [this] { return std::filesystem::file_size(options.path + "-wal"); };
-    const auto write = [this](const std::string& name, int count) {
+    const auto kilobytesAfter = [this](const std::string& name, int count) {
         for (int n = 0; n < count; ++n) {
             Weftline::Record job = RecordOf(name + std::to_string(n));
             job.recordData = std::string(50000, 'x');
-            ASSERT_TRUE(store.records->Upsert(job));
+            EXPECT_TRUE(store.records->Upsert(job));
         }
+        return std::filesystem::file_size(options.path + "-wal") / 1024;
     };
-    write("steady", 60);  // three megabytes
-    EXPECT_LT(logBytes(), 600u * 1024);
+    EXPECT_LT(kilobytesAfter("steady", 60), 600u);
     {
         ForeignProgram reader(options.path);
         reader.Do("BEGIN; SELECT count(*) FROM records");
-        write("held back", 40);
-        EXPECT_EQ(reader.Ask("SELECT count(*) FROM records"), std::vector<std::string>{"60"});
-        EXPECT_GT(logBytes(), 1500u * 1024);
+        EXPECT_GT(kilobytesAfter("held back", 40), 1500u);
+        EXPECT_THAT(reader.Ask("SELECT count(*) FROM records"), ElementsAre("60"));
     }
-    write("free again", 60);
-    EXPECT_LT(logBytes(), 600u * 1024);
+    EXPECT_LT(kilobytesAfter("free again", 60), 600u);
     EXPECT_THAT(Jobs(), SizeIs(160));
     Close();
     EXPECT_FALSE(std::filesystem::exists(options.path + "-wal"));

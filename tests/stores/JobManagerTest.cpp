@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <stdexcept>
 #include <string>
 
@@ -15,6 +16,7 @@ namespace {
 
 using CoreServices::Parameters;
 using testing::ElementsAre;
+using testing::ThrowsMessage;
 using TestSupport::ScriptedAnswer;
 
 class JobManagerOnTheBus : public testing::Test {
@@ -28,20 +30,12 @@ protected:
         return ScriptedAnswer::Results(Parameters::fromJSON(json));
     }
 
-    /// The failure of a question whose answer is in script.
-    std::string Failure() {
-        std::int32_t limit = 25;
-        std::int32_t total = -1;
-        try {
-            JobManager().FindJobsByKind(bus, Parameters(), "k", 0, limit, total);
-        } catch (const std::runtime_error& failure) {
-            EXPECT_EQ(limit, 25);
-            EXPECT_EQ(total, -1);
-            return failure.what();
-        }
-        return "none";
+    std::vector<JobInfo> Find(const std::string& identity = "{}") {
+        return JobManager().FindJobsByKind(bus, Parameters::fromJSON(identity), "k", 5, limit, total);
     }
 
+    std::int32_t limit = 25;
+    std::int32_t total = -1;
     std::shared_ptr<TestSupport::FakeBusMessaging> bus;
 };
 
@@ -52,10 +46,7 @@ TEST_F(JobManagerOnTheBus, FindsAPageOfJobsAtTheServiceOfTheSetting) {
         R"("details":{"SubTaskJobIDs":["2"]}})";
     On("findJobsByKind", Results(R"({"results":[)" + first + R"(,{"id":"3"}],"limit":10,"total":12})"));
     PlatformAbstraction::AddConfigData("jobmanagerservicename", "jobs.elsewhere");
-    std::int32_t limit = 25;
-    std::int32_t total = 0;
-    const auto jobs = JobManager().FindJobsByKind(bus, Parameters::fromJSON(R"({"identityId":"ada"})"), "k",
-                                                  5, limit, total);
+    const auto jobs = Find(R"({"identityId":"ada"})");
     PlatformAbstraction::AddConfigData("jobmanagerservicename", "");
 
     ASSERT_EQ(jobs.size(), 2U);
@@ -84,9 +75,7 @@ TEST_F(JobManagerOnTheBus, OddValuesOfAJobReadAsBlankAndHideNoOther) {
          }) {
         SCOPED_TRACE(odd);
         On("findJobsByKind", Results(R"({"results":[{"id":"odd",)" + odd + R"(},{"id":"2"}],"total":2})"));
-        std::int32_t limit = 25;
-        std::int32_t total = 0;
-        const auto jobs = JobManager().FindJobsByKind(bus, Parameters(), "k", 0, limit, total);
+        const auto jobs = Find();
         ASSERT_EQ(jobs.size(), 2U);
         EXPECT_EQ(WriteJobInfo(jobs[0]).toJSON(), WriteJobInfo(blank).toJSON());
         EXPECT_EQ(jobs[1].jobId, "2");
@@ -94,42 +83,37 @@ TEST_F(JobManagerOnTheBus, OddValuesOfAJobReadAsBlankAndHideNoOther) {
 }
 
 TEST_F(JobManagerOnTheBus, ThrowsForEveryAnswerThatIsNoPage) {
-    struct Row {
-        std::string name;
-        ScriptedAnswer answer;
-        std::string failure;
+    const std::string noResults = "was answered without \"results\"";
+    const std::string noTotal = "was answered without \"total\"";
+    const std::pair<std::string, ScriptedAnswer> rows[] = {
+        {"was not answered in time", ScriptedAnswer::Never()},
+        {"has error: E : m", ScriptedAnswer::Error("E", "m")},
+        {"has error: no details", ScriptedAnswer::ErrorWithoutDetails()},
+        {"was answered with no tree", ScriptedAnswer::Text("<html>")},
+        {noResults, Results(R"([{"id":"1"}])")},
+        {noResults, Results(R"({"total":1})")},
+        {"was answered with a job that is no tree", Results(R"({"results":["1"],"total":1})")},
+        {noTotal, Results(R"({"results":[],"limit":5})")},
+        {noTotal, Results(R"({"results":[],"total":"5"})")},
+        {"was answered with a \"limit\" that is no number",
+         Results(R"({"results":[],"limit":null,"total":0})")},
     };
-    const std::string at = "findJobsByKind at the job manager ";
-    const Row rows[] = {
-        {"none", ScriptedAnswer::Never(), at + "was not answered in time"},
-        {"error", ScriptedAnswer::Error("E", "m"), at + "has error: E : m"},
-        {"error alone", ScriptedAnswer::ErrorWithoutDetails(), at + "has error: no details"},
-        {"no JSON", ScriptedAnswer::Text("<html>"), at + "was answered with no tree"},
-        {"an array", Results(R"([{"id":"1"}])"), at + "was answered without \"results\""},
-        {"no results", Results(R"({"total":1})"), at + "was answered without \"results\""},
-        {"texts", Results(R"({"results":["1"],"total":1})"), at + "was answered with a job that is no tree"},
-        {"an array in it", Results(R"({"results":[["1"]],"total":1})"), R"("id" of a job is missing)"},
-        {"no id", Results(R"({"results":[{"id":"1"},{"id":""}],"total":1})"), R"("id" of a job is missing)"},
-        {"id a number", Results(R"({"results":[{"id":1}],"total":1})"), R"("id" of a job is missing)"},
-        {"no total", Results(R"({"results":[],"limit":5})"), at + "was answered without \"total\""},
-        {"total a text", Results(R"({"results":[],"total":"5"})"), at + "was answered without \"total\""},
-        {"limit null", Results(R"({"results":[],"limit":null,"total":0})"),
-         at + "was answered with a \"limit\" that is no number"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        On("findJobsByKind", row.answer);
-        EXPECT_EQ(Failure(), row.failure);
+    for (const auto& [failure, answer] : rows) {
+        On("findJobsByKind", answer);
+        EXPECT_THAT([this] { Find(); },
+                    ThrowsMessage<std::runtime_error>("findJobsByKind at the job manager " + failure));
     }
+    for (const char* results : {R"([["1"]])", R"([{"id":"1"},{"id":""}])", R"([{"id":1}])"}) {
+        On("findJobsByKind", Results(R"({"results":)" + std::string(results) + R"(,"total":1})"));
+        EXPECT_THAT([this] { Find(); }, ThrowsMessage<std::runtime_error>(R"("id" of a job is missing)"));
+    }
+    EXPECT_EQ(limit, 25);
+    EXPECT_EQ(total, -1);
 }
 
 TEST_F(JobManagerOnTheBus, ARemovalIsDoneOnlyWhenTheAnswerSaysSo) {
-    struct Row {
-        std::string name;
-        ScriptedAnswer answer;
-        bool isDone;
-    };
-    const Row rows[] = {
+    const auto late = ScriptedAnswer::Late(Parameters::fromJSON(R"({"id":"1"})"));
+    const std::tuple<const char*, ScriptedAnswer, bool> rows[] = {
         {"an answer with a key", Results(R"({"id":"9"})"), true},
         {"an empty answer", Results("{}"), false},
         {"an array", Results("[1]"), false},
@@ -138,29 +122,34 @@ TEST_F(JobManagerOnTheBus, ARemovalIsDoneOnlyWhenTheAnswerSaysSo) {
         {"error alone", ScriptedAnswer::ErrorWithoutDetails(), false},
         {"timed out", ScriptedAnswer::TimedOut(), false},
         {"none", ScriptedAnswer::Never(), false},
-        {"late", ScriptedAnswer::Late(Parameters::fromJSON(R"({"id":"1"})")), false},
+        {"late", late, false},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        On("removeJob", row.answer);
+    for (const auto& [name, answer, isDone] : rows) {
+        SCOPED_TRACE(name);
+        On("removeJob", answer);
         JobInfo removed;
         removed.name = "before";
-        EXPECT_EQ(JobManager().RemoveJob(bus, Parameters(), "1", removed), row.isDone);
-        EXPECT_EQ(removed.jobId + removed.name, row.isDone ? "1" : "before");
+        EXPECT_EQ(JobManager().RemoveJob(bus, Parameters(), "1", removed), isDone);
+        EXPECT_EQ(removed.jobId + removed.name, isDone ? "1" : "before");
         const auto sent = bus->Sent().front().dispatch;
         EXPECT_EQ(sent.service + " " + sent.parameters.toJSON(), R"(orvik.job.monitor {"id":"1"})");
     }
 }
 
 TEST(JobStatusOfText, IsKnownForStatesAndStatusesByTheirExactNames) {
-    for (const std::string atWork : {"Created", "Readied", "Evaluated", "Tasked", "InProgress"}) {
-        EXPECT_EQ(StrToJobStatus(atWork), JobStatus::InProgress) << atWork;
+    const std::map<std::string, int> numbers = {{"Created", 1},
+                                                {"Readied", 1},
+                                                {"Evaluated", 1},
+                                                {"Tasked", 1},
+                                                {"InProgress", 1},
+                                                {"Completed", 2},
+                                                // Clients see the numbers.
+                                                {"Failed", 3},
+                                                {"Suspended", 4},
+                                                {"Canceled", 5}};
+    for (const auto& [text, number] : numbers) {
+        EXPECT_EQ(static_cast<int>(StrToJobStatus(text)), number) << text;
     }
-    EXPECT_EQ(static_cast<int>(StrToJobStatus("InProgress")), 1);
-    EXPECT_EQ(static_cast<int>(StrToJobStatus("Completed")), 2);
-    EXPECT_EQ(static_cast<int>(StrToJobStatus("Failed")), 3);
-    EXPECT_EQ(static_cast<int>(StrToJobStatus("Suspended")), 4);
-    EXPECT_EQ(static_cast<int>(StrToJobStatus("Canceled")), 5);
     for (const std::string unknown : {"", "Unknown", "completed", "Completed ", "2", "Cancelled"}) {
         EXPECT_EQ(StrToJobStatus(unknown), JobStatus::Unknown) << unknown;
     }

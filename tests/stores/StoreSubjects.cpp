@@ -5,23 +5,18 @@
 #include "FakeRecordStore.h"
 
 const std::vector<StoreFactory>& StoreFactories() {
-    static const std::vector<StoreFactory> factories = {
-        {"Embedded",
-         [] {
-             StoreSubject subject;
-             auto store = CommonServices::OpenEmbeddedStore(subject.directory->File("store.db"));
-             subject.records = std::move(store.records);
-             subject.events = std::move(store.events);
-             return subject;
-         }},
-        {"Fake",
-         [] {
-             StoreSubject subject;
-             subject.records = std::make_shared<TestSupport::FakeRecordStore>();
-             subject.events = std::make_shared<TestSupport::FakeEventLog>();
-             return subject;
-         }},
+    static const auto makeEmbedded = [] {
+        StoreSubject subject;
+        auto store = CommonServices::OpenEmbeddedStore(subject.directory->File("store.db"));
+        subject.records = std::move(store.records);
+        subject.events = std::move(store.events);
+        return subject;
     };
+    static const auto makeFake = [] {
+        return StoreSubject{.records = std::make_shared<TestSupport::FakeRecordStore>(),
+                            .events = std::make_shared<TestSupport::FakeEventLog>()};
+    };
+    static const std::vector<StoreFactory> factories = {{"Embedded", makeEmbedded}, {"Fake", makeFake}};
     return factories;
 }
 
@@ -39,7 +34,6 @@ Weftline::Record ResultOf(const std::string& id, const std::string& query) {
 
 std::vector<std::string> IdsOf(const std::vector<Weftline::Record>& records) {
     std::vector<std::string> ids;
-    ids.reserve(records.size());
     for (const Weftline::Record& record : records) {
         ids.push_back(record.recordID);
     }

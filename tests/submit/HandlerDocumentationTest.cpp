@@ -1,13 +1,17 @@
 #include "HandlerDocumentation.h"
 
-#include <gtest/gtest.h>
-
+#include "EmbeddedResources.h"
+#include "SubmitDataExtractHandler.h"
+#include "SubmitDynamicRelinkHandler.h"
 #include "SubmitFixture.h"
+#include "SubmitMixdownHandler.h"
+#include "SubmitRenderHandler.h"
+#include "SubmitSourceAvailabilityQueryHandler.h"
+#include "SubmitSuitableMastersQueryHandler.h"
+#include "SubmitTranscodeHandler.h"
 
 namespace Weftline::Services {
 namespace {
-
-using CoreServices::Parameters;
 
 /// A store of one document, which can fail at each of its steps.
 class OneDocumentStore final : public ResourceStore {
@@ -37,39 +41,36 @@ TEST(HandlerDocumentation, EachStepOfReadingADocumentFailsWithItsText) {
     EXPECT_EQ(failureOf("DOC"), "Failed to lock render documentation");
     store.loads = false;
     EXPECT_EQ(failureOf("DOC"), "Failed to load render documentation");
-    EXPECT_EQ(TextOf<std::runtime_error>([] { BuildDocumentedExample("IDR_NONE"); }),
-              "IDR_NONE documentation resource not found");
 }
 
-TEST(HandlerDocumentation, TheEnvelopesStandAsDocumented) {
-    const std::string placement =
-        R"("jobQueue":"c52a7f6e-c32a-45da-8716-c06c79af3a98","clientMachine":"<client machine name>",)"
-        R"("requiredWorkerMachine":"<worker machine name>","excludedWorkerMachine":"<worker machine name>",)";
-    const auto withoutEmail = [](Parameters example) {
-        EXPECT_EQ(example.GetChildParameters("emailSettingsParams"), BuildEmailSettingsExample());
-        example.SetParameterNull("emailSettingsParams");
-        return example.toJSON();
+TEST(HandlerDocumentation, EighteenDocumentsAreCarriedSortedAndReadable) {
+    const auto resources = Resources::EmbeddedResources();
+    EXPECT_EQ(resources.size(), 18U);
+    EXPECT_TRUE(std::is_sorted(resources.begin(), resources.end(),
+                               [](const auto& left, const auto& right) { return left.name < right.name; }));
+    for (const Resources::EmbeddedResource& resource : resources) {
+        EXPECT_NO_THROW(LoadJsonDocumentation(std::string(resource.name))) << resource.name;
+    }
+}
+
+TEST(HandlerDocumentation, EachOperationShowsItsOwnDocuments) {
+    const auto check = [](const SubmitJobHandler& handler, const std::vector<std::string>& names) {
+        const auto registration = handler.GetRegistrationParams();
+        ASSERT_EQ(registration.examples.size(), names.size()) << registration.name;
+        for (std::size_t n = 0; n < names.size(); ++n) {
+            EXPECT_EQ(registration.examples[n].request.GetChildParameters("JobParams"),
+                      LoadJsonDocumentation("IDR_" + names[n]));
+        }
     };
-    EXPECT_EQ(withoutEmail(BuildDocumentedExample("IDR_SUBMIT_SUITABLE_MASTERS_QUERY")),
-              R"({"InputMetadataFilePath":"<<< INPUT METADATA FILE >>>",)"
-              R"("InputMobIDs":["<<< INPUT MOB >>>","<<< INPUT MOB >>>"],"rootPath":"C:\\temp",)"
-              R"("CompositionMetadataFilePath":"<<< OUTPUT METADATA FILE >>>",)"
-              R"("SaveMobsMetadataFilePath":"<<< SAVE MOBS METADATA FILE >>>",)" +
-                  placement + R"("emailSettingsParams":null,"JobParams":{}})");
-    EXPECT_EQ(withoutEmail(BuildJobExample(Json(R"({"x":1})"))),
-              R"({"rootPath":"C:\\temp","description":"Job description",)" + placement +
-                  R"("emailSettingsParams":null,"jobParams":{"x":1}})");
-}
-
-TEST(HandlerDocumentation, TheEmailSettingsNameTwoRecipients) {
-    const Parameters settings = BuildEmailSettingsExample();
-    const std::vector<std::string> keys = {"emailSMTPServer", "emailPort", "emailFromName",
-                                           "emailToAddresses", "emailFromAddress"};
-    EXPECT_EQ(settings.GetTopLevelParameterNames(), keys);
-    std::int32_t port = 0;
-    EXPECT_TRUE(settings.GetParameter("emailPort", port));
-    EXPECT_EQ(port, 22);
-    EXPECT_EQ(settings.GetArrayNumValues("emailToAddresses"), 2U);
+    using namespace Scheduler;
+    check(SubmitTranscodeHandler(nullptr), {"TRANSCODE_SD", "TRANSCODE_HD", "TRANSCODE_UHD"});
+    check(SubmitMixdownHandler(nullptr), {"MIXDOWN_SD", "MIXDOWN_HD", "MIXDOWN_UHD"});
+    check(SubmitRenderHandler(nullptr),
+          {"VIDEO_PRECOMPUTE_SD", "VIDEO_PRECOMPUTE_HD", "VIDEO_PRECOMPUTE_UHD"});
+    check(SubmitDynamicRelinkHandler(nullptr), {"DR_HIGHEST_QUALITY", "DR_SPECIFIC_RESOLUTION"});
+    check(SubmitDataExtractHandler(nullptr), {"DATAEXTRACT_HD"});
+    check(SubmitSourceAvailabilityQueryHandler(nullptr), {"SOURCE_AVAILABILITY"});
+    check(SubmitSuitableMastersQueryHandler(nullptr), {"SUBMIT_SUITABLE_MASTERS_QUERY"});
 }
 
 }  // namespace

@@ -1,15 +1,16 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include <iostream>
 
-#include <memory>
-#include <string>
-
-#include "FakeBusMessaging.h"
-#include "StoresInPlace.h"
+#include "ConsoleCapture.h"
+#include "HandlerFixture.h"
 #include "SubmitJobHandler.h"
 
 namespace Weftline::Services {
+
+using CoreServices::Parameters;
+using TestSupport::Json;
+using TestSupport::ScriptedAnswer;
 
 /// An operation without a word of its own, to see what the flow does alone.
 class PlainOperation final : public SubmitJobHandler {
@@ -17,34 +18,6 @@ public:
     using SubmitJobHandler::SubmitJobHandler;
     PlatformAbstraction::RegistrationParams GetRegistrationParams() const override { return {}; }
 };
-
-/// A job as it lies in the store, opened.
-struct StoredJob {
-    Weftline::Record record;
-    CoreServices::Parameters privateData;
-    CoreServices::Parameters publicData;
-
-    CoreServices::Parameters Tree(std::string_view key) const;  ///< one of the JSON texts of the private data
-};
-
-/// Fake stores, a fake bus and an operation on them. The job's directory is "/jobs/" and the client key where
-/// the request says nothing else.
-class SubmitFixture : public testing::Test {
-protected:
-    /// The client key.
-    std::string Submit(SubmitJobHandler& handler, const std::string& requestJson, bool failJobDefault = true);
-    std::string Submit(const std::string& requestJson) { return Submit(plain, requestJson); }
-    /// The only job in the store.
-    StoredJob OnlyJob() const;
-
-    TestSupport::StoresInPlace stores;
-    std::shared_ptr<TestSupport::FakeBusMessaging> bus = std::make_shared<TestSupport::FakeBusMessaging>();
-    std::shared_ptr<PlatformAbstraction::Messaging::BusConnection> connection;
-    PlainOperation plain{connection};
-};
-
-/// A tree from JSON, for tables.
-CoreServices::Parameters Json(const std::string& text);
 
 /// The text of what `call` throws; "nothing" where it does not throw.
 template <typename Exception, typename Call>
@@ -56,5 +29,32 @@ std::string TextOf(Call call) {
     }
     return "nothing";
 }
+
+class SubmitFixture : public TestSupport::HandlerFixture {
+protected:
+    /// The client key.
+    std::string Submit(SubmitJobHandler& handler, const std::string& request, bool failJobDefault = true,
+                       const std::string& identityId = "") {
+        const TestSupport::ConsoleCapture quiet(std::cerr);
+        const Parameters answer = handler.SubmitJob("kind", "evalKind", "Transcode", failJobDefault,
+                                                    Json(request), TestSupport::MakeContext(bus, identityId));
+        std::string clientKey;
+        EXPECT_TRUE(answer.GetParameter("clientKey", clientKey));
+        EXPECT_EQ(answer.toJSON(), R"({"clientKey":")" + clientKey + "\"}");
+        return clientKey;
+    }
+    std::string Submit(const std::string& request) { return Submit(plain, request); }
+
+    /// The record of the job that was stored last.
+    Record LastJob() const { return stores.records->Records().back(); }
+    /// One of the JSON texts in the private data of that job.
+    Parameters Tree(std::string_view key) const {
+        std::string text;
+        EXPECT_TRUE(Json(LastJob().recordData).GetParameter(key, text)) << key;
+        return Json(text);
+    }
+
+    PlainOperation plain{connection};
+};
 
 }  // namespace Weftline::Services

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include <mutex>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -11,20 +11,42 @@ namespace TestSupport {
 /// write meanwhile, and must have stopped before it ends.
 class ConsoleCapture {
 public:
-    explicit ConsoleCapture(std::ostream& stream);
-    ~ConsoleCapture();
+    explicit ConsoleCapture(std::ostream& stream)
+        : m_stream(stream), m_pFormerBuffer(stream.rdbuf(&m_buffer)) {}
+    ~ConsoleCapture() { m_stream.rdbuf(m_pFormerBuffer); }
     ConsoleCapture(const ConsoleCapture&) = delete;
     ConsoleCapture& operator=(const ConsoleCapture&) = delete;
 
     /// What was written so far.
-    std::string Text() const;
-    /// How often the stream was flushed so far.
-    int CountFlushes() const;
+    std::string Text() const { return m_buffer.Text(); }
 
 private:
-    class LockedBuffer;
+    /// Keeps no put area, so that every write comes through one of the locked operations.
+    class LockedBuffer final : public std::streambuf {
+    public:
+        std::string Text() const {
+            const std::lock_guard lock(m_mutex);
+            return m_text;
+        }
+
+    protected:
+        std::streamsize xsputn(const char* text, std::streamsize count) override {
+            const std::lock_guard lock(m_mutex);
+            m_text.append(text, static_cast<std::size_t>(count));
+            return count;
+        }
+        int_type overflow(int_type character) override {
+            const char text = traits_type::to_char_type(character);
+            return xsputn(&text, 1), traits_type::not_eof(character);
+        }
+
+    private:
+        mutable std::mutex m_mutex;
+        std::string m_text;  // guarded by m_mutex
+    };
+
     std::ostream& m_stream;
-    const std::unique_ptr<LockedBuffer> m_pBuffer;
+    LockedBuffer m_buffer;
     std::streambuf* const m_pFormerBuffer;
 };
 

@@ -8,46 +8,51 @@ using CoreServices::Parameters;
 using PlatformAbstraction::Messaging::MessageAnswer;
 using PlatformAbstraction::Messaging::MessageExchange;
 using PlatformAbstraction::Messaging::MessageResultsFuture;
-using PlatformAbstraction::Messaging::ServiceMessageDispatch;
 
-ScriptedAnswer ScriptedAnswer::Results(Parameters results) {
-    return {Kind::Answer, MessageAnswer::OfResults(std::move(results))};
-}
-
-ScriptedAnswer ScriptedAnswer::Text(std::string text) {
-    return {Kind::Answer, MessageAnswer::OfText(std::move(text))};
-}
-
-ScriptedAnswer ScriptedAnswer::Error(std::string code, std::string message, Parameters details) {
-    return {Kind::Answer, MessageAnswer::OfError(std::move(code), std::move(message), std::move(details))};
-}
-
-ScriptedAnswer ScriptedAnswer::ErrorWithoutDetails() {
-    return {Kind::ErrorWithoutDetails, MessageAnswer()};
-}
-
-ScriptedAnswer ScriptedAnswer::TimedOut() {
-    return {Kind::TimedOut, MessageAnswer()};
-}
-
-ScriptedAnswer ScriptedAnswer::Never() {
-    return {Kind::Never, MessageAnswer()};
-}
-
-ScriptedAnswer ScriptedAnswer::Late(Parameters results) {
-    return {Kind::Late, MessageAnswer::OfResults(std::move(results))};
-}
-
-ScriptedAnswer ScriptedAnswer::Throws(std::function<void()> raise) {
-    ScriptedAnswer scripted(Kind::Throws, MessageAnswer());
-    scripted.m_raise = std::move(raise);
+ScriptedAnswer ScriptedAnswer::From(const std::function<Answer(const Dispatch& dispatch)>& answer) {
+    ScriptedAnswer scripted;
+    scripted.m_onSend = [answer](Exchange& exchange, const Dispatch& to) { exchange.End(answer(to)); };
     return scripted;
 }
 
-ScriptedAnswer ScriptedAnswer::From(
-    std::function<MessageAnswer(const ServiceMessageDispatch& dispatch)> answer) {
-    ScriptedAnswer scripted(Kind::From, MessageAnswer());
-    scripted.m_from = std::move(answer);
+ScriptedAnswer ScriptedAnswer::Results(const Parameters& results) {
+    return From([results](const auto&) { return MessageAnswer::OfResults(results); });
+}
+
+ScriptedAnswer ScriptedAnswer::Text(const std::string& text) {
+    return From([text](const auto&) { return MessageAnswer::OfText(text); });
+}
+
+ScriptedAnswer ScriptedAnswer::Error(const std::string& code, const std::string& message,
+                                     const Parameters& details) {
+    return From([=](const auto&) { return MessageAnswer::OfError(code, message, details); });
+}
+
+ScriptedAnswer ScriptedAnswer::Throws(const std::function<void()>& raise) {
+    return From([raise](const auto&) { return raise(), MessageAnswer(); });
+}
+
+ScriptedAnswer ScriptedAnswer::ErrorWithoutDetails() {
+    ScriptedAnswer scripted;
+    scripted.m_onSend = [](Exchange& exchange, const auto&) { exchange.EndWithErrorWithoutDetails(); };
+    return scripted;
+}
+
+ScriptedAnswer ScriptedAnswer::TimedOut() {
+    ScriptedAnswer scripted;
+    scripted.m_onSend = [](Exchange& exchange, const auto&) { exchange.TimeOut(); };
+    return scripted;
+}
+
+ScriptedAnswer ScriptedAnswer::Never() {
+    ScriptedAnswer scripted;
+    scripted.m_onWait = [](auto&) {};
+    return scripted;
+}
+
+ScriptedAnswer ScriptedAnswer::Late(const Parameters& results) {
+    ScriptedAnswer scripted;
+    scripted.m_onWait = [results](Exchange& exchange) { exchange.End(MessageAnswer::OfResults(results)); };
     return scripted;
 }
 
@@ -66,15 +71,11 @@ public:
             const std::lock_guard lock(m_pWaits->mutex);
             m_pWaits->microseconds.push_back(microseconds);
         }
-        switch (m_scripted.m_kind) {
-            case ScriptedAnswer::Kind::Never:
-                return false;
-            case ScriptedAnswer::Kind::Late:
-                m_pExchange->End(m_scripted.m_answer);
-                return false;
-            default:
-                return MessageResultsFuture::WaitForDone(microseconds);
+        if (m_scripted.m_onWait) {
+            m_scripted.m_onWait(*m_pExchange);
+            return false;
         }
+        return MessageResultsFuture::WaitForDone(microseconds);
     }
 
 private:
@@ -88,6 +89,13 @@ void FakeBusMessaging::On(const std::string& operation, ScriptedAnswer answer) {
     m_script[operation].push_back(std::move(answer));
 }
 
+void FakeBusMessaging::Restart(const std::string& operation, ScriptedAnswer answer) {
+    const std::scoped_lock lock(m_mutex, m_pWaits->mutex);
+    m_sent.clear();
+    m_pWaits->microseconds.clear();
+    m_script = {{operation, {std::move(answer)}}};
+}
+
 std::vector<SentMessage> FakeBusMessaging::Sent() const {
     const std::lock_guard lock(m_mutex);
     return m_sent;
@@ -98,28 +106,10 @@ std::vector<std::int64_t> FakeBusMessaging::Waits() const {
     return m_pWaits->microseconds;
 }
 
-bool FakeBusMessaging::WaitForSent(std::size_t count, std::chrono::milliseconds deadline) const {
-    std::unique_lock lock(m_mutex);
-    return m_sentChanged.wait_for(lock, deadline, [&] { return m_sent.size() >= count; });
-}
-
-FakeBusMessaging::Future FakeBusMessaging::SendRequest(const ServiceMessageDispatch& dispatch) {
-    return Send(SentMessage::Kind::Request, dispatch);
-}
-
-FakeBusMessaging::Future FakeBusMessaging::SendNotification(const ServiceMessageDispatch& dispatch) {
-    return Send(SentMessage::Kind::Notification, dispatch);
-}
-
-FakeBusMessaging::Future FakeBusMessaging::BroadcastNotification(const ServiceMessageDispatch& dispatch) {
-    return Send(SentMessage::Kind::Broadcast, dispatch);
-}
-
 ScriptedAnswer FakeBusMessaging::TakeAnswer(SentMessage message) {
     const std::lock_guard lock(m_mutex);
     const auto found = m_script.find(message.dispatch.operation);
     m_sent.push_back(std::move(message));
-    m_sentChanged.notify_all();
     if (found == m_script.end()) {
         return ScriptedAnswer::Error("OPERATION_NOT_FOUND", "No answer was scripted");
     }
@@ -130,30 +120,10 @@ ScriptedAnswer FakeBusMessaging::TakeAnswer(SentMessage message) {
     return scripted;
 }
 
-FakeBusMessaging::Future FakeBusMessaging::Send(SentMessage::Kind kind,
-                                                const ServiceMessageDispatch& dispatch) {
+FakeBusMessaging::Future FakeBusMessaging::Send(SentMessage::Kind kind, const Dispatch& dispatch) {
     const ScriptedAnswer scripted = TakeAnswer({kind, dispatch});
     auto exchange = std::make_shared<MessageExchange>();
-    switch (scripted.m_kind) {
-        case ScriptedAnswer::Kind::Answer:
-            exchange->End(scripted.m_answer);
-            break;
-        case ScriptedAnswer::Kind::From:
-            exchange->End(scripted.m_from(dispatch));
-            break;
-        case ScriptedAnswer::Kind::ErrorWithoutDetails:
-            exchange->EndWithErrorWithoutDetails();
-            break;
-        case ScriptedAnswer::Kind::TimedOut:
-            exchange->TimeOut();
-            break;
-        case ScriptedAnswer::Kind::Throws:
-            scripted.m_raise();
-            break;
-        case ScriptedAnswer::Kind::Never:
-        case ScriptedAnswer::Kind::Late:
-            break;
-    }
+    scripted.m_onSend(*exchange, dispatch);
     return std::make_shared<FakeFuture>(std::move(exchange), scripted, m_pWaits);
 }
 

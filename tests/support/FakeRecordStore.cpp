@@ -7,35 +7,13 @@
 
 namespace TestSupport {
 
-using CommonServices::ObjectStoreException;
-using CoreServices::Parameters;
 using Weftline::Record;
 
-namespace {
-
-/// True where the work is to be done.
 bool PassFault(StoreFault fault) {
     if (fault == StoreFault::Throw) {
-        throw ObjectStoreException("The fake store was told to fail");
+        throw CommonServices::ObjectStoreException("The fake store was told to fail");
     }
     return fault == StoreFault::None;
-}
-
-}  // namespace
-
-void FakeRecordStore::FailUpserts(StoreFault fault) {
-    const std::lock_guard lock(m_mutex);
-    m_upsertFault = fault;
-}
-
-void FakeRecordStore::FailDeletes(StoreFault fault) {
-    const std::lock_guard lock(m_mutex);
-    m_deleteFault = fault;
-}
-
-void FakeRecordStore::FailReads(bool fail) {
-    const std::lock_guard lock(m_mutex);
-    m_readsFail = fail;
 }
 
 std::vector<Record> FakeRecordStore::Records() const {
@@ -43,16 +21,11 @@ std::vector<Record> FakeRecordStore::Records() const {
     return m_records;
 }
 
-std::size_t FakeRecordStore::CountReads() const {
-    const std::lock_guard lock(m_mutex);
-    return m_reads;
-}
-
 bool FakeRecordStore::Upsert(const Record& record) {
-    const std::lock_guard lock(m_mutex);
-    if (!PassFault(m_upsertFault)) {
+    if (!PassFault(upsertFault)) {
         return false;
     }
+    const std::lock_guard lock(m_mutex);
     const auto found = std::find_if(m_records.begin(), m_records.end(),
                                     [&](const Record& stored) { return stored.recordID == record.recordID; });
     if (found == m_records.end()) {
@@ -66,24 +39,11 @@ bool FakeRecordStore::Upsert(const Record& record) {
     return true;
 }
 
-void FakeRecordStore::BeginRead() {
-    ++m_reads;
-    PassFault(m_readsFail ? StoreFault::Throw : StoreFault::None);
-}
-
-std::optional<Record> FakeRecordStore::FindByID(const std::string& id, const std::string& collection) {
+std::vector<Record> FakeRecordStore::Page(const std::function<bool(const Record&)>& matches,
+                                          std::int32_t offset, std::int32_t limit) {
+    ++reads;
+    PassFault(readsThrow ? StoreFault::Throw : StoreFault::None);
     const std::lock_guard lock(m_mutex);
-    BeginRead();
-    const auto found = std::find_if(m_records.begin(), m_records.end(), [&](const Record& record) {
-        return record.recordID == id && record.recordTopic == collection;
-    });
-    return found == m_records.end() ? std::nullopt : std::optional(*found);
-}
-
-template <typename Predicate>
-std::vector<Record> FakeRecordStore::Page(Predicate matches, std::int32_t offset, std::int32_t limit) {
-    const std::lock_guard lock(m_mutex);
-    BeginRead();
     std::vector<Record> page;
     for (const Record& record : m_records) {
         if (!matches(record)) {
@@ -99,6 +59,13 @@ std::vector<Record> FakeRecordStore::Page(Predicate matches, std::int32_t offset
     return page;
 }
 
+std::optional<Record> FakeRecordStore::FindByID(const std::string& id, const std::string& collection) {
+    const auto found =
+        Page([&](const Record& record) { return record.recordID == id && record.recordTopic == collection; },
+             0, 1);
+    return found.empty() ? std::nullopt : std::optional(found.front());
+}
+
 std::vector<Record> FakeRecordStore::FindOfType(const std::string& collection, const std::string& type,
                                                 std::int32_t offset, std::int32_t limit) {
     return Page(
@@ -112,17 +79,17 @@ std::vector<Record> FakeRecordStore::FindWithReference(const std::string& collec
     const auto matches = [&](const Record& record) {
         std::string reference;
         return record.recordTopic == collection && record.recordType == type &&
-               Parameters::fromJSON(record.recordPublicData).GetParameter(key, reference) &&
+               CoreServices::Parameters::fromJSON(record.recordPublicData).GetParameter(key, reference) &&
                reference == value;
     };
     return Page(matches, offset, limit);
 }
 
 bool FakeRecordStore::DeleteMany(const std::vector<std::string>& ids) {
-    const std::lock_guard lock(m_mutex);
-    if (!PassFault(m_deleteFault)) {
+    if (!PassFault(deleteFault)) {
         return false;
     }
+    const std::lock_guard lock(m_mutex);
     std::erase_if(m_records, [&](const Record& record) {
         return std::find(ids.begin(), ids.end(), record.recordID) != ids.end();
     });

@@ -1,30 +1,39 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "RecordStore.h"
-#include "StoreFault.h"
 
 namespace TestSupport {
 
-/// A record store in memory that keeps the promises of the interface, but for surviving the process. Its
-/// failures can be switched on. Any thread may call.
+/// What a fake store does instead of its work.
+enum class StoreFault {
+    None,
+    Refuse,  ///< gives false
+    Throw,   ///< throws `ObjectStoreException` with the text "The fake store was told to fail"
+};
+
+/// True where the work is to be done.
+bool PassFault(StoreFault fault);
+
+/// A record store in memory that keeps the promises of the interface, but for surviving the process. Any
+/// thread may call.
 class FakeRecordStore final : public CommonServices::RecordStore {
 public:
-    void FailUpserts(StoreFault fault);
-    void FailDeletes(StoreFault fault);
-    /// All reading operations throw.
-    void FailReads(bool fail);
+    std::atomic<StoreFault> upsertFault{StoreFault::None};
+    std::atomic<StoreFault> deleteFault{StoreFault::None};
+    std::atomic<bool> readsThrow{false};
+    std::atomic<std::size_t> reads{0};  ///< how many reading operations were asked for
 
     /// All records, in the store's order.
     std::vector<Weftline::Record> Records() const;
-    /// How many reading operations were asked for.
-    std::size_t CountReads() const;
 
     bool Upsert(const Weftline::Record& record) override;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override;
@@ -36,16 +45,11 @@ public:
     bool DeleteMany(const std::vector<std::string>& ids) override;
 
 private:
-    template <typename Predicate>
-    std::vector<Weftline::Record> Page(Predicate matches, std::int32_t offset, std::int32_t limit);
-    void BeginRead();
+    std::vector<Weftline::Record> Page(const std::function<bool(const Weftline::Record&)>& matches,
+                                       std::int32_t offset, std::int32_t limit);
 
     mutable std::mutex m_mutex;
-    std::vector<Weftline::Record> m_records;  // guarded by m_mutex, as is all below
-    StoreFault m_upsertFault = StoreFault::None;
-    StoreFault m_deleteFault = StoreFault::None;
-    bool m_readsFail = false;
-    std::size_t m_reads = 0;
+    std::vector<Weftline::Record> m_records;  // guarded by m_mutex
 };
 
 }  // namespace TestSupport

@@ -2,8 +2,10 @@
 
 #include <memory>
 
+#include "EventStore.h"
 #include "FakeEventLog.h"
 #include "FakeRecordStore.h"
+#include "ObjectStore.h"
 
 namespace TestSupport {
 
@@ -11,8 +13,14 @@ namespace TestSupport {
 /// no stores at all, whatever was there before.
 class StoresInPlace {
 public:
-    StoresInPlace();
-    ~StoresInPlace();
+    StoresInPlace() {
+        CommonServices::ObjectStore::Use(records);
+        CommonServices::EventStore::Use(events);
+    }
+    ~StoresInPlace() {
+        CommonServices::EventStore::Use(nullptr);
+        CommonServices::ObjectStore::Use(nullptr);
+    }
     StoresInPlace(const StoresInPlace&) = delete;
     StoresInPlace& operator=(const StoresInPlace&) = delete;
 

@@ -27,6 +27,7 @@ std::shared_ptr<WorkerPool> WorkerPool::Create(const InProcessBusSettings& setti
 WorkerPool::WorkerPool(const InProcessBusSettings& settings, Runner runner)
     : m_maxActive(settings.threads),
       m_maxWorkers(settings.threads + settings.maxStandIns),
+      m_maxDiskStandIns(settings.maxDiskStandIns),
       m_maxQueued(settings.maxQueuedMessages),
       m_pRunner(std::make_shared<const Runner>(std::move(runner))) {}
 
@@ -95,11 +96,11 @@ bool WorkerPool::IsOnWorkerThread() noexcept {
     return t_isWorker;
 }
 
-void WorkerPool::EnterBlocking() noexcept {
+void WorkerPool::EnterBlocking(Wait wait) noexcept {
     Worker* woken = nullptr;
     {
         const std::lock_guard lock(m_mutex);
-        --m_numActive;
+        wait == Wait::Disk ? ++m_numAtDisk : --m_numActive;
         woken = ChooseWhomToWake();
     }
     if (woken != nullptr) {
@@ -107,9 +108,9 @@ void WorkerPool::EnterBlocking() noexcept {
     }
 }
 
-void WorkerPool::LeaveBlocking() noexcept {
+void WorkerPool::LeaveBlocking(Wait wait) noexcept {
     const std::lock_guard lock(m_mutex);
-    ++m_numActive;
+    wait == Wait::Disk ? --m_numAtDisk : ++m_numActive;
 }
 
 void WorkerPool::RunWorker(WorkerList::iterator self) {
@@ -129,7 +130,7 @@ void WorkerPool::RunWorker(WorkerList::iterator self) {
 }
 
 void WorkerPool::WorkWhileThereIsSome(std::unique_lock<std::mutex>& lock, const Runner& runner) {
-    while (!m_queue.empty() && m_numActive <= m_maxActive) {
+    while (!m_queue.empty() && NumActive() <= m_maxActive) {
         Work work = std::move(m_queue.front());
         m_queue.pop_front();
         ++m_numRunning;
@@ -191,7 +192,7 @@ void WorkerPool::Leave(WorkerList::iterator self) {
 }
 
 WorkerPool::Worker* WorkerPool::ChooseWhomToWake() noexcept {
-    if (m_queue.empty() || m_isOneOnItsWay || m_numActive >= m_maxActive) {
+    if (m_queue.empty() || m_isOneOnItsWay || NumActive() >= m_maxActive) {
         return nullptr;
     }
     if (m_idle.empty()) {

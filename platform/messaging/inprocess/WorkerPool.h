@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -21,11 +22,11 @@ namespace PlatformAbstraction::Messaging {
 /// The queue and the threads of one service.
 ///
 /// At most `threads` of them are at work. One that waits in a `BlockingRegion` does not count and is stood in
-/// for; when it resumes there may be too many for a moment, and whoever finishes a message then steps back.
-/// Threads are started on demand. The one that idled last is woken first, so that the caches are warm and
-/// those never needed end after a while; one always stays. At most one is on its way at a time: it wakes the
-/// next if it finds more than one message, so threads that are running anyway get a chance to take what is
-/// there.
+/// for (of those that wait for the disk only so many); when it resumes there may be too many for a moment,
+/// and whoever finishes a message then steps back. Threads are started on demand. The one that idled last is
+/// woken first, so that the caches are warm and those never needed end after a while; one always stays. At
+/// most one is on its way at a time: it wakes the next if it finds more than one message, so threads that are
+/// running anyway get a chance to take what is there.
 ///
 /// Shared by the service and each of its threads. Any thread may call. `Close` comes before the last
 /// reference of a caller goes.
@@ -68,8 +69,8 @@ private:
 
     WorkerPool(const InProcessBusSettings& settings, Runner runner);
 
-    void EnterBlocking() noexcept override;
-    void LeaveBlocking() noexcept override;
+    void EnterBlocking(Wait wait) noexcept override;
+    void LeaveBlocking(Wait wait) noexcept override;
 
     void RunWorker(WorkerList::iterator self);
     void WorkWhileThereIsSome(std::unique_lock<std::mutex>& lock, const Runner& runner);
@@ -80,17 +81,21 @@ private:
     Worker* ChooseWhomToWake() noexcept;
     void TryToStartWorker() noexcept;
     void StartWorker();
+    /// Those that count against `threads`.
+    std::size_t NumActive() const noexcept { return m_numActive - std::min(m_numAtDisk, m_maxDiskStandIns); }
     bool IsQuiet() const noexcept { return m_queue.empty() && m_numRunning == 0; }
 
     const std::size_t m_maxActive;
     const std::size_t m_maxWorkers;
+    const std::size_t m_maxDiskStandIns;
     const std::size_t m_maxQueued;
 
     std::mutex m_mutex;
     // Guarded by `m_mutex`:
     std::deque<Work> m_queue;
     std::shared_ptr<const Runner> m_pRunner;  // each thread holds it too
-    std::size_t m_numActive = 0;              // at work or on the way to it, and not blocked
+    std::size_t m_numActive = 0;              // at work or on the way to it, and not waiting for a peer
+    std::size_t m_numAtDisk = 0;              // of them
     std::size_t m_numRunning = 0;             // messages being answered
     bool m_isOneOnItsWay = false;             // woken or started, and not at the queue yet
     bool m_isDraining = false;

@@ -56,7 +56,7 @@ bool SqliteWriter::Write(PendingWrite& write) {
 }
 
 void SqliteWriter::WriteAlone(PendingWrite& write) {
-    const PlatformAbstraction::BlockingRegion blocking;
+    const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
     WriteGroup group;
     group.writes.push_back(&write);
     Commit(group);

@@ -40,7 +40,7 @@ void WriteQueue::AddAndWait(PendingWrite& write) {
     const std::uint32_t number = m_open.number;
     m_open.writes.push_back(&write);
     WakeWriter(lock);
-    const PlatformAbstraction::BlockingRegion blocking;
+    const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
     m_finished[number % 2].WaitFor(number);
 }
 

@@ -37,6 +37,14 @@ protected:
         AttachWorker(Weftline::ServiceNames::MediaWorker, work);
         coordinator->Start(bus->GetMessaging());
     }
+    /// A farm whose media worker waits with the job "held" until the test lets it go on.
+    void StartFarmThatHolds() {
+        StartFarm(Succeed, [this](const Parameters& task) {
+            if (JobOf(task) == "held") {
+                held.Pass();
+            }
+        });
+    }
     void StopFarm() {
         if (coordinator) {
             coordinator->Stop();
@@ -68,6 +76,7 @@ protected:
         return id;
     }
 
+    Hold held;
     std::shared_ptr<PlatformAbstraction::Messaging::InProcessBus> bus;
     std::shared_ptr<Coordinator> coordinator;
 
@@ -140,12 +149,7 @@ TEST_F(CoordinatorTest, TakesAJobThroughItsStates) {
 }
 
 TEST_F(CoordinatorTest, CarriesEveryJobToItsEndOnceAcrossAStop) {
-    Hold held;
-    StartFarm(Succeed, [&](const Parameters& task) {
-        if (JobOf(task) == "held") {
-            held.Pass();
-        }
-    });
+    StartFarmThatHolds();
     Submit({.id = "done"});
     ASSERT_TRUE(Reaches("done", JobStates::Completed));
     Submit({.id = "held"});
@@ -174,6 +178,8 @@ TEST_F(CoordinatorTest, CarriesEveryJobToItsEndOnceAcrossAStop) {
 
     // All was dealt with: even a position that is lost brings no job back.
     EXPECT_EQ(KeptPosition::Load(), 4);
+    ASSERT_TRUE(KeptPosition::Keep(5));
+    EXPECT_EQ(KeptPosition::Load(), 0) << "behind the end of the log no job would be heard of";
     ASSERT_TRUE(KeptPosition::Keep(1));
     StartFarm(Succeed, Succeed);
     Submit({.id = "next"});
@@ -196,6 +202,11 @@ TEST_F(CoordinatorTest, FailsWhatCannotBeDoneAndGoesOn) {
     broken.recordData = "{";
     CommonServices::EventStore({}).Produce(broken, true);
     Submit({.id = "foreign", .kind = "orvik.quillon.speechtotext"});
+    Weftline::Record unreadable("Job", 1, std::string(Weftline::Collections::Jobs));
+    unreadable.recordID = "unreadable";
+    unreadable.recordPublicData = "{";
+    ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(unreadable));
+    CommonServices::EventStore({}).Produce(Weftline::DataModel::MakeJobCreatedEvent("unreadable", "q"), true);
     Submit({.id = "refused"});
     Submit({.id = "good"});
     const auto reasonOf = [](const std::string& id) {
@@ -209,15 +220,13 @@ TEST_F(CoordinatorTest, FailsWhatCannotBeDoneAndGoesOn) {
     EXPECT_EQ(StateOf("foreign"), JobStates::Failed);
     EXPECT_NE(reasonOf("foreign").find("\"orvik.quillon.speechtotext\""), std::string::npos);
     EXPECT_EQ(CountWork("refused"), 0U);
+    EXPECT_EQ(StateOf("unreadable"), JobStates::Failed);
+    EXPECT_NE(reasonOf("unreadable").find("cannot be read"), std::string::npos);
+    EXPECT_EQ(Public("unreadable", Keys::Unreadable), "{");
 }
 
 TEST_F(CoordinatorTest, WritesNothingOfAJobThatIsForgotten) {
-    Hold held;
-    StartFarm(Succeed, [&](const Parameters& task) {
-        if (JobOf(task) == "held") {
-            held.Pass();
-        }
-    });
+    StartFarmThatHolds();
     Submit({.id = "held"});
     ASSERT_TRUE(held.arrived.WaitFor(1));
     Parameters request;
@@ -234,20 +243,25 @@ TEST_F(CoordinatorTest, WritesNothingOfAJobThatIsForgotten) {
     EXPECT_FALSE(Find("held"));
 }
 
+TEST_F(CoordinatorTest, GivesAJobUpOnlyWhenItsRecordIsDeleted) {
+    using enum JobRecords::Outcome;
+    const auto touch = [](Weftline::Record&) { return true; };
+    Submit({.id = "j"});
+    JobRecords records;
+    records.Forget("j");
+    EXPECT_EQ(records.Change("j", touch), Withheld);
+    JobRecords impatient(std::chrono::milliseconds(0));
+    impatient.Forget("j");
+    EXPECT_EQ(impatient.Change("j", touch), Written) << "the removal has failed";
+    ASSERT_TRUE(CommonServices::ObjectStore().DeleteMany({"j"}));
+    EXPECT_EQ(records.Change("j", touch), Gone);
+}
+
 TEST_F(CoordinatorTest, LeavesTheLastWordToWhoeverCanceled) {
-    Hold held;
-    StartFarm(Succeed, [&](const Parameters& task) {
-        if (JobOf(task) == "held") {
-            held.Pass();
-        }
-    });
+    StartFarmThatHolds();
     Submit({.id = "held"});
     ASSERT_TRUE(held.arrived.WaitFor(1));
-    auto job = *Find("held");
-    Parameters publicData = Parameters::fromJSON(job.recordPublicData);
-    publicData.SetParameter(Shared::JobState, JobStates::Canceled);
-    job.recordPublicData = publicData.toJSON();
-    ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job));
+    SetState("held", JobStates::Canceled);
     held.opened.Add();
     Submit({.id = "next"});
     EXPECT_TRUE(Reaches("next", JobStates::Completed));
@@ -259,14 +273,14 @@ TEST_F(CoordinatorTest, WaitsForAStoreThatFails) {
     const TestSupport::StoresInPlace stores;
     StartFarm(
         [&](const Parameters&) {
-            stores.records->FailUpserts(TestSupport::StoreFault::Refuse);
-            stores.records->FailReads(true);
+            stores.records->upsertFault = TestSupport::StoreFault::Refuse;
+            stores.records->readsThrow = true;
         },
         Succeed);
     Submit({.id = "j"});
-    EXPECT_TRUE(Eventually([&] { return stores.records->CountReads() > 3; }));
-    stores.records->FailReads(false);
-    stores.records->FailUpserts(TestSupport::StoreFault::None);
+    EXPECT_TRUE(Eventually([&] { return stores.records->reads > 3; }));
+    stores.records->readsThrow = false;
+    stores.records->upsertFault = TestSupport::StoreFault::None;
     EXPECT_TRUE(Reaches("j", JobStates::Completed));
     EXPECT_EQ(CountWork("j"), 1U);
     StopFarm();

@@ -34,6 +34,8 @@ TEST(JobRecordTest, ChangesWhatItNamesAndKeepsAllElse) {
     EXPECT_EQ(job.recordPublicData,
               R"({"jobKind":"k","jobState":"Tasked","priority":7,"progress":40,"x":1.0,"tags":[]})");
     EXPECT_EQ(job.name + job.description + job.tags, "A nameTold[]");
+    MoveTo(job, Weftline::JobStates::Tasked);  // once more, after a restart
+    EXPECT_NE(job.recordData.find(R"("jobLastState":"Created")"), std::string::npos);
 
     Record failed = job;
     Complete(job, "2026-01-02T03:04:05");
@@ -62,23 +64,18 @@ TEST(JobRecordTest, RefusesBrokenJsonAndChangesNothing) {
 
 TEST(JobRecordTest, ReadsWhatOthersWrote) {
     const struct {
-        const char* name;
         const char* publicData;
         std::int32_t priority;
         bool isOpen;
     } rows[] = {
-        {"blank state", R"({"jobState":""})", 50, true},
-        {"state and priority", R"({"jobState":"Tasked","priority":3})", 3, true},
-        {"priority out of range", R"({"priority":-2147483648})", 1, true},
-        {"values of other types", R"({"jobState":1,"priority":"9"})", 50, true},
-        {"ended", R"({"jobState":"Completed"})", 50, false},
-        {"suspended", R"({"jobState":"Suspended"})", 50, false},
-        {"unknown state", R"({"jobState":"tasked"})", 50, false},
+        {R"({"jobState":""})", 50, true},           {R"({"jobState":"Tasked","priority":3})", 3, true},
+        {R"({"priority":-2147483648})", 1, true},   {R"({"jobState":1,"priority":"9"})", 50, true},
+        {R"({"jobState":"Completed"})", 50, false}, {R"({"jobState":"tasked"})", 50, false},
     };
     for (const auto& row : rows) {
         const JobFacts facts = ReadJobFacts(Job("{}", row.publicData));
-        EXPECT_EQ(facts.priority, row.priority) << row.name;
-        EXPECT_EQ(IsOpenState(facts.state), row.isOpen) << row.name;
+        EXPECT_EQ(facts.priority, row.priority) << row.publicData;
+        EXPECT_EQ(IsOpenState(facts.state), row.isOpen) << row.publicData;
     }
 }
 

@@ -30,14 +30,6 @@ JobTicket Ticket(const std::string& id, std::int64_t offset, std::int32_t priori
     return ticket;
 }
 
-JobTicket Query(const std::string& id, std::int64_t offset) {
-    return Ticket(id, offset, 50, "q", JobKinds::VideoFormatsQuery);
-}
-
-JobTicket Evaluation(const std::string& id, std::int64_t offset, std::int32_t priority = 50) {
-    return Ticket(id, offset, priority, "q", JobKinds::Render, Stage::Evaluation);
-}
-
 std::string TakeAll(WorkQueue& queue, std::string_view service) {
     std::string order;
     while (const auto ticket = queue.Take(service, [](const JobTicket&) { return true; })) {
@@ -47,6 +39,9 @@ std::string TakeAll(WorkQueue& queue, std::string_view service) {
 }
 
 TEST(WorkQueueTest, TellsWhoIsNext) {
+    const JobTicket query = Ticket("c", 3, 50, "q", JobKinds::VideoFormatsQuery);
+    const JobTicket evaluation = Ticket("a", 1, 50, "q", JobKinds::Render, Stage::Evaluation);
+    const JobTicket urgentEvaluation = Ticket("b", 2, 51, "q", JobKinds::Render, Stage::Evaluation);
     const struct {
         const char* name;
         std::vector<JobTicket> tickets;
@@ -65,11 +60,10 @@ TEST(WorkQueueTest, TellsWhoIsNext) {
          MediaWorker,
          "cab"},
         {"a query before the evaluations of its priority",
-         {Evaluation("a", 1), Evaluation("b", 2, 51), Query("c", 3)},
+         {evaluation, urgentEvaluation, query},
          MetadataWorker,
          "bca"},
-        {"only tasks for the service", {Ticket("a", 1), Query("b", 2), Evaluation("c", 3)}, MediaWorker, "a"},
-        {"nothing for a service that nobody needs", {Ticket("a", 1)}, "another", ""},
+        {"only tasks for the service", {evaluation, query, Ticket("w", 4)}, MediaWorker, "w"},
     };
     for (const auto& row : rows) {
         WorkQueue queue;

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "FakeBusMessaging.h"
+#include "HandlerFixture.h"
 #include "HandlerInvocation.h"
-#include "MessageContexts.h"
 #include "StoresInPlace.h"
 #include "WorkerSettings.h"
 
@@ -28,7 +28,7 @@ protected:
     std::string Answer(const PlatformAbstraction::Messaging::ServiceInfo& service,
                        const std::string& operation, const std::string& request) const {
         const auto answer = PlatformAbstraction::Messaging::FindHandlerFunction(service, operation)(
-            CoreServices::Parameters::fromJSON(request), TestSupport::MakeAnonymousContext(bus));
+            CoreServices::Parameters::fromJSON(request), TestSupport::MakeContext(bus));
         return answer.code.empty() ? answer.results.toJSON() : answer.code + ": " + answer.message;
     }
 

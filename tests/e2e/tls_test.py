@@ -1,0 +1,246 @@
+"""The gateway as its clients see it over TLS, who may call it, and what lies open on the disk."""
+
+import functools
+import hashlib
+import http.client
+import json
+import os
+import pathlib
+import signal
+import socket
+import ssl
+import stat
+import subprocess
+import tempfile
+import unittest
+import warnings
+
+from quillon import DEADLINE_SECONDS, Service, wait_until
+
+BUS_FAILED = "m_pMessagingService->Initialize() failed with error: "
+PATH = "/submitExport"
+GET = b"GET /profiles HTTP/1.1\r\nHost: localhost\r\n"
+
+
+def make_certificate(directory, name, *key_options):
+    """A key and a certificate of its own signature, as an operator makes them."""
+    files = {"certificateFile": str(directory / (name + ".pem")), "privateKeyFile": str(directory / (name + ".key"))}
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-days", "2",
+                    "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost", *(key_options or ["-nodes"]),
+                    "-keyout", files["privateKeyFile"], "-out", files["certificateFile"]],
+                   check=True, capture_output=True)
+    return files
+
+
+def caller(name):
+    return {"tokenSha256": hashlib.sha256(("token of " + name).encode()).hexdigest(), "identityId": "id-" + name,
+            "displayName": name.title()}
+
+
+class Story(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        temporary = tempfile.TemporaryDirectory(prefix="quillon-tls-")
+        cls.addClassCleanup(temporary.cleanup)
+        cls.directory = pathlib.Path(temporary.name)
+        cls.files = make_certificate(cls.directory, "own")
+
+    def start(self, *options, **settings):
+        service = Service(*options, settings=settings or None)
+        self.addCleanup(service.close)
+        return service
+
+    def context(self):
+        return ssl.create_default_context(cafile=self.files["certificateFile"])
+
+    def connect(self, service, ciphers=None, protocols=None, **versions):
+        context = self.context()
+        for name, version in versions.items():
+            setattr(context, name, version)
+        if ciphers:
+            context.set_ciphers(ciphers)
+        if protocols:
+            context.set_alpn_protocols(protocols)
+        plain = socket.create_connection(("127.0.0.1", service.port), DEADLINE_SECONDS)
+        self.addCleanup(plain.close)
+        secure = context.wrap_socket(plain, server_hostname="localhost", suppress_ragged_eofs=False)
+        self.addCleanup(secure.close)
+        return secure
+
+    def asker(self, service, secure=True):
+        """Asks over a connection that stays open while it is let in, with the token of that name."""
+        kind = http.client.HTTPConnection
+        if secure:
+            kind = functools.partial(http.client.HTTPSConnection, context=self.context())
+        connection = kind("localhost", service.port, timeout=DEADLINE_SECONDS)
+        self.addCleanup(connection.close)
+
+        def ask(name, **request):
+            connection.request("POST", PATH, json.dumps(request), {"Content-Type": "application/json",
+                                                                   "Authorization": "Bearer token of " + name})
+            response = connection.getresponse()
+            return response.status, json.loads(response.read())
+        return ask
+
+
+class Tls(Story):
+    def test_a_real_client_submits_a_job(self):
+        service = self.start(rest={"tls": self.files})
+        url = "https://localhost:%d" % service.port
+        self.assertIn("Listening on " + url, service.errors)
+        answered = subprocess.run(
+            ["curl", "--silent", "--show-error", "--include", "--noproxy", "*", "--data-binary", "@-",
+             "--cacert", self.files["certificateFile"], "--header", "Content-Type: application/json", url + PATH], text=True, check=True,
+            input=json.dumps({"description": "x" * 200_000}), capture_output=True, timeout=DEADLINE_SECONDS).stdout
+        head, _, body = answered.partition("\n\n")
+        self.assertTrue(head.startswith("HTTP/1.1 200"), answered)
+        self.assertIn(json.loads(body)["clientKey"], [job["recordID"] for job in service.jobs()])
+        self.assertEqual(service.end(), 0)
+
+    def test_only_what_is_sound_is_spoken(self):
+        warnings.simplefilter("ignore", DeprecationWarning)  # that TLS 1.1 is too old is the point
+        service = self.start(rest={"tls": self.files})
+        v11, v12 = ssl.TLSVersion.TLSv1_1, ssl.TLSVersion.TLSv1_2
+        rows = [
+            ("newest", {"protocols": ["h2", "http/1.1"]}, "TLSv1.3"),
+            ("oldest", {"maximum_version": v12, "ciphers": "ECDHE-ECDSA-AES256-GCM-SHA384"}, "TLSv1.2"),
+            ("too old", {"minimum_version": v11, "maximum_version": v11, "ciphers": "ALL:@SECLEVEL=0"},
+             "alert protocol version"),
+            ("no authenticated encryption", {"maximum_version": v12, "ciphers": "ECDHE-ECDSA-AES128-SHA256"},
+             "alert handshake failure"),
+            ("HTTP/2 alone", {"protocols": ["h2"]}, "alert no application protocol"),
+        ]
+        for name, rules, outcome in rows:
+            with self.subTest(name):
+                if "alert" in outcome:  # the service's own word, not the client's
+                    with self.assertRaisesRegex(ssl.SSLError, outcome):
+                        self.connect(service, **rules)
+                    continue
+                client = self.connect(service, **rules)
+                self.assertEqual(client.version(), outcome)
+                self.assertEqual(client.selected_alpn_protocol(), "http/1.1" if "protocols" in rules else None)
+                self.assertFalse(client.compression() or client.session.has_ticket)
+        with service.connect(GET + b"\r\n") as plain:
+            self.assertNotIn(b"HTTP", plain.recv(4096))
+
+    def test_each_connection_has_its_end(self):
+        service = self.start(rest={"tls": self.files, "requestTimeoutMs": 2000, "idleTimeoutMs": 500})
+        silent = [service.connect(sent) for sent in (b"", b"\x16\x03\x01\x02\x00\x01")]  # half a handshake at most
+        rows = [  # the last read is without an error: the end was told within TLS
+            ("asked to", GET + b"Connection: close\r\n\r\n", b"HTTP/1.1 200", 1),
+            ("two ahead", (GET + b"\r\n") * 2, b"HTTP/1.1 200", 2),
+            ("nothing asked", b"", b"", 0),
+            ("half a request", GET, b"HTTP/1.1 408", 1),
+            ("refused", b"no HTTP\r\n\r\n" + b"x" * 100_000, b"HTTP/1.1 400", 1),
+        ]
+        for name, sent, answer, count in rows:
+            with self.subTest(name):
+                client = self.connect(service)
+                client.sendall(sent)
+                received = b"".join(iter(lambda: client.recv(65536), b""))
+                self.assertEqual((received[:12], received.count(b"HTTP/1.1 ")), (answer, count))
+        for connection in silent:
+            with connection:
+                self.assertEqual(connection.recv(4096), b"")
+        self.connect(service).unwrap().close()  # waits for the service's goodbye
+        waiting = self.connect(service)
+        self.assertEqual(service.end(), 0)
+        self.assertEqual(waiting.recv(4096), b"")
+
+
+class Start(Story):
+    def test_refusals(self):
+        tls, callers = self.files, [caller("ada")]
+        other = make_certificate(self.directory, "other")
+        locked = make_certificate(self.directory, "locked", "-passout", "pass:secret")
+        rows = [
+            ("no certificate there", {"tls": dict(tls, certificateFile="absent.pem")}, [], "absent.pem"),
+            ("key in its place", {"tls": dict(tls, certificateFile=tls["privateKeyFile"])}, [], "holds no certificate"),
+            ("no key there", {"tls": dict(tls, privateKeyFile=".")}, [], "\".\" is missing"),
+            ("another's key", {"tls": dict(tls, privateKeyFile=other["privateKeyFile"])}, [], "holds no key"),
+            ("locked key", {"tls": locked}, [], "password"),
+            ("half of it", {"tls": dict(tls, certificateFile="")}, [], "go together"),
+            ("open to everybody", {"tls": tls}, [], "callers"),
+            ("open behind the proxy", {"behindProxy": True}, [], "callers"),
+            ("tokens in the clear", {}, callers, "rest.behindProxy"),
+            ("forged line", {"a\n[info] all is well\u009b": 1}, [], "\\x0a[info] all is well\\xc2\\x9b"),
+            ("TLS", {"tls": tls}, callers, None),
+            ("a proxy", {"behindProxy": True}, callers, None),
+        ]
+        for name, rest, who, reason in rows:
+            with self.subTest(name):
+                service = self.start("--host=0.0.0.0", rest=rest, callers=who)
+                if reason is None:
+                    service.wait_for_start()
+                    continue
+                self.assertEqual(service.exit_code(), 254)
+                self.assertIn(BUS_FAILED, service.output)
+                self.assertIn(reason, service.errors)
+
+
+class Callers(Story):
+    def hang_up(self, service, said, settings=None):
+        if settings is not None:
+            text = settings if isinstance(settings, str) else json.dumps(settings)
+            (service.directory / "settings.json").write_text(text)
+        before = service.errors.count("SIGHUP:")
+        service.process.send_signal(signal.SIGHUP)
+        wait_until(lambda: service.errors.count("SIGHUP:") > before, "word of SIGHUP")
+        self.assertIn(said, service.errors.rpartition("SIGHUP:")[2].splitlines()[0])
+
+    def test_callers_come_and_go_without_a_restart(self):
+        settings = {"rest": {"tls": self.files}, "callers": [caller("ada"), caller("bob")]}
+        service = self.start(**settings)
+        ask = self.asker(service)
+        self.assertEqual([ask(name)[0] for name in ("ada", "bob", "eve")], [200, 200, 401])
+        self.hang_up(service, "there are 2.", dict(settings, callers=[caller("bob"), caller("eve")]))
+        status, answer = ask("eve", context={"identity": {"identityId": "id-bob"}}, identity={"identityId": "id-bob"})
+        self.assertEqual(status, 200)
+        job = service.job(answer["clientKey"])
+        self.assertEqual(json.loads(json.loads(job["recordData"])["identity"])["identityId"], "id-eve")
+        self.assertEqual(json.loads(job["recordPublicData"])["createdBy"], "Eve")
+        for broken in ('{"callers": [', "", dict(settings, callers=[{"token": "token of ada"}]), {},
+                       dict(settings, colour=1)):
+            self.hang_up(service, "stay as they were", broken)
+            self.assertEqual([ask(name)[0] for name in ("ada", "bob", "eve")], [401, 200, 200])
+        self.assertNotIn("token of", service.errors + service.output)
+        self.assertEqual(service.end(), 0)
+
+    def test_a_service_without_callers_goes_on(self):
+        bare, named = self.start(), self.start(callers=[])
+        for service in (bare, named):
+            service.wait_for_start()
+        self.hang_up(bare, "no file")
+        self.hang_up(named, "there are 1.", {"callers": [caller("ada")]})
+        self.assertEqual(self.asker(bare, secure=False)("ada")[0], 200)
+        self.assertEqual(self.asker(named, secure=False)("bob")[0], 401)
+        self.assertEqual((bare.end(), named.end()), (0, 0))
+
+
+class Disk(Story):
+    def test_what_is_stored_is_for_this_user_and_in_its_place(self):
+        before = os.umask(0)
+        try:
+            service = Service(store=False)
+        finally:
+            os.umask(before)
+        self.addCleanup(service.close)
+        ask = self.asker(service, secure=False)
+        for root in ("../../../escape", str(service.directory / "made"), "\u0000", "%HOME%"):
+            self.assertEqual(ask("", rootPath=root, CompoundJobID="../../escape")[0], 200)
+        for key in ("..%2F..%2Fescape", "%2Fetc%2Fhosts", "%00"):
+            status, _, body = service.post("/jobs/" + key, {}, method="DELETE")
+            self.assertNotEqual(status, 200)
+            self.assertNotRegex(body, r"Store|sqlite|\.cpp|std::|\.db")
+        directory = service.directory / "OrvikQuillonService" / "Store"
+        wait_until(lambda: list(directory.glob("*.jobindex-wal")), "index of jobs")
+        modes = {path.name: stat.S_IMODE(path.stat().st_mode) for path in directory.iterdir()}
+        self.assertEqual(set(modes.values()), {0o600}, modes)
+        self.assertTrue({"wf_test_2_3_12.db" + end for end in ("", "-wal", "-shm", ".jobindex")} <= set(modes), modes)
+        self.assertEqual([stat.S_IMODE(path.stat().st_mode) for path in (directory, directory.parent)], [0o700, 0o755])
+        self.assertEqual({path.name for path in service.directory.iterdir()}, {"OrvikQuillonService", "err", "out"})
+        self.assertEqual(list(directory.parent.iterdir()), [directory])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,141 @@
+#include "PlatformIdentifiers.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <functional>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "ConfigurationStore.h"
+#include "DeploymentMode.h"
+#include "PlatformLog.h"
+
+namespace PlatformAbstraction {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class PlatformIdentifiers : public ::testing::Test {
+protected:
+    void TearDown() override { SetEnvironment({{"HOME", m_home}}); }
+
+    static void SetEnvironment(const std::map<std::string, std::string>& values) {
+        for (const char* const name : {"PUBLIC", "XDG_DATA_HOME", "HOME", "QUILLON_A"}) {
+            const auto value = values.find(name);
+            value == values.end() ? unsetenv(name) : setenv(name, value->second.c_str(), 1);
+        }
+    }
+
+    const std::string m_home = getenv("HOME") == nullptr ? "" : getenv("HOME");
+};
+
+TEST_F(PlatformIdentifiers, TheRootPathIsExpanded) {
+    using Environment = std::map<std::string, std::string>;  // a variable that is not named is unset
+    const std::tuple<const char*, Environment, const char*> rows[] = {
+        {"/srv/root", {}, "/srv/root"},
+        {"%QUILLON_A%/b", {{"QUILLON_A", "/a"}}, "/a/b"},
+        {"x%QUILLON_A%y", {{"QUILLON_A", ""}}, "xy"},
+        {"/a/%QUILLON_A%/b", {}, "/a/%QUILLON_A%/b"},
+        {"%QUILLON_B%QUILLON_A%", {{"QUILLON_A", "a"}}, "%QUILLON_Ba"},  // its sign opens the next
+        {"%QUILLON_A%", {{"QUILLON_A", "%HOME%"}, {"HOME", "/h"}}, "%HOME%"},
+        {"100%%/%", {}, "100%%/%"},
+        {"%PUBLIC%/M", {{"PUBLIC", "/p"}, {"XDG_DATA_HOME", "/x"}, {"HOME", "/h"}}, "/p/M"},
+        {"%PUBLIC%/M", {{"XDG_DATA_HOME", "/x"}, {"HOME", "/h"}}, "/x/M"},
+        {"%PUBLIC%/M", {{"XDG_DATA_HOME", ""}, {"HOME", "/h"}}, "/h/.local/share/M"},
+        {"%PUBLIC%/M", {}, "/var/lib/M"},
+    };
+    for (const auto& [setting, environment, root] : rows) {
+        SetEnvironment(environment);
+        AddConfigData("metadatarootpath", setting);
+        EXPECT_EQ(MetadataRootPath(), root) << setting;
+    }
+}
+
+TEST_F(PlatformIdentifiers, TheRootOfARequestIsTakenAsItIs) {
+    AddConfigData("metadatarootpath", "/srv");
+    const auto directoryFor = [](const char* request) {
+        return GetMetadataDir(CoreServices::Parameters::fromJSON(request), "key");
+    };
+    EXPECT_EQ(directoryFor(R"({"rootPath":"C:\\temp"})"), "C:\\temp/key");
+    EXPECT_EQ(directoryFor(R"({"rootPath":"%HOME%/../x"})"), "%HOME%/../x/key");
+    for (const char* request :
+         {"{}", R"({"rootPath":""})", R"({"rootPath":1})", R"({"context":{"rootPath":"no"}})"}) {
+        EXPECT_EQ(directoryFor(request), "/srv/key") << request;
+    }
+}
+
+TEST_F(PlatformIdentifiers, GuidsAreNewAndGrowWithTheTime) {
+    std::set<std::string> guids;
+    std::string last;
+    for (int n = 0; n < 1000; ++n) {
+        const std::string guid = CreateGuidAsString();
+        ASSERT_THAT(guid, testing::MatchesRegex(
+                              "[0-9a-f]{8}-[0-9a-f]{4}-7[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"));
+        EXPECT_LE(last, guid.substr(0, 8));  // coarse, for the clock may be set back a little
+        last = guid.substr(0, 8);
+        guids.insert(guid);
+    }
+    EXPECT_EQ(guids.size(), 1000U);
+}
+
+class PlatformLog : public testing::Test {
+protected:
+    ~PlatformLog() override { Log::SetLevel("info"); }
+
+    static std::string Said(const std::function<void()>& say) {
+        testing::internal::CaptureStderr();
+        say();
+        return testing::internal::GetCapturedStderr();
+    }
+
+    /// The first letters of the levels whose lines come out.
+    static std::string LevelsThatSpeak() {
+        std::string levels;
+        levels += Said([] { Log::Debug("x"); }).empty() ? "" : "D";
+        levels += Said([] { Log::Info("x"); }).empty() ? "" : "I";
+        levels += Said([] { Log::Warning("x"); }).empty() ? "" : "W";
+        levels += Said([] { Log::Error("x"); }).empty() ? "" : "E";
+        return levels;
+    }
+};
+
+TEST_F(PlatformLog, SpeaksFromItsLevelOn) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"debug", "DIWE", ""},
+        {"info", "IWE", ""},
+        {"warning", "WE", ""},
+        {"error", "E", ""},
+        {"critical", "", ""},
+        {"trace", "DIWE", ""},
+        {"off", "", ""},
+        // What is unknown is told and counts as info.
+        {"loud", "IWE", "\"loud\""},
+        {"Error", "IWE", "\"Error\""}};
+    for (const auto& [level, speak, report] : rows) {
+        const std::string said = Said([&name = level] { Log::SetLevel(name); });
+        EXPECT_THAT(said, HasSubstr(report));
+        EXPECT_EQ(said.empty(), std::string(report).empty()) << said;
+        EXPECT_EQ(LevelsThatSpeak(), speak) << level;
+    }
+}
+
+TEST_F(PlatformLog, ATextIsOneLineWhateverItHolds) {
+    EXPECT_THAT(Said([] { Log::Error("a\nb\r\x1b[0m\x7f\t\xc3\xa4\\n"); }),
+                EndsWith("Z [error] a\\x0ab\\x0d\\x1b[0m\\x7f\\x09\xc3\xa4\\n\n"));
+}
+
+TEST_F(PlatformLog, TheSettingCountsAsSoonAsTheDeploymentModeIsChosen) {
+    AddConfigData("loglevel", "off");
+    EXPECT_EQ(Said([] { EXPECT_FALSE(Messaging::InitializeDeploymentMode("nowhere")); }), "");
+    AddConfigData("loglevel", "debug");
+    EXPECT_THAT(Said([] { Messaging::InitializeDeploymentMode("nowhere"); }), HasSubstr("\"nowhere\""));
+    EXPECT_EQ(LevelsThatSpeak(), "DIWE");
+    AddConfigData("loglevel", "");
+}
+
+}  // namespace
+}  // namespace PlatformAbstraction

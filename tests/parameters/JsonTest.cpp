@@ -1,0 +1,220 @@
+// The way from text to tree and back.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Parameters.h"
+
+namespace {
+
+using CoreServices::Parameters;
+using namespace std::literals;
+using Texts = std::vector<std::string>;
+
+std::string ErrorOf(std::string_view text) {
+    try {
+        Parameters::fromJSON(text);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(JsonReading, AcceptsWhatTheGrammarAllows) {
+    const std::pair<std::string_view, std::string_view> changed[] = {
+        {"", "{}"},
+        {" \t\r\n{ \"a\" : [ 1 , 2 ] , \"b\" : { } } \n", R"({"a":[1,2],"b":{}})"},
+        {R"({"a":{"x":1},"b":2,"a":[3]})", R"({"a":[3],"b":2})"},  // the last value in the first place
+        {R"({"a":1,"\u0061":2})", R"({"a":2})"},                   // equal only once unescaped
+        {R"(["\"\\\/\b\f\n\r\t"])", R"(["\"\\/\b\f\n\r\t"])"},
+        {R"(["\u00e9\u00E9\u20aC"])", "[\"\u00e9\u00e9\u20ac\"]"},
+        {R"(["\ud800\udc00\uDBFF\uDFFF"])", "[\"\U00010000\U0010FFFF\"]"},
+    };
+    for (const auto& [text, written] : changed) {
+        EXPECT_EQ(Parameters::fromJSON(text).toJSON(), written);
+    }
+    for (const std::string_view same :
+         {"{}", "[]", R"(["",0,-1.5e+3,true,false,null,{"k":[]}])", R"({"":0})", R"({"\u0000":"a\u0000b"})",
+          "[\"\x7F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF\"]",
+          "[\"\uD7FF\uE000\"]",  // neighbours of the surrogates
+          "[\"\uFEFF\"]", R"(["/*x*/ //"])", R"(["12345678\n1234567\"123456789012345"])"}) {
+        EXPECT_EQ(Parameters::fromJSON(same).toJSON(), same);
+    }
+}
+
+// The sign '^' marks the place that the error names, and is no part of the text.
+TEST(JsonReading, RefusesAllElseAndNamesThePlace) {
+    const std::pair<std::string, Texts> refused[] = {
+        {"the document ends where an object or an array was expected", {" \n^"}},
+        {"the document ends where a key in double quotes was expected", {"{^"}},
+        {"the document ends where a value was expected", {"[^"}},
+        {"the document ends where a comma or a closing bracket was expected", {"[1^"}},
+        {"the document ends where a closing quote was expected", {"[\"a^", R"(["\"]^)"}},
+        {"a byte order mark is not allowed", {"^\xEF\xBB\xBF{}"}},
+        {"an object or an array was expected", {R"(^"a")", "^null"}},
+        {"nothing more was expected after the end of the document", {"{}^[]", "{}^\0"s, "[]^/**/"}},
+        {"a key in double quotes was expected", {"{^\0}\0"s, R"({"a":1,^})", "{^a:1}", "{^1:1}"}},
+        {"a colon was expected", {R"({"a" ^1})", R"({"a"^,1})"}},
+        {"a comma or a closing brace was expected", {R"({"a":1 ^"b":2})", R"({"a":1^])"}},
+        {"a comma or a closing bracket was expected",
+         {"[1 ^2]", "[1^}", R"(["a"^:1])", "[null^s]", "[0^12]", "[-0^1]", "[1e1^.5]", "[0^x1F]"}},
+        {"a value was expected",
+         {"[^\f]", "[1,^]", "[1,^,2]", R"({"a":^})", "[^tru]", "[^NaN]", "[^+1]", "[^.5]", "[^'a']"}},
+        {"a digit was expected", {"[-^Infinity]", "[-^]", "[1.^]", "[1e^]", "[1E+^]", "[1e+^-1]"}},
+        {"an escape character was expected", {R"(["\^x41"])"}},
+        {"a control character must be escaped",
+         {"[\"a^\nb\"]", "{\"^\t\":1}", "[\"^\0\"]"s, "[\"abcdefgh^\x1F\"]"}},
+        {"a hexadecimal digit was expected", {R"(["\u00e^"])", R"(["\u00^g0"])", R"(["\ud800\u12^"])"}},
+        {"one half of a surrogate pair stands alone",
+         {R"(["a^\ud800"])", R"(["^\ud800\n"])", R"(["^\ud800\ud800"])", R"(["^\udc00"])",
+          R"(["^\udc00\ud800"])"}},
+        {"this is no valid UTF-8",
+         {"[\"^\x80\"]", "[\"\\n^\xBF\"]",  // stray continuations
+          "[\"^\xC0\x80\"]", "[\"^\xC1\xBF\"]", "[\"^\xE0\x9F\xBF\"]", "[\"^\xF0\x8F\xBF\xBF\"]",  // overlong
+          "[\"^\xED\xA0\x80\"]", "[\"^\xF4\x90\x80\x80\"]", "[\"^\xF5\x80\x80\x80\"]",  // no code points
+          "[\"^\xE2\x82\"]", "[\"^\xF0\x9F\x98", "[\"^\xF0\x9F\x98\x41\"]", "{\"^\xE9t\xE9\":1}"}},  // cut
+    };
+    for (const auto& [error, texts] : refused) {
+        for (std::string text : texts) {
+            const std::size_t place = text.find('^');
+            text.erase(place, 1);
+            EXPECT_EQ(ErrorOf(text), "JSON: byte " + std::to_string(place) + ": " + error) << text;
+        }
+    }
+}
+
+TEST(JsonReading, EveryBeginningOfADocumentIsRefused) {
+    constexpr std::string_view kWhole = R"({"a":[1.5e3,true,null,{"b":"\u00e9\n"}],"c":{},"d":-0})";
+    ASSERT_EQ(ErrorOf(kWhole), "accepted");
+    for (std::size_t length = 1; length < kWhole.size(); ++length) {
+        // The text lies in memory of its own, so that a read past its end is caught.
+        const std::string beginning(kWhole.substr(0, length));
+        EXPECT_TRUE(ErrorOf(beginning).starts_with("JSON: byte ")) << beginning;
+    }
+}
+
+TEST(JsonReading, NestsAsDeepAs512) {
+    const std::string deepest = std::string(512, '[') + std::string(512, ']');
+    EXPECT_EQ(Parameters::fromJSON(deepest).toJSON(), deepest);
+    const std::string tooDeep = ": nesting deeper than 512 is not allowed";
+    EXPECT_EQ(ErrorOf("[" + deepest + "]"), "JSON: byte 512" + tooDeep);
+    EXPECT_EQ(ErrorOf(std::string(1'000'000, '[')), "JSON: byte 512" + tooDeep);
+    std::string objects;
+    for (int i = 0; i < 100'000; ++i) {
+        objects += "{\"\":";
+    }
+    EXPECT_EQ(ErrorOf(objects), "JSON: byte 2048" + tooDeep);
+}
+
+TEST(JsonWriting, TextsAndKeysComeOutAsValidJson) {
+    const std::pair<std::string_view, std::string> rows[] = {
+        {"/'<>&\x7F", "\"/'<>&\x7F\""},
+        {R"(C:\"x")", R"("C:\\\"x\"")"},
+        {"\0\x01\b\t\n\v\f\r\x1F"sv, R"("\u0000\u0001\b\t\n\u000b\f\r\u001f")"},
+        {"\u00e9\u20ac\U0001F600", "\"\u00e9\u20ac\U0001F600\""},
+        {"a\xE9z\x80\xFF", "\"a\uFFFDz\uFFFD\uFFFD\""},  // stray bytes are replaced one by one
+        {"\xE2\x82", "\"\uFFFD\uFFFD\""},
+        {"\xED\xA0\x80", "\"\uFFFD\uFFFD\uFFFD\""},
+    };
+    for (const auto& [text, written] : rows) {
+        Parameters tree;
+        tree.SetParameter(text, text);
+        const std::string json = tree.toJSON();
+        EXPECT_EQ(json, "{" + written + ":" + written + "}");
+        EXPECT_EQ(Parameters::fromJSON(json).toJSON(), json);
+    }
+}
+
+TEST(JsonWriting, PeopleSeeTheSameTreeIndented) {
+    const auto tree = Parameters::fromJSON(R"({"a":1.50,"b":{"c":["x\n",null]},"d":{},"e":[]})");
+    EXPECT_EQ(tree.debugString(),
+              "{\n  \"a\": 1.50,\n  \"b\": {\n    \"c\": [\n      \"x\\n\",\n      null\n    ]\n  },\n"
+              "  \"d\": {},\n  \"e\": []\n}");
+}
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+
+TEST(Numbers, AreWholeOrRealAndKeepTheirText) {
+    const auto hugeWith = [](const std::string& end) { return "1" + std::string(400, '0') + end; };
+    const auto tinyWith = [](const std::string& end) { return "0." + std::string(400, '0') + end; };
+    const std::pair<std::string, std::int32_t> whole[] = {
+        {"0", 0}, {"-0", 0}, {"2147483647", 2147483647}, {"-2147483648", kLeast}};
+    const std::pair<std::string, double> reals[] = {
+        {"2147483648", 2147483648.0},
+        {"-2147483649", -2147483649.0},
+        {"9007199254740993", 9007199254740992.0},
+        {"1.0", 1.0},
+        {"1E2", 100.0},
+        {"0e0", 0.0},
+        {"-0.0", -0.0},
+        {"0.1000", 0.1},
+        {"123456789012345678901234567890", 123456789012345678901234567890.0},
+        {"4.9e-324", std::numeric_limits<double>::denorm_min()},
+        {"1.7976931348623157e308", std::numeric_limits<double>::max()},
+        // What no double can hold: the nearest thing it can.
+        {"1e400", kInfinity},
+        {"-1e400", -kInfinity},
+        {"1E+99999999999999999999", kInfinity},
+        {"1e-400", 0.0},
+        {"-1e-400", -0.0},
+        {"1e-99999999999999999999", 0.0},
+        {"0e99999999999999999999", 0.0},
+        {"0.0e400", 0.0},
+        {hugeWith(""), kInfinity},
+        {hugeWith("e-5"), kInfinity},
+        {hugeWith("e-400"), 1.0},
+        {hugeWith("e-800"), 0.0},
+        {tinyWith("1e+5"), 0.0},
+        {"-" + tinyWith("1e800"), -kInfinity}};
+    const auto check = [](const std::string& token, const std::int32_t* integer, const double* real) {
+        SCOPED_TRACE(token);
+        const std::string json = "{\"n\":" + token + ",\"a\":[" + token + "]}";
+        const auto tree = Parameters::fromJSON(json);
+        std::int32_t readInteger = 77;
+        EXPECT_EQ(tree.GetParameter("n", readInteger), integer != nullptr);
+        EXPECT_EQ(readInteger, integer != nullptr ? *integer : 77);
+        double readReal = 77;
+        EXPECT_EQ(tree.GetParameter("n", readReal), real != nullptr);
+        EXPECT_EQ(readReal, real != nullptr ? *real : 77);
+        EXPECT_EQ(std::signbit(readReal), real != nullptr && std::signbit(*real));
+        Parameters copied;
+        EXPECT_TRUE(copied.CopyValue(tree, "n", "n"));
+        copied.SetChildParameters("a", tree.GetChildParameters("a"));
+        EXPECT_EQ(copied.toJSON(), json);
+        EXPECT_EQ(copied, tree);
+    };
+    for (const auto& [token, value] : whole) {
+        check(token, &value, nullptr);
+    }
+    for (const auto& [token, value] : reals) {
+        check(token, nullptr, &value);
+    }
+}
+
+TEST(Numbers, ThatAreSetAreWrittenAsWhatTheyAre) {
+    Parameters tree;
+    const std::pair<double, std::string> reals[] = {
+        {0.0, "0.0"},       {-0.0, "-0.0"},
+        {1.0, "1.0"},       {-1200.0, "-1200.0"},
+        {0.1, "0.1"},       {1.0 / 3, "0.3333333333333333"},
+        {1e22, "1e+22"},    {2147483648.0, "2147483648.0"},
+        {5e-324, "5e-324"}, {1.7976931348623157e308, "1.7976931348623157e+308"}};
+    for (const auto& [value, written] : reals) {
+        tree.SetParameter("n", value);
+        EXPECT_EQ(tree.toJSON(), "{\"n\":" + written + "}");
+    }
+    for (const double bad : {kInfinity, -kInfinity, std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_THROW(tree.SetParameter("bad", bad), std::invalid_argument);
+    }
+    tree.SetParameter("n", kLeast);
+    EXPECT_EQ(tree.toJSON(), R"({"n":-2147483648})");
+}
+
+}  // namespace
