@@ -1,4 +1,4 @@
-"""A disk that is full, fails to write or fails to keep: who is told what, what goes on, and what is there afterwards."""
+"""A disk that is full, fails to write or fails to keep: who is told what, what goes on, what is there then."""
 
 import json
 import os

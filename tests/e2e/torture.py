@@ -67,10 +67,10 @@ class Journal:
 
 
 class Load:
-    """Clients that submit over connections of their own, each until its connection ends, `until` they are enough."""
+    """Clients that submit over connections of their own, each until its connection ends."""
 
-    def __init__(self, service, journal, name, connections, most=None):
-        self._port, self._journal, self._name, self._most = service.port, journal, name, most
+    def __init__(self, service, journal, name, connections):
+        self._port, self._journal, self._name = service.port, journal, name
         self._before = len(journal.answered)
         self._clients = [threading.Thread(target=self._submit, args=(n,)) for n in range(connections)]
         for client in self._clients:
@@ -79,7 +79,7 @@ class Load:
     def _submit(self, client):
         connection = http.client.HTTPConnection("127.0.0.1", self._port, timeout=DEADLINE_SECONDS)
         count = 0
-        while self._most is None or count < self._most:
+        while True:
             marker = "%s-%d-%d" % (self._name, client, count)
             request, count = request_of(marker), count + 1
             if count % 9 == 0:

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "BlockingRegion.h"
+#include "Failpoint.h"
 #include "ObjectStoreException.h"
 #include "PlatformLog.h"
 
@@ -127,7 +128,9 @@ bool SqliteWriter::TryCommit(WriteGroup& group) {
             return false;
         }
     }
+    QUILLON_FAILPOINT("before-group-commit");
     m_connection.Commit();
+    QUILLON_FAILPOINT("after-group-commit");
     return true;
 }
 
