@@ -89,8 +89,8 @@ class Disk(unittest.TestCase):
 
     @unittest.skipUnless(FAILING_SYNC, "syncs cannot be made to fail under a sanitizer")
     def test_a_failed_sync_ends_writing_until_the_service_is_started_anew(self):
-        for file in ("store.db-wal", "store.db"):
-            with self.subTest(file):
+        for file, busy in (("store.db-wal", False), ("store.db", False), ("store.db", True)):
+            with self.subTest(file, busy=busy):
                 self.start(launcher=("env", "LD_PRELOAD=%s" % FAILING_SYNC, "QUILLON_SYNC_FAILS=failing"))
                 self.assertEqual(self.submit(5), 5)
                 sign = self.service.directory / "failing" / file
@@ -98,12 +98,14 @@ class Disk(unittest.TestCase):
                 sign.touch()
                 if file == "store.db-wal":
                     self.assertEqual(self.submit(1, in_doubt=True), 0)  # on disk or not, nobody knows
+                if busy:  # the database is synced beside the writers
+                    wait_until(lambda: self.submit(100) < 100, "a submission that is refused")
                 wait_until(lambda: BROKEN in self.service.errors, "word of the broken store")  # at the latest when idle
                 sign.unlink()
                 self.assertEqual(self.submit(20), 0)
                 self.check_reads()
                 self.assertEqual(self.service.errors.count(BROKEN), 1)
-                self.check_end()
+                self.check_end(unannounced=busy)
 
 
 if __name__ == "__main__":
