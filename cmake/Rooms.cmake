@@ -33,6 +33,13 @@ if(QUILLON_SANITIZE)
     add_link_options(-fsanitize=${QUILLON_SANITIZE})
 endif()
 
+if(QUILLON_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "QUILLON_BUILD_FUZZERS needs Clang, whose libFuzzer it stands on.")
+    endif()
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # quillon_room(name SOURCES a.cpp b.cpp [PUBLIC deps...] [PRIVATE deps...])
 function(quillon_room name)
     cmake_parse_arguments(ROOM "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})

@@ -4,10 +4,13 @@
 #include <thread>
 #include <utility>
 
+#include "MemoryWatch.h"
+
 namespace Weftline::Services::Scheduler {
 
 void StartDetachedThread(std::function<void()> work) {
     std::thread([work = std::move(work)] {
+        const PlatformAbstraction::MemoryWatch watch;
         try {
             work();
         } catch (...) {

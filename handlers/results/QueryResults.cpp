@@ -1,5 +1,7 @@
 #include "QueryResults.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 
 #include "ObjectStore.h"
@@ -11,6 +13,14 @@ namespace Weftline::Services::Scheduler {
 
 using CommonServices::ObjectStore;
 
+namespace {
+
+// A query's results go all at once, so that a process that dies meanwhile leaves all of them or none. Only
+// more than any query has are cut: submissions wait for each piece, about half a second.
+constexpr std::size_t kMostDeletedAtOnce = 50'000;
+
+}  // namespace
+
 std::vector<Record> FindResults(const ResultKind& kind, const CoreServices::Parameters& request) {
     const std::string queryID = GetRequiredString(request, Keys::QueryID);
     return ObjectStore().FindRecordsWithReferencedID(std::string(kind.collection),
@@ -19,12 +29,14 @@ std::vector<Record> FindResults(const ResultKind& kind, const CoreServices::Para
 }
 
 void DeleteResults(const std::vector<Record>& results) {
-    std::vector<std::string> ids;
-    ids.reserve(results.size());
-    for (const Record& result : results) {
-        ids.push_back(result.recordID);
+    for (std::size_t begin = 0; begin < results.size(); begin += kMostDeletedAtOnce) {
+        std::vector<std::string> ids;
+        const std::size_t end = std::min(results.size(), begin + kMostDeletedAtOnce);
+        for (std::size_t place = begin; place < end; ++place) {
+            ids.push_back(results[place].recordID);
+        }
+        ObjectStore().DeleteMany(ids);
     }
-    ObjectStore().DeleteMany(ids);
 }
 
 }  // namespace Weftline::Services::Scheduler

@@ -43,34 +43,6 @@ private:
 
 class DetachedWork : public AdminFixture {};
 
-TEST_F(DetachedWork, OutlivesTheMessageAndTheHandlerThatStartedIt) {
-    bus->On("setGlobalConfigData", Results("{}"));
-    bus->On("remoteLogging", ScriptedAnswer::Error("E", "m"));
-    bus->On("findJobsByKind",
-            Results(R"({"results":[{"id":"j","creationDateTime":"2001-01-01T00:00:00.000Z"}],"total":1})"));
-    bus->On("removeJob", Results(R"({"id":"j"})"));
-    const ConsoleCapture console(std::cout);
-    ThreadsAtWork threads;
-    constexpr int kRounds = 20;
-    {
-        ConfigureDXHandler configure(connection, threads.Starter());
-        RemoteLoggingHandler logging(connection, threads.Starter());
-        RemoveObsoleteJobsHandler purge(connection, threads.Starter());
-        const auto send = [&](int from) {
-            for (int n = 0; n < kRounds; ++n) {
-                Answer(configure, R"({"connectionURL":")" + std::to_string(from + n) + "\"}");
-                Answer(logging, R"({"turnOnRemoteLogging":true})");
-                Answer(purge, kPurge);
-            }
-        };
-        const std::jthread other(send, kRounds);
-        send(0);
-    }
-    threads.Wait();
-    // One configuration, two broadcasts, one page and one removal for each round of both senders.
-    EXPECT_EQ(bus->CountSent(), std::size_t{2} * kRounds * 5);
-}
-
 TEST_F(DetachedWork, NeitherHoldsNorCrashesAProcessThatEnds) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     static std::atomic<int> atWork{0};

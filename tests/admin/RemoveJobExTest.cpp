@@ -85,34 +85,6 @@ TEST_F(Removal, RefusesInTheOrderOfItsChecks) {
     }
 }
 
-TEST_F(Removal, LoggingShowsEveryStep) {
-    const std::string noContext = "\t ExtractIdentityIdFromMessage - contextParams: \n{}\n";
-    const std::string head =
-        "removeJob - params: {\n  \"clientKey\": \"k\",\n  \"logging\": true\n}\n" + noContext +
-        "\nPartTimeJobHandler - DoFindOneJob - Params follow: \n{\n  \"clientKey\": \"k\"\n}\n";
-    const std::string failed = "removeJobEx failed with details: ";
-    const auto printed = [this] {
-        const ConsoleCapture console(std::cout);
-        Answer(handler, R"({"clientKey":"k","logging":true})");
-        return console.Text();
-    };
-    bus->On("findJob", Found(R"("clientKey":"k","id":"7","status":"Failed")"));
-    bus->On("removeJob", ScriptedAnswer::Text("none"));
-    EXPECT_EQ(printed(), head +
-                             "removeJob - DoFindOneJob Results: {\n  \"body\": {\n    \"clientKey\": \"k\",\n"
-                             "    \"id\": \"7\",\n    \"status\": \"Failed\"\n  }\n}\n" +
-                             noContext +
-                             "\nPartTimeJobHandler - DoRemoveJob - Params follow: \n{\n  \"id\": \"7\"\n}\n" +
-                             "\nPartTimeJobHandlers - DoRemoveJob() GetResults() returned false\n"
-                             "removeJob - DoRemoveJob Results: {}\n" +
-                             failed +
-                             "DoRemoveJob was unable to removeJob and failed to provide any results\n");
-    bus->Restart("findJob", ScriptedAnswer::Never());
-    EXPECT_THAT(printed(),
-                testing::HasSubstr("\nPartTimeJobHandlers - DoFindOneJob() failed WaitForDone - no "
-                                   "results obtained\nremoveJob - DoFindOneJob Results: {}\n"));
-}
-
 TEST_F(Removal, WhatTheBusThrowsIsThePlatformsToAnswer) {
     bus->On("findJob", ScriptedAnswer::Throws([] { throw std::runtime_error("the bus is gone"); }));
     EXPECT_EQ(Answer(handler, "{}"), "thrown the bus is gone");

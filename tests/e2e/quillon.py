@@ -33,6 +33,8 @@ class Service:
         self._environment = {name: value for name, value in os.environ.items()
                              if name != "PUBLIC" and not name.startswith("zrf_")}
         self._environment.update(HOME=self._temporary.name, XDG_DATA_HOME=self._temporary.name)
+        # What outlives `main` on purpose is no leak.
+        self._environment.setdefault("ASAN_OPTIONS", "detect_leaks=0")
         self._environment.setdefault("TSAN_OPTIONS", "suppressions=%s" % (ROOT / "tests/e2e/tsan.supp"))
         self._environment.update(environment or {})
         self.launcher = launcher  # words of a command that becomes the program

@@ -78,17 +78,6 @@ class Results(unittest.TestCase):
                 self.assertEqual(self.left(path, key), 0)
                 self.assertEqual(self.service.job(key)["recordID"], key)
 
-    def test_pages(self):
-        for stored, request, found, used in ((100, {"PageOffset": 1, "PageSize": 500}, 40, (1, 60)),
-                                             (3, {"PageOffset": 65536, "PageSize": -65536}, 3, (65536, -65536))):
-            with self.subTest(request):
-                self.store("findVideoFormats", "pages", [VIDEO] * stored)
-                self.assertEqual(self.get("findVideoFormats", queryID="pages", **request),
-                                 (200, PAGE % (",".join([VIDEO] * found), found, *used)))
-        self.store("findVideoFormats", "pages", [VIDEO])
-        self.assertEqual(self.get("findVideoFormats", queryID="pages", version=3), (200, ""))
-        self.assertEqual(self.left("findVideoFormats", "pages"), 0)
-
     def test_what_fails_a_fetch_fails_no_other(self):
         rows = [  # path, stored, request beside the id, message
             ("findVideoFormats", [VIDEO], {"PageOffset": 7},
@@ -115,26 +104,6 @@ class Results(unittest.TestCase):
         self.service.write(("UPDATE records SET recordData = '{}' WHERE recordTopic = 'V2_WFMobIDs'", [()]))
         self.assertEqual(self.get("findMobIDsFromContainer", queryID="bad"), (200, '{"results":[{}]}'))
 
-    def test_an_id_has_to_be_named_and_the_store_may_fail(self):
-        for path, (_, _, _, unknown) in KINDS.items():
-            with self.subTest(path):
-                prefix = "Exception: " if unknown == FAILED else ""
-                self.store(path, "7", [BOTH])
-                self.store(path, "", [BOTH])
-                for query in ({}, {"queryID": 7}, {"queryid": '"7"'}):
-                    self.check_error(self.get(path, **query), prefix + "Failed to extract: queryID")
-                self.service.write(("ALTER TABLE records RENAME TO moved", [()]))
-                self.check_error(self.get(path, queryID='"7"'), prefix + "The store cannot be read: .+")
-                self.service.write(("ALTER TABLE moved RENAME TO records", [()]),
-                                   ("CREATE TRIGGER keep BEFORE DELETE ON records"
-                                    " BEGIN SELECT RAISE(ABORT, 'kept'); END", [()]))
-                answers = [self.get(path, queryID='"7"') for _ in range(2)]
-                self.service.write(("DROP TRIGGER keep", [()]))
-                answers += [self.get(path, queryID='"7"') for _ in range(2)]
-                self.assertNotEqual(answers[0], (200, unknown))
-                self.assertEqual(answers, [answers[0]] * 3 + [(200, unknown)])
-                self.assertEqual(self.left(path, ""), 1)
-
     def test_fetches_at_once_have_all_results_or_none(self):
         documents = [BOTH.replace("{", '{"n":%d,' % n, 1) for n in range(3000)]
         for path, (_, _, _, unknown) in KINDS.items():
@@ -148,55 +117,6 @@ class Results(unittest.TestCase):
                          for _, body in answers}
                 self.assertIn(found, ({everything}, {everything, None}))
                 self.assertEqual(self.left(path, "at once"), 0)
-
-    def test_catalogues_without_a_metadata_worker_say_so(self):
-        worker = "orvik.quillon.processing.metadata.worker"
-        details = {"Description": "MsgHandlersUtils::WaitForResult() - Query to %s FAILED" % worker,
-                   "ErrorString": "SERVICE_NOT_FOUND",
-                   "ErrorDetails": 'The service "%s", realm "test", version 1, is not on the bus.' % worker}
-        for path in ("formats/video", "formats/audio", "getColorSpaces", "s3dmodes", "getMediaCreationTypes",
-                     "getExportTypes"):
-            with self.subTest(path):
-                method = "POST" if path == "getExportTypes" else "GET"
-                status, _, body = self.service.post("/" + path, {}, method=method)
-                self.assertEqual((status, json.loads(body)["error"]), (500, {
-                    "code": "GENERIC_SERVICE_ERROR", "message": "Exception", "details": details}))
-
-    def test_export_plugins(self):
-        lxa, other = '{"pluginGuid":"A","type":"LXA","name":"first"}', '{"pluginGuid":"a","type":"lxa"}'
-        nameless, typeless = '{"type":"x"}', '{"pluginGuid":"t"}'
-        rows = [  # the workers' plug-ins, request, those of the answer or the error
-            ([None, [], [lxa, lxa], [other, lxa.replace("first", "second")]], {"type": ""}, [lxa, other]),
-            ([["7", other], [lxa]], {}, [lxa]),  # a list with something else in it counts for nothing
-            ([[nameless, lxa, other]], {"type": "LXA"}, [lxa]),
-            ([[nameless, lxa]], {}, "Failed to extract: pluginGuid"),
-            ([[lxa, typeless]], {"type": "LXA"}, "Failed to extract: type"),
-            ([[lxa], ["}"]], {}, "JSON: byte 18: .+"),
-        ]
-        for workers, request, expected in rows:
-            with self.subTest(expected, request=request):
-                data = ["" if plugins is None else '{"exportPlugins":[%s]}' % ",".join(plugins) for plugins in workers]
-                self.service.write(("DELETE FROM records WHERE recordTopic = 'V2_WFWorkers'", [()]),
-                                   ("INSERT INTO records (recordType, recordTopic, recordData)"
-                                    " VALUES ('Worker', 'V2_WFWorkers', ?)", zip(data)))
-                answer = self.get("uniqueExportPlugins", **request)
-                if isinstance(expected, str):
-                    self.check_error(answer, expected)
-                else:
-                    self.assertEqual(answer, (200, '{"exportPlugins":[%s]}' % ",".join(expected)))
-
-    def test_profiles(self):
-        self.assertEqual(self.get("profiles"), (200, '{"results":[]}'))
-        self.service.insert_profile("p-2", '{"name":"B","type":"Proxy"}')
-        self.service.insert_profile("p-1", '{"type":"proxy","more":{"value":1,"label":"one"}}')
-        listed = '{"results":[{"id":"p-2","name":"B","isProxy":true},{"id":"p-1","name":"","isProxy":false}]}'
-        self.assertEqual(self.get("profiles", type="Proxy"), (200, listed))
-        for version, message in ((2, "record RecordType mismatch Incoming: 2"),
-                                 (0, "record classification is invalid")):
-            self.service.insert_profile("p-3", "{}", version)
-            self.check_error(self.get("profiles"), r"DataRecord::BuildFromRecord\(\) incoming " + message)
-            self.service.write(("DELETE FROM records WHERE recordID = 'p-3'", [()]))
-        self.assertEqual(self.get("profiles"), (200, listed))
 
 
 if __name__ == "__main__":

@@ -203,26 +203,6 @@ TEST(InProcessBus, AnAnswerThatNobodyWaitsForIsDropped) {
     EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("late", "echo"))), "{}");
 }
 
-TEST(InProcessBus, ManySendersAndServicesAtOnce) {
-    const auto bus = MakeBus({.threads = 4, .maxStandIns = 64, .maxQueuedMessages = 4096});
-    bus->Attach(MakeService("back", {{"echo", Echo}}));
-    bus->Attach(MakeService("front", {{"relay", Relay("back", "echo")}}));
-    std::vector<std::thread> senders;
-    for (int sender = 0; sender < 4; ++sender) {
-        senders.emplace_back([&bus] {
-            const auto messaging = bus->GetMessaging();
-            for (int i = 0; i < 250; ++i) {
-                const auto one = messaging->SendRequest(To("front", "relay"));
-                const auto other = messaging->SendRequest(To("back", "echo"));
-                ASSERT_EQ(EndOf(*one) + EndOf(*other), R"({"relayed":"{}"}{})");
-            }
-        });
-    }
-    for (std::thread& sender : senders) {
-        sender.join();
-    }
-}
-
 bool WaitUntil(const std::function<bool()>& isSo) {
     const auto deadline = std::chrono::steady_clock::now() + kDeadline;
     while (!isSo() && std::chrono::steady_clock::now() < deadline) {

@@ -111,30 +111,5 @@ TEST(Notifier, OwnersRefuseNothingToOwnAndDestroyChildrenInOrder) {
     EXPECT_THAT(ended, ElementsAre(1, 2, 3));
 }
 
-TEST(Notifier, LinesOfSeveralThreadsDoNotTearEachOther) {
-    constexpr std::size_t kLines = 500;
-    const std::string text(200, 'x');
-    const ConsoleCapture output(std::cout);
-    {
-        std::vector<std::jthread> threads;
-        for (const std::string prefix : {"one", "two"}) {
-            threads.emplace_back([prefix, &text] {
-                ConsoleNotifier notifier(prefix);
-                for (std::size_t line = 0; line < kLines; ++line) {
-                    notifier.SendBusy(text);
-                }
-            });
-        }
-    }
-    std::istringstream lines(output.Text());
-    std::multiset<std::string> told;
-    for (std::string line; std::getline(lines, line);) {
-        told.insert(line);
-    }
-    EXPECT_EQ(told.count("one Busy: " + text), kLines);
-    EXPECT_EQ(told.count("two Busy: " + text), kLines);
-    EXPECT_EQ(told.size(), 2 * kLines);
-}
-
 }  // namespace
 }  // namespace PlatformAbstraction

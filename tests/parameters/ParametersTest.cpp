@@ -153,36 +153,6 @@ TEST(Parameters, EveryKindOfValueIsCopied) {
     EXPECT_EQ(target.GetChildParameters("t").toJSON(), "[1,null]");
 }
 
-TEST(Parameters, WideObjectsFindTheirKeys) {
-    // Around the sizes at which looking up changes its manner, and far beyond.
-    for (const int width : {63, 64, 65, 66, 129, 257, 20'000}) {
-        SCOPED_TRACE(width);
-        const auto nameOf = [](int i) { return "key " + std::to_string(i); };
-        Parameters built;
-        std::string json = "{";
-        for (int i = 0; i < width; ++i) {
-            built.SetParameter(nameOf(i), i);
-            json += "\"" + nameOf(i) + "\":0,\"" + nameOf(i) + "\":" + std::to_string(i) + ",";
-        }
-        json.back() = '}';
-        auto tree = Tree(json);
-        EXPECT_EQ(tree, built);
-
-        tree.ClearParameter(nameOf(1));
-        tree.SetParameter("new", "last");
-        tree.SetParameter(nameOf(width - 1), "changed");
-        EXPECT_FALSE(tree.HasParameter(nameOf(1)) || tree.HasParameter(nameOf(width)));
-        EXPECT_EQ(tree.GetTopLevelParameterNames().size(), static_cast<std::size_t>(width));
-        EXPECT_EQ(tree.GetTopLevelParameterNames().back(), "new");
-        for (int i = 2; i < width - 1; ++i) {
-            std::int32_t value = -1;
-            ASSERT_TRUE(tree.GetParameter(nameOf(i), value));
-            ASSERT_EQ(value, i);
-        }
-        EXPECT_TRUE(built.HasParameter(nameOf(1)));
-    }
-}
-
 Parameters Nested(int depth) {
     Parameters tree;
     for (int i = 0; i < depth; ++i) {

@@ -8,7 +8,10 @@
 
 #include <array>
 #include <cctype>
+#include <cerrno>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
 #include "Parameters.h"
 
@@ -75,7 +78,11 @@ void RawClient::Send(std::string_view bytes) {
 
 bool RawClient::ReadMore() {
     std::array<char, 65536> piece;
-    const ssize_t received = recv(m_socket, piece.data(), piece.size(), 0);
+    ssize_t received = 0;
+    do {
+        errno = 0;
+        received = recv(m_socket, piece.data(), piece.size(), 0);
+    } while (received < 0 && errno == EINTR);  // a fuzzer's timer rings
     if (received <= 0) {
         return false;
     }
@@ -110,6 +117,16 @@ std::optional<RawResponse> RawClient::ReadResponse(bool toHead) {
     response.body = m_buffer.substr(end + 4, size);
     m_buffer.erase(0, end + 4 + size);
     return response;
+}
+
+std::string RawClient::ReadToEnd() {
+    shutdown(m_socket, SHUT_WR);
+    while (ReadMore()) {
+    }
+    if (errno != 0) {
+        throw std::system_error(errno, std::generic_category(), "The connection did not end well");
+    }
+    return std::exchange(m_buffer, {});
 }
 
 bool RawClient::ReadsEnd() {

@@ -36,6 +36,9 @@ public:
     /// Empty when the connection ended, or the deadline passed, before a whole response was there. `toHead`:
     /// the response has no body whatever its length says.
     std::optional<RawResponse> ReadResponse(bool toHead = false);
+    /// Says that nothing more is sent, and reads on until the other side closes too. Throws past the
+    /// deadline.
+    std::string ReadToEnd();
     /// Sends a request and reads the response; one of status 0 where there is none.
     RawResponse Ask(std::string_view request);
     /// True once the other side has closed, with nothing more to read.

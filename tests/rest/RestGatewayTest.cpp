@@ -98,31 +98,6 @@ TEST_F(GatewayTest, BuildsTheRequestFromBodyQueryAndPath) {
     }
 }
 
-TEST_F(GatewayTest, WritesEachKindOfAnswer) {
-    Start();
-    const Parameters tree = Parameters::fromJSON(R"({"clientKey":"7"})");
-    RawClient client(port);
-    const auto answered = [&](const MessageAnswer& answer) {
-        sink.RespondWith(answer);
-        const RawResponse response = client.Ask(GetVideo());
-        return std::to_string(response.status) + " " + response.body;
-    };
-    EXPECT_EQ(answered(MessageAnswer::OfResults(tree)), R"(200 {"clientKey":"7"})");
-    EXPECT_EQ(answered(MessageAnswer::OfText("[1, 2]")), "200 [1, 2]");
-    EXPECT_EQ(answered(MessageAnswer::OfText("")), "200 ");
-    EXPECT_EQ(answered(MessageAnswer::OfError("BAD_REQUEST", "", tree)),
-              R"(400 {"error":{"code":"BAD_REQUEST","message":"","details":{"clientKey":"7"}}})");
-    const std::pair<std::string, std::string> errors[] = {{"404", "NOT_FOUND"},
-                                                          {"404", "HANDLER_NOT_FOUND"},
-                                                          {"405", "METHOD_NOT_ALLOWED"},
-                                                          {"503", "SERVICE_STOPPING"},
-                                                          {"500", "ERROR_X"}};
-    for (const auto& [status, code] : errors) {
-        EXPECT_EQ(answered(MessageAnswer::OfError(code, "Why")),
-                  status + R"( {"error":{"code":")" + code + R"(","message":"Why"}})");
-    }
-}
-
 TEST_F(GatewayTest, TellsTheClientNothingOfTheProcess) {
     sink.ThrowOnDeliver();
     Start();

@@ -153,42 +153,6 @@ TEST_F(RunSchedulerTest, AFailingStepOfTheStartIsNamedAndEndsTheProcess) {
     }
 }
 
-TEST_F(RunSchedulerTest, TheExitCodeTellsWhichStepFailed) {
-    struct Row {
-        std::function<void(LifeScript&)> arrange;
-        int exitCode;
-        std::string output;  // behind the parameters
-        std::string errors;
-        std::ptrdiff_t stops;
-    };
-    const std::string failed = "\nScheduler Service main pSchedulerService->";
-    const std::string terminate = "\nServiceBase::Shutdown() m_pMessagingService->Terminate() failed";
-    const std::string stillTrue = "\nServiceBase::Term() m_pMessagingService->IsRunning() STILL TRUE!";
-    const auto cannotStop = [](LifeScript& script) {
-        script.stopsNormally = false;
-        script.runsAfterWait = true;
-        script.stopError = TermError::Failed;
-    };
-    const Row rows[] = {
-        {[](auto& script) { script.onReady = [] { return false; }; }, -1, "", failed + "Init() failed", 0},
-        {[](auto& script) { script.stopsNormally = false; }, -999, "", "", 0},
-        {[](auto& script) { script.runsAfterWait = true; }, 0, "", "", 1},
-        {cannotStop, -3, terminate, failed + "Shutdown() failed", 1},
-        {[](auto& script) { script.runsAfterWait = script.runsAfterStop = true; }, -4, stillTrue,
-         failed + "Term() failed", 2},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.exitCode);
-        const Outcome life = Run({}, row.arrange);
-        EXPECT_EQ(life.exitCode, row.exitCode);
-        EXPECT_THAT(life.output, EndsWith("\n" + row.output));
-        EXPECT_EQ(life.errors, row.errors);
-        EXPECT_EQ(CountDeeds("stop"), row.stops);
-        EXPECT_EQ(CountDeeds("deleted"), 1);
-        EXPECT_EQ(CountDeeds("bus gone"), row.exitCode == -1 ? 0 : 1);
-    }
-}
-
 TEST_F(RunSchedulerTest, AnExceptionEndsTheProcessAndLeavesTheServiceAlone) {
     struct Row {
         std::function<bool()> raise;

@@ -17,32 +17,6 @@ using testing::ThrowsMessage;
 
 const std::string kDigest(64, 'a');
 
-TEST(BusSettings, ReadsEachKeyIntoItsPlace) {
-    const BusSettings settings =
-        ParseBusSettings(R"({"threads":1,"maxQueuedMessages":2,"rest":{"maxBodyBytes":3,"maxConnections":4,)"
-                         R"("requestTimeoutMs":5,"idleTimeoutMs":6,)"
-                         R"("allowedOrigins":["https://a.example","http://localhost:8080"]},)"
-                         R"("farm":{"enabled":false,"taskMilliseconds":0,"catalogueDirectory":"c"},)"
-                         R"("callers":[{"identityId":"i","displayName":"","tokenSha256":")" +
-                         kDigest + R"("}]})");
-    EXPECT_EQ(settings.bus.threads, 1U);
-    EXPECT_EQ(settings.bus.maxQueuedMessages, 2U);
-    EXPECT_EQ(settings.rest.maxBodyBytes, 3U);
-    EXPECT_EQ(settings.rest.maxConnections, 4U);
-    EXPECT_EQ(settings.rest.requestTimeout, milliseconds(5));
-    EXPECT_EQ(settings.rest.idleTimeout, milliseconds(6));
-    EXPECT_EQ(settings.rest.allowedOrigins.size(), 2U);
-    EXPECT_FALSE(settings.farm.enabled);
-    EXPECT_EQ(settings.farm.taskTime, milliseconds(0));
-    EXPECT_EQ(settings.farm.catalogueDirectory, "c");
-    EXPECT_EQ(settings.rest.callers.at(0).identityId, "i");
-    EXPECT_EQ(settings.rest.callers.at(0).tokenSha256, Rest::ReadSha256Digest(kDigest));
-
-    const BusSettings defaults = ParseBusSettings(R"({"rest":{"tls":{}},"callers":[]})");
-    EXPECT_EQ(defaults.bus.threads, 32U);
-    EXPECT_TRUE(defaults.farm.enabled);
-}
-
 TEST(BusSettings, NamesTheKeyThatItRefuses) {
     const std::string caller = R"({"tokenSha256":")" + kDigest + R"(","identityId":"i","displayName":"d"})";
     const std::string nameless = R"({"tokenSha256":")" + kDigest + R"(","identityId":"","displayName":"d"})";

@@ -99,18 +99,6 @@ TEST_F(StandaloneTransportTest, ASignalBeforeTheStartEndsTheWaitAtOnce) {
     EXPECT_TRUE(connection.WaitUntilBusStops());
 }
 
-TEST_F(StandaloneTransportTest, IsStoppedByItsOwner) {
-    auto service = MakeService("a.service", Echo);
-    BusConnection connection(MakeStandaloneTransport());
-    const std::uint16_t port = Start(connection, service);
-    EXPECT_EQ(connection.Terminate(0), TermError::None);
-    EXPECT_FALSE(connection.IsRunning());
-    EXPECT_FALSE(RawClient().Connect(port));
-    const auto messaging = connection.GetMainConnectionBusMessaging();
-    const auto future = messaging->SendRequest({"a.service", "test", 1, "ask"});
-    EXPECT_TRUE(future->WaitForDone(20'000'000) && future->HasError());
-}
-
 /// A farm of one service, which at its stop asks itself whether the bus still carries messages.
 class OneServiceFarm final : public AttachedFarm {
 public:

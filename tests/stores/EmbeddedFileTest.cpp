@@ -112,31 +112,6 @@ TEST_F(EmbeddedFile, ShowsOtherProgramsTheStoredKeysAsColumns) {
         ElementsAre("1"));
 }
 
-TEST_F(EmbeddedFile, FindsWhatOtherProgramsInsert) {
-    Open();
-    ForeignProgram program(options.path);
-    program.Do(
-        "INSERT INTO records (recordType, recordTopic, recordData, recordPublicData) "
-        "VALUES ('MobID', 'V2_WFMobIDs', '{\"mobID\":1}', '{\"queryID\":\"q\"}')");
-    const Weftline::Record result =
-        store.records->FindWithReference("V2_WFMobIDs", "MobID", "queryID", "q", 0, kAll).at(0);
-    EXPECT_EQ(result.recordID.size(), 36u);
-    EXPECT_EQ(result.recordVersion, 1);
-    EXPECT_EQ(result.tags, "[]");
-    EXPECT_EQ(result.recordData, "{\"mobID\":1}");
-    EXPECT_TRUE(store.records->FindByID(result.recordID, "V2_WFMobIDs").has_value());
-    EXPECT_TRUE(store.records->DeleteMany({result.recordID}));
-    EXPECT_THAT(program.Ask("SELECT 1 FROM records"), IsEmpty());
-
-    // A waiting reader hears of foreign events as well.
-    std::thread inserter([&] {
-        program.Do(
-            "INSERT INTO events (recordType, recordTopic, recordData) VALUES ('JobCreated', 'topic', '{}')");
-    });
-    EXPECT_EQ(store.events->Read("topic", 0, 1, std::chrono::minutes(1)).size(), 1u);
-    inserter.join();
-}
-
 TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
     Open();
     ForeignProgram program(options.path);

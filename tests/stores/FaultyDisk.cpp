@@ -33,10 +33,12 @@ const sqlite3_io_methods* Exchange(const sqlite3_io_methods* system) {
     static std::mutex mutex;
     static std::map<const sqlite3_io_methods*, Exchanged> tables;
     const std::scoped_lock lock(mutex);
-    Exchanged& table = tables.try_emplace(system, Exchanged{*system, system}).first->second;
-    table.methods.xWrite = &Write;
-    table.methods.xSync = &Sync;
-    return &table.methods;
+    const auto [table, isNew] = tables.try_emplace(system, Exchanged{*system, system});
+    if (isNew) {  // others are read already, by any thread
+        table->second.methods.xWrite = &Write;
+        table->second.methods.xSync = &Sync;
+    }
+    return &table->second.methods;
 }
 
 int Open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {

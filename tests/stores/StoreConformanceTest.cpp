@@ -190,33 +190,6 @@ TEST_P(EventLogConformance, AnEventEndsTheWaitOfEveryReaderOfItsTopic) {
     EXPECT_THAT(other.get(), ElementsAre("here"));
 }
 
-TEST_P(EventLogConformance, NoEventIsMissedByAReaderThatFollows) {
-    constexpr int kThreads = 8;
-    constexpr int kEach = 25;
-    std::vector<std::thread> writers;
-    for (int thread = 0; thread < kThreads; ++thread) {
-        writers.emplace_back([this] {
-            for (int n = 0; n < kEach; ++n) {
-                Append("", n % 2 == 0);
-            }
-        });
-    }
-    std::int64_t offset = 0;
-    for (std::size_t seen = 0; seen < std::size_t{kThreads} * kEach;) {
-        const auto events = log.Read(kTopic, offset, 7, 60s);
-        ASSERT_FALSE(events.empty());
-        for (const LoggedEvent& event : events) {
-            ASSERT_GT(event.offset, offset);
-            offset = event.offset;
-        }
-        seen += events.size();
-    }
-    for (std::thread& writer : writers) {
-        writer.join();
-    }
-    EXPECT_THAT(log.Read(kTopic, offset, 7, 0ms), IsEmpty());
-}
-
 const auto kNameOfRow = [](const auto& row) { return row.param.name; };
 INSTANTIATE_TEST_SUITE_P(All, RecordStoreConformance, testing::ValuesIn(StoreFactories()), kNameOfRow);
 INSTANTIATE_TEST_SUITE_P(All, EventLogConformance, testing::ValuesIn(StoreFactories()), kNameOfRow);

@@ -169,29 +169,5 @@ TEST_F(SubmissionFlow, TheCallersIdentityIsKeptAndHisNameLookedUp) {
     EXPECT_EQ(Tree("identity").toJSON(), R"({"identityId":"id-1"})");
 }
 
-TEST_F(SubmissionFlow, OneHandlerServesManyThreadsAtOnce) {
-    const TestSupport::ConsoleCapture quiet(std::cerr);
-    constexpr int kThreads = 4;
-    constexpr int kSubmissions = 25;
-    {
-        std::vector<std::jthread> threads;
-        for (int thread = 0; thread < kThreads; ++thread) {
-            threads.emplace_back([&] {
-                for (int n = 0; n < kSubmissions; ++n) {
-                    plain.SubmitJob("kind", "evalKind", "Render", true, Json(R"({"jobParams":[{"x":1}]})"),
-                                    TestSupport::MakeContext(bus));
-                }
-            });
-        }
-    }
-    std::set<std::string> ids;
-    for (const auto& records : {stores.records->Records(), stores.events->Events()}) {
-        for (const Record& record : records) {
-            ids.insert(record.recordID);
-        }
-    }
-    EXPECT_EQ(ids.size(), std::size_t{2 * kThreads * kSubmissions});
-}
-
 }  // namespace
 }  // namespace Weftline::Services

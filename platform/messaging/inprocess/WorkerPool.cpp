@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "MemoryWatch.h"
 #include "PlatformLog.h"
 
 namespace PlatformAbstraction::Messaging {
@@ -139,8 +140,11 @@ void WorkerPool::WorkWhileThereIsSome(std::unique_lock<std::mutex>& lock, const 
         if (woken != nullptr) {
             woken->wake.notify_one();
         }
-        runner(*work);
-        work.reset();
+        {
+            const MemoryWatch watch;
+            runner(*work);
+            work.reset();
+        }
         lock.lock();
         --m_numRunning;
     }

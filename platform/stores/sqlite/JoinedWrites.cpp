@@ -171,6 +171,13 @@ int Open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int*
     return SQLITE_OK;
 }
 
+using System = sqlite3_vfs;
+
+struct Registered {
+    System system;  // first: SQLite points to it
+    std::string name;
+};
+
 }  // namespace
 
 std::string JoinedWritesOver(const std::string& base) {
@@ -182,12 +189,13 @@ std::string JoinedWritesOver(const std::string& base) {
     }
     const std::string name = std::string("joined:") + below->zName;
     if (sqlite3_vfs_find(name.c_str()) == nullptr) {
-        using System = sqlite3_vfs;
-        auto* vfs = new System(*below);  // SQLite keeps it as long as the process lives
-        vfs->iVersion = 2;               // without the system calls, which tests of SQLite itself replace
+        // SQLite keeps it as long as the process lives.
+        auto* registered = new Registered{*below, name};
+        System* const vfs = &registered->system;
+        vfs->iVersion = 2;  // without the system calls, which tests of SQLite itself replace
         vfs->szOsFile = static_cast<int>(sizeof(JoinedFile)) + below->szOsFile;
         vfs->pNext = nullptr;
-        vfs->zName = (new std::string(name))->c_str();
+        vfs->zName = registered->name.c_str();
         vfs->pAppData = below;
         vfs->xOpen = Open;
         vfs->xDelete = AskBelow<&System::xDelete, const char*, int>;

@@ -176,28 +176,6 @@ TEST_F(JobMonitorTest, OneRemovalAloneOfAJobSucceeds) {
     EXPECT_EQ(Ask("removeJob", R"({"id":"k"})"), "NOT_FOUND");
 }
 
-TEST_F(JobMonitorTest, ServesTheClientsOfAJobManager) {
-    const std::string kind(JobKinds::Export);
-    for (int n = 1; n <= 3; ++n) {
-        Submit({.id = std::to_string(n), .kind = kind});
-    }
-    Submit({.id = "child", .parent = "2"});
-    const CommonServices::JobManager manager;
-    std::int32_t limit = 2;
-    std::int32_t total = 0;
-    const auto first = manager.FindJobsByKind(bus->GetMessaging(), {}, kind, 0, limit, total);
-    ASSERT_EQ(first.size(), 2U);
-    EXPECT_EQ(first[0].jobId + first[1].jobId, "12");
-    EXPECT_EQ(first[1].creationDateTime, "2026-11-22T20:06:45.000Z");
-    EXPECT_EQ(first[1].details.toJSON(), R"({"SubTaskJobIDs":["child"]})");
-    EXPECT_EQ(limit, 2);
-    EXPECT_EQ(total, 3);
-    EXPECT_EQ(manager.FindJobsByKind(bus->GetMessaging(), {}, kind, 2, limit, total).size(), 1U);
-    CommonServices::JobInfo removed;
-    EXPECT_TRUE(manager.RemoveJob(bus->GetMessaging(), {}, "1", removed)) << "without a coordinator";
-    EXPECT_FALSE(manager.RemoveJob(bus->GetMessaging(), {}, "1", removed));
-}
-
 TEST_F(JobMonitorTest, FollowsTheLogOfTheStoreThatIsThere) {
     Submit({.id = "1"});
     EXPECT_EQ(FindJobs("{}"), "1");

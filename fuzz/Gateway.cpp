@@ -1,0 +1,144 @@
+// Bytes on a connection to a whole gateway before a service that answers with what it was given.
+
+#include <sys/socket.h>
+
+#include <atomic>
+#include <cctype>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "FuzzTarget.h"
+#include "MessageSink.h"
+#include "RawClient.h"
+#include "RestGateway.h"
+
+namespace Fuzzing {
+
+namespace {
+
+using namespace PlatformAbstraction;
+using CoreServices::Parameters;
+
+class EchoSink final : public Messaging::MessageSink {
+public:
+    Acceptance Deliver(const std::string& /*operation*/, Parameters request, Parameters /*context*/,
+                       AnswerCallback onAnswer) override {
+        ++m_taken;
+        onAnswer(Messaging::MessageAnswer::OfResults(std::move(request)));
+        return Acceptance::Accepted;
+    }
+    /// How many messages came since the last call.
+    int TakeCount() { return m_taken.exchange(0); }
+
+private:
+    std::atomic<int> m_taken = 0;
+};
+
+struct Service {
+    Service() { port = gateway.Start(); }
+
+    static Rest::RestGatewaySettings Settings() {
+        Rest::RestGatewaySettings settings;
+        settings.host = "127.0.0.1";
+        settings.port = 0;
+        settings.maxBodyBytes = 512;
+        settings.threads = 1;
+        settings.allowedOrigins = {"http://a"};
+        return settings;
+    }
+
+    EchoSink sink;
+    Rest::RestGateway gateway{Settings(),
+                              {{"Submit", "", {}, "s", HTTPMethod::Post},
+                               {"getJobs", "", {}, "jobs", HTTPMethod::Get},
+                               {"removeJob", "", {}, "jobs/{clientKey}", HTTPMethod::Delete}},
+                              sink};
+    std::uint16_t port = 0;
+};
+
+// Connections that have ended hold their ports for a while, and a fuzzer's timer interrupts: then once more.
+std::unique_ptr<Rest::RawClient> Connect(std::uint16_t port) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (true) {
+        auto client = std::make_unique<Rest::RawClient>();
+        if (client->Connect(port)) {
+            return client;
+        }
+        Check(std::chrono::steady_clock::now() < deadline, "the gateway listens");
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+// Some place that depends on the input alone.
+std::size_t CutOf(std::string_view input) {
+    std::size_t sum = 0;
+    for (const char byte : input) {
+        sum = sum * 31 + static_cast<unsigned char>(byte);
+    }
+    return sum % (input.size() + 1);
+}
+
+// Takes one response off the front. What it must look like depends on nothing but itself, except that one to
+// HEAD has a length and no body.
+struct Response {
+    int status = 0;
+    bool closes = false;
+
+    explicit Response(std::string_view& bytes, bool maybeHead) {
+        static constexpr std::string_view kVersion = "HTTP/1.1 ";
+        const std::size_t end = bytes.find("\r\n\r\n");
+        Check(end != bytes.npos && bytes.starts_with(kVersion), "an answer has a head");
+        const std::string head(bytes.substr(0, end + 2));
+        bytes.remove_prefix(end + 4);
+        for (const char character : head) {
+            Check(std::isprint(static_cast<unsigned char>(character)) != 0 || character == '\r' ||
+                      character == '\n',
+                  "an answer's head is plain text");
+        }
+        status = std::atoi(head.c_str() + kVersion.size());
+        closes = head.find("\r\nConnection: close\r\n") != head.npos;
+        const std::size_t field = head.find("\r\nContent-Length: ");
+        Check((status == 100 || status == 204) == (field == head.npos), "an answer has a length");
+        const std::size_t length = field == head.npos ? 0 : std::stoul(head.substr(field + 18));
+        if (maybeHead && (bytes.empty() || bytes.starts_with(kVersion))) {
+            return;
+        }
+        Check(bytes.size() >= length, "an answer is whole");
+        if (length > 0) {
+            Parameters::fromJSON(bytes.substr(0, length));
+        }
+        bytes.remove_prefix(length);
+    }
+};
+
+}  // namespace
+
+void RunOne(std::string_view input) {
+    static const auto service = std::make_unique<Service>();
+    const auto connected = Connect(service->port);
+    Rest::RawClient& client = *connected;
+    const std::size_t cut = CutOf(input);
+    client.Send(input.substr(0, cut));
+    client.Send(input.substr(cut));
+    const std::string answers = client.ReadToEnd();
+
+    const bool maybeHead = input.find("HEAD") != input.npos;
+    int accepted = 0;
+    bool isClosing = false;
+    for (std::string_view rest = answers; !rest.empty();) {
+        const Response response(rest, maybeHead);
+        Check(!isClosing, "nothing behind the last request is read as another one");
+        Check(response.status == 100 || (response.status >= 200 && response.status < 432),
+              "no input makes the service fail");
+        isClosing = response.closes;
+        accepted += response.status == 200 ? 1 : 0;
+        Check(isClosing || (response.status != 408 && response.status != 413 && response.status != 431),
+              "a request that was not read to its end is the last one");
+    }
+    Check(service->sink.TakeCount() == accepted,
+          "what was refused has reached nobody, all else has an answer");
+}
+
+}  // namespace Fuzzing
