@@ -16,7 +16,7 @@ using CommonServices::ObjectStore;
 namespace {
 
 // A query's results go all at once, so that a process that dies meanwhile leaves all of them or none. Only
-// more than any query has are cut: submissions wait for each piece, about half a second.
+// more than any query has are cut: submissions wait for each piece, a second or two.
 constexpr std::size_t kMostDeletedAtOnce = 50'000;
 
 }  // namespace
