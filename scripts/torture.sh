@@ -22,4 +22,5 @@ if [ "$(dirname "$tree")" = "$repository/build" ]; then
     build "$(basename "$tree")" quillon-scheduler
 fi
 cd "$tree"  # where the store of a round that fails is left
-QUILLON_SCHEDULER=$tree/bin/quillon-scheduler exec python3 -B "$repository/tests/e2e/torture.py" "${arguments[@]}"
+export QUILLON_SCHEDULER=$tree/bin/quillon-scheduler PYTHONPATH=$repository/tests/e2e
+exec python3 -B "$repository/scripts/torture.py" "${arguments[@]}"

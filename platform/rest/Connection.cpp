@@ -29,6 +29,8 @@ constexpr std::size_t kMostKeptBytes = 65536;
 
 constexpr std::chrono::milliseconds kLongestLinger{1000};
 
+constexpr unsigned kBadRequest = 400;
+
 HttpReply ReplyOfAnswer(MessageAnswer answer, std::string_view pathMethods) {
     try {
         return ReplyOf(std::move(answer), pathMethods);
@@ -238,9 +240,10 @@ void Connection::TakeHead(std::string_view text) {
         Admit(*head, std::move(*admitted));
         return;
     }
+    auto& reply = std::get<HttpReply>(verdict);
     // A body that nobody wants is not read, so what follows cannot be told from it.
-    m_closeAfterAnswer = m_closeAfterAnswer || head->HasBody();
-    Send(std::get<HttpReply>(std::move(verdict)));
+    m_closeAfterAnswer = m_closeAfterAnswer || head->HasBody() || reply.status == kBadRequest;
+    Send(std::move(reply));
 }
 
 void Connection::Admit(const RequestHead& head, AdmittedRequest admitted) {

@@ -97,7 +97,10 @@ std::string RequestGate::CorsFields(const RequestHead& head) const {
 }
 
 std::optional<GatewayFailure> RequestGate::FindFault(const RequestHead& head) const {
-    if (!IsOurHost(head.host) || (!head.authority.empty() && !IsOurHost(head.authority))) {
+    if (!head.authority.empty() && !IsOurHost(head.authority)) {
+        return GatewayFailure::MalformedRequest;  // it takes us for a proxy
+    }
+    if (!IsOurHost(head.host)) {
         return GatewayFailure::ForeignHost;
     }
     if (head.origin ? FindOrigin(head) == nullptr : IsOfAnotherSite(head)) {

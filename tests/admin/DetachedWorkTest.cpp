@@ -1,7 +1,5 @@
 #include <atomic>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
 #include <thread>
 
 #include "AdminFixture.h"
@@ -13,33 +11,6 @@ namespace Weftline::Services::Scheduler {
 namespace {
 
 constexpr char kPurge[] = R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})";
-
-/// Real threads that can be waited for, since what they write to lives in the test.
-class ThreadsAtWork {
-public:
-    ThreadStarter Starter() {
-        return [this](std::function<void()> work) {
-            const std::lock_guard lock(m_mutex);
-            StartDetachedThread([this, work = std::move(work)]() mutable {
-                work();
-                work = nullptr;  // before it is counted: nothing of it may end later
-                const std::lock_guard inner(m_mutex);
-                --m_atWork;
-                m_changed.notify_all();
-            });
-            ++m_atWork;
-        };
-    }
-    void Wait() {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_atWork == 0; });
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_atWork = 0;  // guarded by m_mutex
-};
 
 class DetachedWork : public AdminFixture {};
 

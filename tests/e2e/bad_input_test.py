@@ -37,18 +37,13 @@ class BadInput(unittest.TestCase):
     def test_bodies_and_addresses(self):
         rows = [
             ("not JSON", 400, PATH, b'{"priority": ', {}),
-            ("two documents", 400, PATH, b"{}{}", {}),
-            ("no object", 400, PATH, b"[1]", {}),
             ("broken UTF-8", 400, PATH, b'{"description": "\xc3\x28"}', {}),
             ("deep nesting", 400, PATH, b'{"a":' + b"[" * 100_000 + b"]" * 100_000 + b"}", {}),
             ("over the limit", 413, PATH, b'{"a":"' + b"x" * BODY_LIMIT + b'"}', {}),
             ("no content type of ours", 415, PATH, b"{}", {"content_type": "text/plain"}),
             ("unknown path", 404, "/submitTranscoding", b"{}", {}),
-            ("path in other case", 404, "/SubmitTranscode", b"{}", {}),
-            ("unknown message", 404, "/messages/submitTranscode", b"{}", {}),
             ("wrong method", 405, PATH, b"{}", {"method": "PUT", "header": ("Allow", "POST")}),
             ("foreign origin", 403, PATH, b"{}", {"headers": "Origin: http://elsewhere.example\r\n"}),
-            ("bad query", 400, PATH + "?priority=%zz", b"{}", {}),
         ]
         for name, status, path, body, more in rows:
             header = more.pop("header", None)
@@ -57,16 +52,7 @@ class BadInput(unittest.TestCase):
     def test_framing(self):
         rows = [
             ("no HTTP", 400, b"submit, please\r\n\r\n"),
-            ("no host", 400, POST + JSON + b"Content-Length: 2\r\n\r\n{}"),
-            ("two hosts", 400, POST + HOST + HOST + JSON + b"Content-Length: 2\r\n\r\n{}"),
-            ("host that is not ours", 403, POST + b"Host: elsewhere.example\r\n" + JSON
-             + b"Content-Length: 2\r\n\r\n{}"),
-            ("two lengths", 400, POST + HOST + JSON + b"Content-Length: 2\r\nContent-Length: 3\r\n\r\n{}"),
             ("length and chunks", 400, POST + HOST + JSON + CHUNKED + b"Content-Length: 2\r\n\r\n2\r\n{}\r\n0\r\n\r\n"),
-            ("chunks of a stranger", 400, POST + HOST + JSON + b"Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n"),
-            ("folded line", 400, POST + HOST + JSON + b"X-Note: one\r\n two\r\nContent-Length: 2\r\n\r\n{}"),
-            ("target beyond ASCII", 400, b"POST /submit\xc3\xa9 HTTP/1.1\r\n" + HOST + b"Content-Length: 0\r\n\r\n"),
-            ("length over the limit", 413, POST + HOST + JSON + b"Content-Length: 999999999\r\n\r\n"),
             ("headers over the limit", 431, POST + HOST + b"X-Note: " + b"x" * 200_000 + b"\r\n\r\n"),
             ("head that never ends", 408, POST + HOST + b"X-Note: "),
             ("body that never ends", 408, POST + HOST + JSON + b"Content-Length: 10\r\n\r\n{"),

@@ -1,14 +1,9 @@
 """Submissions: from the client's request to the rows that the rest of the farm reads."""
 
-import contextlib
-import hashlib
-import http.client
 import json
-import signal
-import threading
 import unittest
 
-from quillon import DEADLINE_SECONDS, ROOT, Service
+from quillon import ROOT, Service
 
 DEFAULT_QUEUE = "c52a7f6e-c32a-45da-8716-c06c79af3a98"
 
@@ -94,73 +89,6 @@ class Submissions(unittest.TestCase):
         data = json.loads(job["recordData"])["processingData"]
         self.assertTrue(data.startswith('{"z":1.0,"a":[1e400,null,{"b":[]}],"n":9007199254740993,"u":"é😀"'), data)
         self.assertEqual((json.loads(job["recordPublicData"])["priority"], job["description"]), (100, "007"))
-
-    def test_a_profile_fills_the_parameters(self):
-        profile = {"name": "News", "type": "Proxy", "SkipVideo": {"value": False, "label": "No video"},
-                   "Video": {"Rate": {"value": 25, "label": "25 fps"}, "Note": {"value": "no label"}}}
-        self.service.insert_profile("news-hd", json.dumps(profile))
-        parameters = {"profile": "news-hd", "SkipVideo": True, "HandleLength": 2}
-        merged = '{"profile":"news-hd","SkipVideo":false,"HandleLength":2,"Video":{"Rate":25,"Note":{}}}'
-        for path, blueprint in (("submitTranscode", merged), ("submitProxyCreation", merged),
-                                ("submitConsolidate", "{}")):
-            with self.subTest(path):
-                job = self.service.job(self.service.submit("/" + path, {"jobParams": parameters}))
-                self.assertEqual(json.loads(job["recordData"])["jobBlueprintData"], blueprint)
-
-    def test_an_unknown_profile_leaves_nothing(self):
-        before = self.service.job_count(), len(self.service.events())
-        status, _, body = self.service.post("/submitTranscode", {"jobParams": {"profile": "nobody"}})
-        self.assertEqual((status, json.loads(body)["error"]), (500, {
-            "code": "GENERIC_SERVICE_ERROR", "message": "[nobody] Unable to find record in Object Store"}))
-        self.assertEqual((self.service.job_count(), len(self.service.events())), before)
-
-
-class Callers(unittest.TestCase):
-    def test_only_known_callers_submit_and_the_job_says_who(self):
-        token = "a token of good length"
-        caller = {"tokenSha256": hashlib.sha256(token.encode()).hexdigest(), "identityId": "u-17",
-                  "displayName": "Night Editor"}
-        service = Service("--host=127.0.0.1", settings={"callers": [caller]})
-        self.addCleanup(service.close)
-        for headers in ("", "Authorization: Bearer another\r\n", "Authorization: Basic %s\r\n" % token):
-            status, answered, _ = service.post("/submitExport", {}, headers=headers)
-            self.assertEqual((status, answered["WWW-Authenticate"]), (401, "Bearer"))
-        self.assertEqual(service.jobs(), [])
-        status, _, body = service.post("/submitExport", {}, headers="Authorization: Bearer %s\r\n" % token)
-        self.assertEqual(status, 200, body)
-        job = service.job(json.loads(body)["clientKey"])
-        identity = json.loads(json.loads(job["recordData"])["identity"])
-        self.assertEqual((identity["identityId"], identity["displayName"]), ("u-17", "Night Editor"))
-        self.assertNotIn(token, job["recordData"])
-
-
-class SuddenEnd(unittest.TestCase):
-    def test_what_was_answered_survives_a_kill_under_load(self):
-        service = Service()
-        self.addCleanup(service.close)
-        answered, enough = [], threading.Semaphore(0)
-
-        def submit_until_it_dies():
-            with contextlib.suppress(OSError, http.client.HTTPException, ValueError):
-                while True:
-                    answered.append(service.submit("/submitRender", {}))
-                    enough.release()
-
-        clients = [threading.Thread(target=submit_until_it_dies) for _ in range(8)]
-        for client in clients:
-            client.start()
-        for _ in range(200):
-            self.assertTrue(enough.acquire(timeout=DEADLINE_SECONDS))
-        self.assertEqual(service.end(signal.SIGKILL), -signal.SIGKILL)
-        for client in clients:
-            client.join()
-        service.start()
-        service.wait_for_start()
-        stored = {job["recordID"] for job in service.jobs()}
-        announced = {json.loads(event["recordData"])["id"] for event in service.events()}
-        self.assertEqual(set(answered) - (stored & announced), set())
-        self.assertEqual(len(set(answered)), len(answered))
-        self.assertEqual(service.end(), 0)
 
 
 if __name__ == "__main__":

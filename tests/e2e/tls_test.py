@@ -206,16 +206,6 @@ class Callers(Story):
         self.assertNotIn("token of", service.errors + service.output)
         self.assertEqual(service.end(), 0)
 
-    def test_a_service_without_callers_goes_on(self):
-        bare, named = self.start(), self.start(callers=[])
-        for service in (bare, named):
-            service.wait_for_start()
-        self.hang_up(bare, "no file")
-        self.hang_up(named, "there are 1.", {"callers": [caller("ada")]})
-        self.assertEqual(self.asker(bare, secure=False)("ada")[0], 200)
-        self.assertEqual(self.asker(named, secure=False)("bob")[0], 401)
-        self.assertEqual((bare.end(), named.end()), (0, 0))
-
 
 class Disk(Story):
     def test_what_is_stored_is_for_this_user_and_in_its_place(self):

@@ -142,22 +142,6 @@ TEST(InProcessBus, WaitingHandlersAreStoodInFor) {
     }
 }
 
-TEST(InProcessBus, AHandlerMayAskItsOwnServiceDeeply) {
-    const auto bus = MakeBus({.threads = 1, .maxStandIns = 1024, .maxQueuedMessages = 1});
-    const auto down = [](const Parameters& request, const ContextPointer& context) {
-        std::int32_t depth = 0;
-        request.GetParameter("depth", depth);
-        Parameters answer;
-        answer.SetParameter("depth", depth - 1);
-        const auto messaging = context->GetContextBusMessaging();
-        return depth == 0 ? Parameters()
-                          : Parameters::fromJSON(EndOf(*messaging->SendRequest(To("deep", "down", answer))));
-    };
-    bus->Attach(MakeService("deep", {{"down", down}}));
-    const auto request = Parameters::fromJSON(R"({"depth":200})");
-    EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("deep", "down", request))), "{}");
-}
-
 TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
     Hold hold;
     std::atomic<int> atWork = 0;
@@ -278,24 +262,6 @@ TEST_F(InProcessBusStop, OutOfPatienceTheWaitingAreToldAndTheRestIsLeftToItsThre
     m_pHold->opened.Add();
     EXPECT_EQ(EndOf(*underWay), R"({"relayed":"SERVICE_STOPPING"})");
     EXPECT_TRUE(WaitUntil([this] { return m_pHandler.expired(); }));
-}
-
-TEST_F(InProcessBusStop, LettingTheBusGoStopsIt) {
-    EXPECT_NE(EndAt("b", "echo"), "SERVICE_STOPPING");
-    m_pBus.reset();
-    EXPECT_TRUE(m_pHandler.expired());
-    EXPECT_EQ(EndAt("b", "echo"), "SERVICE_STOPPING");
-    EXPECT_EQ(Deliver(), Acceptance::Stopping);
-}
-
-TEST(InProcessBus, RefusesWhatCannotWork) {
-    EXPECT_THROW(InProcessBus::Create({.threads = 0, .maxStandIns = 1, .maxQueuedMessages = 1}),
-                 std::invalid_argument);
-    EXPECT_THROW(InProcessBus::Create({.threads = 1, .maxStandIns = 1, .maxQueuedMessages = 0}),
-                 std::invalid_argument);
-    const auto bus = InProcessBus::Create();
-    EXPECT_THROW(bus->Attach(nullptr), std::invalid_argument);
-    EXPECT_THROW(bus->Attach(std::make_shared<ServiceInfo>()), std::invalid_argument);
 }
 
 }  // namespace

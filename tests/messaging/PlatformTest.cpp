@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <map>
-#include <set>
 #include <tuple>
 
 #include "ConfigurationStore.h"
@@ -112,15 +111,6 @@ TEST_F(PlatformLog, SpeaksFromItsLevelOn) {
 TEST_F(PlatformLog, ATextIsOneLineWhateverItHolds) {
     EXPECT_THAT(Said([] { Log::Error("a\nb\r\x1b[0m\x7f\t\xc3\xa4\\n"); }),
                 EndsWith("Z [error] a\\x0ab\\x0d\\x1b[0m\\x7f\\x09\xc3\xa4\\n\n"));
-}
-
-TEST_F(PlatformLog, TheSettingCountsAsSoonAsTheDeploymentModeIsChosen) {
-    AddConfigData("loglevel", "off");
-    EXPECT_EQ(Said([] { EXPECT_FALSE(Messaging::InitializeDeploymentMode("nowhere")); }), "");
-    AddConfigData("loglevel", "debug");
-    EXPECT_THAT(Said([] { Messaging::InitializeDeploymentMode("nowhere"); }), HasSubstr("\"nowhere\""));
-    EXPECT_EQ(LevelsThatSpeak(), "DIWE");
-    AddConfigData("loglevel", "");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,9 +16,9 @@ namespace PlatformAbstraction::Rest {
 /// A gateway on a free port before a fake service.
 class GatewayTest : public ::testing::Test {
 protected:
-    void Start(std::function<void()> onBroken = [] {}) {
+    void Start() {
         settings.port = 0;
-        gateway = std::make_unique<RestGateway>(settings, Registrations(), sink, std::move(onBroken));
+        gateway = std::make_unique<RestGateway>(settings, Registrations(), sink);
         port = gateway->Start();
     }
 

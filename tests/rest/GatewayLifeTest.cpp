@@ -1,7 +1,4 @@
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,7 +9,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "GatewayFixture.h"
 
@@ -118,32 +114,6 @@ TEST_F(GatewayTest, OutlivesRunningOutOfDescriptors) {
     EXPECT_EQ(client.Ask(GetVideo()).status, 200);
 }
 
-// Breaks every listening socket of this process on that port.
-void BreakListeners(std::uint16_t port) {
-    for (int descriptor = 3; descriptor < 1024; ++descriptor) {
-        int listens = 0;
-        socklen_t size = sizeof listens;
-        sockaddr_storage address{};
-        socklen_t addressSize = sizeof address;
-        void* const erased = &address;
-        if (getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0 &&
-            getsockname(descriptor, static_cast<sockaddr*>(erased), &addressSize) == 0 &&
-            static_cast<const sockaddr_in*>(erased)->sin_port == htons(port)) {
-            shutdown(descriptor, SHUT_RDWR);
-        }
-    }
-}
-
-TEST_F(GatewayTest, ReportsAListenerThatIsGone) {
-    std::promise<void> broken;
-    Start([&broken] { broken.set_value(); });
-    RawClient client(port);
-    ASSERT_EQ(client.Ask(GetVideo()).status, 200);
-    BreakListeners(port);
-    ASSERT_EQ(broken.get_future().wait_for(seconds(20)), std::future_status::ready);
-    EXPECT_EQ(client.Ask(GetVideo()).status, 200);
-}
-
 TEST_F(GatewayTest, StopsAfterTheAnswersThatItOwes) {
     sink.Hold();
     Start();
@@ -190,19 +160,6 @@ TEST_F(GatewayTest, DropsAnswersThatNobodyWaitsFor) {
     gateway.reset();
     afterTheEnd(MessageAnswer::OfText("latest"));
     EXPECT_FALSE(client.ReadResponse().has_value());
-}
-
-TEST_F(GatewayTest, ServesManyConnectionsFromManyThreads) {
-    Start();
-    std::vector<std::future<void>> clients;
-    for (int n = 0; n < 8; ++n) {
-        clients.push_back(std::async(std::launch::async, [this] {
-            RawClient client(port);
-            for (int request = 0; request < 200; ++request) {
-                ASSERT_EQ(client.Ask(Post(R"({"a":1})")).status, 200);
-            }
-        }));
-    }
 }
 
 TEST_F(GatewayTest, ListensOnlyWhereItMay) {

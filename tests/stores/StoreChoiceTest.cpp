@@ -67,26 +67,6 @@ TEST_F(StoreChoice, FollowsTheAddress) {
     }
 }
 
-TEST_F(StoreChoice, AnotherStoreTakesThePlaceOfTheFirst) {
-    const std::string first = "sqlite:" + directory.File("first.db");
-    ASSERT_TRUE(Init(first));
-    const EventStore held({});
-    ASSERT_TRUE(ObjectStore().UpsertOne(RecordOf("a")));
-    ASSERT_TRUE(Init(first));  // the same, which is still open
-    EXPECT_TRUE(ObjectStore().FindByID("a", "V2_WFJobs").has_value());
-    ASSERT_TRUE(Init("sqlite:" + directory.File("second.db")));
-    EXPECT_FALSE(ObjectStore().FindByID("a", "V2_WFJobs").has_value());
-    EXPECT_TRUE(held.Produce(RecordOf("e", "topic"), true));  // whoever holds the first may still use it
-}
-
-TEST_F(StoreChoice, WithoutAStoreAllOperationsThrow) {
-    const ObjectStore store;
-    EXPECT_THROW(store.UpsertOne(RecordOf("a")), ObjectStoreException);
-    EXPECT_THROW(store.FindByID("a", "b"), ObjectStoreException);
-    EXPECT_THROW(store.DeleteMany({"a"}), ObjectStoreException);
-    EXPECT_THROW(EventStore({}), ObjectStoreException);
-}
-
 TEST_F(StoreChoice, AKafkaHostIsNotPassedOver) {
     ASSERT_TRUE(Init(""));
     Configure("stream.example", directory.File("root"));

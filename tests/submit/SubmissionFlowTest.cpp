@@ -1,6 +1,3 @@
-#include <set>
-#include <thread>
-
 #include "ObjectStoreException.h"
 #include "SubmitFixture.h"
 

@@ -7,7 +7,6 @@
 #include "CoordinatorService.h"
 #include "FarmFixture.h"
 #include "FarmProtocol.h"
-#include "HandlerErrors.h"
 #include "KeptPosition.h"
 #include "StoresInPlace.h"
 
@@ -284,21 +283,6 @@ TEST_F(CoordinatorTest, WaitsForAStoreThatFails) {
     EXPECT_TRUE(Reaches("j", JobStates::Completed));
     EXPECT_EQ(CountWork("j"), 1U);
     StopFarm();
-}
-
-TEST_F(CoordinatorTest, RefusesMessagesOfAnotherShape) {
-    StartFarm(Succeed, Succeed);
-    const struct {
-        std::string_view operation;
-        const char* request;
-    } rows[] = {
-        {Operations::WorkerReport, R"({"id":"w"})"},
-        {Operations::TaskProgress, R"({"jobId":"j","progress":"40"})"},
-        {Operations::ForgetJob, R"({"id":7})"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Ask(row.operation, Parameters::fromJSON(row.request)), "BAD_REQUEST") << row.operation;
-    }
 }
 
 }  // namespace
