@@ -14,7 +14,7 @@ _PAGES = {"first": 0, "tenth": 9}
 
 def _page(service, token, number):
     answer, _ = service.ask("POST", "/findJobsEx", json.dumps({"offset": number}), token)
-    return [job["clientKey"] for job in answer["results"]]
+    return [job["clientKey"] for job in answer.get("results", [])]
 
 
 def _wait_for_index(service, token, newest):

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "FairMutex.h"
 #include "JobIndex.h"
 #include "wf_Record.h"
 
@@ -53,7 +54,9 @@ private:
     void Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page);
 
     JobIndex m_index;
-    std::mutex m_readingMutex;  // held over one batch, so that batches come in order
+    // Held over one batch, so that batches come in order. A page gets its turn beside an index that is made
+    // anew.
+    PlatformAbstraction::FairMutex m_readingMutex;
     std::mutex m_removalMutex;  // held from the look for a record until it is deleted
 };
 

@@ -8,7 +8,6 @@
 
 #include "BusMessaging.h"
 #include "EventStore.h"
-#include "Failpoint.h"
 #include "IdentityLookup.h"
 #include "Job.h"
 #include "JobCreatedEvent.h"
@@ -90,16 +89,15 @@ void FillFromTrees(Job& job, const JobTrees& trees) {
     job.SetJobBlueprintData(trees.blueprint);
 }
 
-/// The record comes first: an event never announces a job that is not stored.
+/// An event never announces a job that is not stored. A job whose announcement alone was not taken stays
+/// submitted: its client has a job to ask for.
 void StoreAndAnnounce(const Job& job, const std::string& clientKey, const std::string& name) {
     const EventStore eventStore{Parameters()};
     const ObjectStore objectStore;
-    if (!objectStore.UpsertOne(job.ToRecord())) {
+    const Record event = DataModel::MakeJobCreatedEvent(clientKey, job.GetJobQueue());
+    if (!objectStore.UpsertOneAndProduce(job.ToRecord(), eventStore, event)) {
         throw std::domain_error(name + " - upsert record into Object Store failed");
     }
-    QUILLON_FAILPOINT("between-record-and-event");
-    // A job whose announcement was not taken stays submitted: its client has a job to ask for.
-    eventStore.Produce(DataModel::MakeJobCreatedEvent(clientKey, job.GetJobQueue()), true);
 }
 
 bool NamesProfile(const Parameters& jobParams) {

@@ -26,6 +26,8 @@ public:
     bool Produce(const Weftline::Record& record, bool durable) const;
 
 private:
+    friend class ObjectStore;  // which writes a record and its event together
+
     std::shared_ptr<EventLog> m_pLog;
 };
 

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "EventStore.h"
 #include "PlatformIdentifiers.h"
 #include "PlatformLog.h"
 #include "RecordStore.h"
@@ -67,6 +68,11 @@ void ObjectStore::Use(std::shared_ptr<RecordStore> store) {
 
 bool ObjectStore::UpsertOne(const Weftline::Record& record) const {
     return StoreChoice::Records()->Upsert(record);
+}
+
+bool ObjectStore::UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
+                                      const Weftline::Record& event) const {
+    return StoreChoice::Records()->UpsertAndAppend(record, *events.m_pLog, event);
 }
 
 std::optional<Weftline::Record> ObjectStore::FindByID(const std::string& id,

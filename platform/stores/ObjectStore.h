@@ -11,6 +11,7 @@
 
 namespace CommonServices {
 
+class EventStore;
 class RecordStore;
 
 /// The client of the record store: a value without state of its own, made wherever one is needed. All values
@@ -32,6 +33,11 @@ public:
 
     /// False on failure; the record is on disk when this gives true.
     bool UpsertOne(const Weftline::Record& record) const;
+    /// As `UpsertOne`, and where that gives true as `events.Produce(event, true)`, whose result is not told.
+    /// Where records and events lie in one file they are committed together, and a failure of either leaves
+    /// neither.
+    bool UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
+                             const Weftline::Record& event) const;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) const;
     std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
                                                     std::int32_t offset, std::int32_t limit) const;

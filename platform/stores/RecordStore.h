@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "EventLog.h"
 #include "wf_Record.h"
 
 namespace CommonServices {
@@ -26,6 +27,17 @@ public:
     /// Inserts or replaces under `record.recordID` in the collection `record.recordTopic`. False when the
     /// record was not stored, also when its id lives in another collection. Returns once it is durable.
     virtual bool Upsert(const Weftline::Record& record) = 0;
+
+    /// As `Upsert`, and where that gives true as `events.Append(event, true)`, whose result nobody looks at.
+    /// A store whose file also holds those events commits the two together: both are there, or neither.
+    virtual bool UpsertAndAppend(const Weftline::Record& record, EventLog& events,
+                                 const Weftline::Record& event) {
+        if (!Upsert(record)) {
+            return false;
+        }
+        events.Append(event, true);
+        return true;
+    }
 
     virtual std::optional<Weftline::Record> FindByID(const std::string& id,
                                                      const std::string& collection) = 0;

@@ -44,13 +44,13 @@ class Disk(unittest.TestCase):
             status, _, body = self.service.post(path, b"", method="GET")
             self.assertEqual(status, 200, body)
 
-    def check_end(self, *options, unannounced=False):
-        self.journal.check(self.service, unannounced=unannounced)
+    def check_end(self, *options):
+        self.journal.check(self.service)
         self.assertEqual(self.service.end(), 0)
         self.service.launcher = ()
         self.service.start(*options)
         self.service.wait_for_start()
-        self.journal.check(self.service, unannounced=unannounced)
+        self.journal.check(self.service)
         self.assertEqual(self.submit(5), 5)
 
     @unittest.skipUnless(OWN_MOUNTS in os.environ, "no file system can be mounted here; the others stand for it")
@@ -69,11 +69,10 @@ class Disk(unittest.TestCase):
         self.assertLess(self.submit(200), 200)
         self.check_reads()
         self.assertIn("disk is full", self.service.errors)
-        # A job for which there was room, though not for its announcement, is a submitted one.
-        self.journal.check(self.service, unannounced=True)
+        self.journal.check(self.service)
         (disk / "filling").unlink()
         self.assertEqual(self.submit(20), 20)
-        self.check_end(option, unannounced=True)
+        self.check_end(option)
 
     def test_a_write_that_fails_passes(self):
         self.start(launcher=("env", "--ignore-signal=XFSZ"))
@@ -105,7 +104,7 @@ class Disk(unittest.TestCase):
                 self.assertEqual(self.submit(20), 0)
                 self.check_reads()
                 self.assertEqual(self.service.errors.count(BROKEN), 1)
-                self.check_end(unannounced=busy)
+                self.check_end()
 
 
 if __name__ == "__main__":

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "EmbeddedFixture.h"
+#include "FakeEventLog.h"
 #include "FaultyDisk.h"
 
 namespace {
@@ -19,6 +20,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::SizeIs;
+using testing::UnorderedElementsAre;
 
 class EmbeddedWrites : public EmbeddedFixture {
 public:
@@ -113,6 +115,33 @@ TEST_F(EmbeddedWrites, WhatWasAcceptedSurvivesTheDeathOfTheProcess) {
     Open();
     EXPECT_THAT(Jobs(), IsSupersetOf(accepted));
     EXPECT_GE(CountEvents(), accepted.size());
+}
+
+TEST_F(EmbeddedWrites, ARecordAndItsEventComeTogetherOrNotAtAll) {
+    Open();
+    const auto announce = [this](const std::string& id, const std::string& topic = "V2_WFJobs") {
+        return store.records->UpsertAndAppend(RecordOf(id, topic), *store.events,
+                                              RecordOf("event of " + id, "V2_WFJobEvents"));
+    };
+    ASSERT_TRUE(Upsert("first"));  // the first write of a log syncs its head as well
+    const int syncsBefore = FaultyDisk::s_syncs;
+    EXPECT_TRUE(announce("a"));
+    EXPECT_EQ(FaultyDisk::s_syncs - syncsBefore, 1);
+    EXPECT_FALSE(announce("a", "V2_WFProfiles"));
+    ForeignProgram(options.path)
+        .Do("CREATE TRIGGER refuse BEFORE INSERT ON events WHEN new.recordID = 'event of b' "
+            "BEGIN SELECT RAISE(ABORT, 'no'); END");
+    InThreads(4, [&](int thread) {
+        EXPECT_EQ(announce(std::string(1, static_cast<char>('b' + thread))), thread > 0);
+    });
+    EXPECT_THAT(Jobs(), UnorderedElementsAre("first", "a", "c", "d", "e"));
+    EXPECT_EQ(CountEvents(), 4U);
+
+    // A log elsewhere is told once the record is there, whatever it says.
+    TestSupport::FakeEventLog elsewhere;
+    elsewhere.appendFault = TestSupport::StoreFault::Refuse;
+    EXPECT_TRUE(store.records->UpsertAndAppend(RecordOf("f"), elsewhere, RecordOf("event of f")));
+    EXPECT_THAT(Jobs(), SizeIs(6));
 }
 
 TEST_F(EmbeddedWrites, WritesUnderWayAreFinishedOnClosing) {

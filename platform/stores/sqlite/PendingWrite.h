@@ -35,6 +35,19 @@ private:
     const Weftline::Record& m_record;
 };
 
+/// A record and the event that announces it, both or neither.
+class UpsertAndAppendWrite final : public PendingWrite {
+public:
+    UpsertAndAppendWrite(const Weftline::Record& record, const Weftline::Record& event)
+        : m_record(record), m_event(event) {}
+    bool Apply(WriteConnection& connection) override { return connection.UpsertAndAppend(m_record, m_event); }
+    bool IsEvent() const override { return true; }
+
+private:
+    const Weftline::Record& m_record;
+    const Weftline::Record& m_event;
+};
+
 class DeleteWrite final : public PendingWrite {
 public:
     explicit DeleteWrite(const std::vector<std::string>& ids) : m_ids(ids) {}

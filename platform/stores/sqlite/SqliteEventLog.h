@@ -12,6 +12,8 @@ class SqliteEventLog final : public EventLog {
 public:
     explicit SqliteEventLog(std::shared_ptr<SqliteFile> file);
 
+    bool IsIn(const SqliteFile& file) const { return m_pFile.get() == &file; }
+
     bool Append(const Weftline::Record& record, bool durable) override;
     std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset, std::size_t limit,
                                   std::chrono::milliseconds wait) override;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "ObjectStoreException.h"
+#include "SqliteEventLog.h"
 
 namespace CommonServices::Sqlite {
 
@@ -30,6 +31,16 @@ SqliteRecordStore::SqliteRecordStore(std::shared_ptr<SqliteFile> file) : m_pFile
 
 bool SqliteRecordStore::Upsert(const Weftline::Record& record) {
     UpsertWrite write(record);
+    return m_pFile->Writer().Write(write);
+}
+
+bool SqliteRecordStore::UpsertAndAppend(const Weftline::Record& record, EventLog& events,
+                                        const Weftline::Record& event) {
+    const auto* const log = dynamic_cast<const SqliteEventLog*>(&events);
+    if (log == nullptr || !log->IsIn(*m_pFile)) {
+        return RecordStore::UpsertAndAppend(record, events, event);
+    }
+    UpsertAndAppendWrite write(record, event);
     return m_pFile->Writer().Write(write);
 }
 

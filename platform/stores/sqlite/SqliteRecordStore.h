@@ -14,6 +14,8 @@ public:
     explicit SqliteRecordStore(std::shared_ptr<SqliteFile> file);
 
     bool Upsert(const Weftline::Record& record) override;
+    bool UpsertAndAppend(const Weftline::Record& record, EventLog& events,
+                         const Weftline::Record& event) override;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override;
     std::vector<Weftline::Record> FindOfType(const std::string& collection, const std::string& type,
                                              std::int32_t offset, std::int32_t limit) override;

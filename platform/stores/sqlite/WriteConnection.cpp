@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "Connection.h"
+#include "Failpoint.h"
 #include "JoinedWrites.h"
 #include "RecordRow.h"
 #include "SqliteLayout.h"
@@ -175,6 +176,20 @@ bool WriteConnection::Upsert(const Weftline::Record& record) {
 void WriteConnection::Append(const Weftline::Record& record) {
     BindRecord(m_pStatements->append, record, NowMilliseconds());
     m_pStatements->Run(m_pStatements->append);
+}
+
+bool WriteConnection::UpsertAndAppend(const Weftline::Record& record, const Weftline::Record& event) {
+    if (!Upsert(record)) {
+        return false;
+    }
+    QUILLON_FAILPOINT("between-record-and-event");
+    try {
+        Append(event);
+    } catch (const SQLite::Exception&) {
+        Rollback();
+        throw;
+    }
+    return true;
 }
 
 void WriteConnection::Delete(const std::vector<std::string>& ids) {
