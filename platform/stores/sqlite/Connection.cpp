@@ -22,9 +22,11 @@ SQLite::Database OpenWriter(const SqliteOptions& options) {
     SQLite::Database database = Open(options, JoinedWritesOver(options.vfs), SQLite::OPEN_READWRITE);
     // Freed pages keep their old contents: zeroing them would write every deleted record once more. The cache
     // is small because SQLite walks all of it at each commit that split pages; the system has what it lacks.
+    // A large transaction may outgrow it before its pages go to the log, to which they would go again and
+    // again.
     database.exec(
         "PRAGMA synchronous = FULL; PRAGMA wal_autocheckpoint = 0; PRAGMA secure_delete = OFF;"
-        "PRAGMA cache_size = -8192; PRAGMA journal_size_limit = " +
+        "PRAGMA cache_size = -8192; PRAGMA cache_spill = -32768; PRAGMA journal_size_limit = " +
         std::to_string(options.checkpointBytes));
     return database;
 }

@@ -193,20 +193,16 @@ bool WriteConnection::UpsertAndAppend(const Weftline::Record& record, const Weft
 }
 
 void WriteConnection::Delete(const std::vector<std::string>& ids) {
-    SQLite::Database& database = m_pStatements->database;
-    database.exec("SAVEPOINT deletion");
+    // Not in a savepoint: it would keep a copy of every page, in a file of its own when they are many.
     try {
         for (const std::string& id : ids) {
             m_pStatements->erase.bindNoCopy(1, id);
             m_pStatements->Run(m_pStatements->erase);
         }
     } catch (const SQLite::Exception&) {
-        if (InTransaction()) {
-            database.tryExec("ROLLBACK TO deletion; RELEASE deletion");
-        }
+        Rollback();
         throw;
     }
-    database.exec("RELEASE deletion");
     m_deletedIds += ids.size();
 }
 

@@ -32,7 +32,7 @@ public:
     /// False when the id lives in another collection.
     bool Upsert(const Weftline::Record& record);
     void Append(const Weftline::Record& record);
-    /// Both or neither; where the event fails, the whole transaction goes.
+    // These are made of several steps: where one fails after another was done, the whole transaction goes.
     bool UpsertAndAppend(const Weftline::Record& record, const Weftline::Record& event);
     void Delete(const std::vector<std::string>& ids);
     void CreateReferenceIndex(const std::string& key);
