@@ -1,9 +1,9 @@
 #include "wf_Record.h"
 
-#include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 #include <utility>
 
+#include "RandomUuid.h"
 #include "Vocabulary.h"
 #include "WfAssert.h"
 
@@ -20,7 +20,7 @@ constexpr const char* kPublicDataWithoutTags = R"({"tags":[]})";
 }  // namespace
 
 Record::Record(std::string type, std::int32_t version, std::string topic)
-    : recordID(boost::uuids::to_string(boost::uuids::random_generator()())),
+    : recordID(boost::uuids::to_string(RandomUuid())),
       recordType(std::move(type)),
       recordVersion(version),
       recordTopic(std::move(topic)),

@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include <cstddef>
+#include <utility>
 
 namespace PlatformAbstraction {
 
@@ -13,18 +14,21 @@ namespace {
 constexpr long kManyFaults = 32;
 constexpr std::size_t kMostIdleBytes = std::size_t{64} << 20U;
 
-long FaultsOfThread() noexcept {
+// Faults since the thread asked for the last time.
+long NewFaultsOfThread() noexcept {
+    thread_local long t_told = 0;
     rusage usage{};
-    return getrusage(RUSAGE_THREAD, &usage) == 0 ? usage.ru_minflt : 0;
+    if (getrusage(RUSAGE_THREAD, &usage) != 0) {
+        return 0;
+    }
+    return usage.ru_minflt - std::exchange(t_told, usage.ru_minflt);
 }
 
 }  // namespace
 
-MemoryWatch::MemoryWatch() noexcept : m_faultsBefore(FaultsOfThread()) {}
-
 MemoryWatch::~MemoryWatch() {
     // The allocator keeps freed blocks wherever a smaller one still lives behind them.
-    if (FaultsOfThread() - m_faultsBefore > kManyFaults && mallinfo2().fordblks > kMostIdleBytes) {
+    if (NewFaultsOfThread() > kManyFaults && mallinfo2().fordblks > kMostIdleBytes) {
         malloc_trim(0);
     }
 }

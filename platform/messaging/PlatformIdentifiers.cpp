@@ -1,6 +1,5 @@
 #include "PlatformIdentifiers.h"
 
-#include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 #include <chrono>
 #include <cstdint>
@@ -9,6 +8,7 @@
 #include <string_view>
 
 #include "ConfigurationStore.h"
+#include "RandomUuid.h"
 #include "Vocabulary.h"
 
 namespace PlatformAbstraction {
@@ -86,7 +86,7 @@ std::string ExpandPlaceholders(std::string_view text) {
 }  // namespace
 
 std::string CreateGuidAsString() {
-    boost::uuids::uuid id = boost::uuids::random_generator()();
+    boost::uuids::uuid id = Weftline::RandomUuid();
     WriteTime(id, std::chrono::system_clock::now());
     return boost::uuids::to_string(id);
 }
