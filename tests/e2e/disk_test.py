@@ -105,6 +105,7 @@ class Disk(unittest.TestCase):
                 self.check_reads()
                 self.assertEqual(self.service.errors.count(BROKEN), 1)
                 self.check_end()
+                self.assertIn("looking through all of it", self.service.errors)
 
 
 if __name__ == "__main__":

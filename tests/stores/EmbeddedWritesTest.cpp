@@ -7,11 +7,13 @@
 
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <thread>
 
 #include "EmbeddedFixture.h"
 #include "FakeEventLog.h"
 #include "FaultyDisk.h"
+#include "ObjectStoreException.h"
 
 namespace {
 
@@ -208,6 +210,18 @@ TEST_F(EmbeddedWrites, AFailedSyncEndsWritingUntilTheStoreIsOpenedAnew) {
     Open();
     EXPECT_TRUE(Upsert("anew"));
     EXPECT_THAT(Jobs(), AnyOf(ElementsAre("before", "anew"), ElementsAre("before", "lost", "anew")));
+    EXPECT_FALSE(std::filesystem::exists(options.path + "-doubt"));
+
+    // The last page of the file is lost, and nothing has shown it yet.
+    FaultyDisk::s_syncFails = true;
+    EXPECT_FALSE(Upsert("lost too"));
+    FaultyDisk::s_syncFails = false;
+    Close();
+    std::filesystem::resize_file(options.path, std::filesystem::file_size(options.path) - 4096);
+    for (int start = 0; start < 2; ++start) {
+        EXPECT_THAT([this] { Open(); }, testing::ThrowsMessage<CommonServices::ObjectStoreException>(
+                                            testing::HasSubstr("is damaged since the disk failed")));
+    }
 }
 
 TEST_F(EmbeddedWrites, AFullDiskPasses) {

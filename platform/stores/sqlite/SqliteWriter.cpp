@@ -26,7 +26,8 @@ bool IsSyncFault(int code) {
 }  // namespace
 
 SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, EventSignal& events)
-    : m_events(events),
+    : m_file(file),
+      m_events(events),
       m_path(options.path),
       m_idleAfter(options.idleAfter),
       m_connection(options),
@@ -39,6 +40,7 @@ SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, 
                                    std::generic_category().message(error) + "); look after the disk");
     }
     KeepLog(&LogKeeper::WhenIdle);
+    LookThroughDoubtedFile();
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -157,9 +159,23 @@ void SqliteWriter::KeepLog(void (LogKeeper::*keep)(WriteConnection&)) {
     }
 }
 
+void SqliteWriter::LookThroughDoubtedFile() {
+    if (m_syncFailed || !m_file.IsDoubted()) {
+        return;
+    }
+    PlatformAbstraction::Log::Info("The disk failed under '" + m_path +
+                                   "' before; looking through all of it");
+    if (const std::string damage = m_connection.FindDamage(); !damage.empty()) {
+        throw ObjectStoreException("'" + m_path + "' is damaged since the disk failed under it (" + damage +
+                                   "); bring back a copy, or name another file");
+    }
+    m_file.Trust();
+}
+
 void SqliteWriter::NoteFault(const std::string& what, int code, const std::string& text) {
     if (IsSyncFault(code)) {
         m_syncFailed = true;
+        m_file.Doubt();
         m_connection.ForbidCheckpoint();
         PlatformAbstraction::Log::Error("The disk failed to keep what was written to '" + m_path + "' (" +
                                         text +

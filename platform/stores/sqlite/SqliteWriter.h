@@ -40,8 +40,10 @@ private:
     bool TryCommit(WriteGroup& group);
     void ApplyOne(PendingWrite& write);
     void KeepLog(void (LogKeeper::*keep)(WriteConnection&));
+    void LookThroughDoubtedFile();
     void NoteFault(const std::string& what, int code, const std::string& text);
 
+    const StoreFile& m_file;
     EventSignal& m_events;
     WriteQueue m_queue;
 

@@ -79,7 +79,7 @@ bool MayBeStore(int descriptor) {
 
 }  // namespace
 
-StoreFile::StoreFile(const std::string& path) {
+StoreFile::StoreFile(const std::string& path) : m_markPath(path + "-doubt") {
     MakeDirectoryWithParents(std::filesystem::path(path).parent_path());
     m_descriptor = OpenFile(path);
     if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
@@ -104,6 +104,23 @@ StoreFile::~StoreFile() {
 
 int StoreFile::Sync() const noexcept {
     return ::fdatasync(m_descriptor) == 0 ? 0 : errno;
+}
+
+void StoreFile::Doubt() const noexcept {
+    const int mark = ::open(m_markPath.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (mark >= 0) {
+        static_cast<void>(::fsync(mark));
+        ::close(mark);
+    }
+}
+
+bool StoreFile::IsDoubted() const {
+    std::error_code unknown;
+    return std::filesystem::exists(m_markPath, unknown);
+}
+
+void StoreFile::Trust() const noexcept {
+    ::unlink(m_markPath.c_str());
 }
 
 }  // namespace CommonServices::Sqlite

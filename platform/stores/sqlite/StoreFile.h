@@ -20,7 +20,14 @@ public:
     /// call it.
     int Sync() const noexcept;
 
+    /// A mark beside the file, for the next process: the disk failed to keep what was written, so the file is
+    /// to be looked through before it is used. It is lost where the disk takes nothing at all any more.
+    void Doubt() const noexcept;
+    bool IsDoubted() const;
+    void Trust() const noexcept;
+
 private:
+    const std::string m_markPath;
     int m_descriptor;
 };
 

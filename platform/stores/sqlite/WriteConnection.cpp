@@ -248,6 +248,11 @@ void WriteConnection::ReleaseMemoryAfterDeletions() {
     malloc_trim(0);
 }
 
+std::string WriteConnection::FindDamage() {
+    const std::string found = m_pStatements->database.execAndGet("PRAGMA integrity_check(1)").getString();
+    return found == "ok" ? std::string() : found;
+}
+
 void WriteConnection::ForbidCheckpoint() {
     ForbidCheckpointOnClose(m_pStatements->database);
 }

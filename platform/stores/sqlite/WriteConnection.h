@@ -55,6 +55,9 @@ public:
     /// Gives memory back that is only kept for the next write, if many rows were deleted since the last time.
     void ReleaseMemoryAfterDeletions();
 
+    /// Reads all of the file, which takes its time. Empty when it is whole, or else the first fault found.
+    std::string FindDamage();
+
     /// From now on nothing is worked into the database, not even by closing.
     void ForbidCheckpoint();
 
