@@ -146,6 +146,27 @@ TEST_F(EmbeddedWrites, ARecordAndItsEventComeTogetherOrNotAtAll) {
     EXPECT_THAT(Jobs(), SizeIs(6));
 }
 
+TEST_F(EmbeddedWrites, ACheckpointThatAReaderStopsHalfWayShowsNobodyOldPages) {
+    options.checkpointBytes = 65536;
+    Open();
+    ForeignProgram slow(options.path);
+    for (int n = 0; n < 40; ++n) {
+        if (n % 8 == 4) {
+            slow.Do("BEGIN; SELECT count(*) FROM records");
+        }
+        Weftline::Record job = RecordOf(std::to_string(n));
+        job.recordData = std::string(20000, 'x');
+        ASSERT_TRUE(store.records->Upsert(job));
+        ForeignProgram other(options.path);
+        ASSERT_THAT(other.Ask("PRAGMA integrity_check"), ElementsAre("ok")) << n;
+        ASSERT_THAT(other.Ask("SELECT count(*) FROM records WHERE length(recordData) = 20000"),
+                    ElementsAre(std::to_string(n + 1)));
+        if (n % 8 == 7) {
+            slow.Do("COMMIT");
+        }
+    }
+}
+
 TEST_F(EmbeddedWrites, WritesUnderWayAreFinishedOnClosing) {
     Open();
     for (int n = 0; n < 100; ++n) {

@@ -116,7 +116,7 @@ void SetLeaveSync(sqlite3* database, bool leave) {
 
 using Calls = sqlite3_io_methods;
 
-constexpr Calls kJoiningCalls = {
+constexpr Calls kCallsOfLog = {
     2,  // with shared memory, without mapped reading
     Close,
     AfterFlush<&Calls::xRead, void*, int, sqlite3_int64>,
@@ -137,6 +137,14 @@ constexpr Calls kJoiningCalls = {
     nullptr,
     nullptr,
 };
+
+// A checkpoint that a reader stops half way ends without a sync, and from then on everybody reads what it has
+// copied: these writes cannot wait.
+constexpr Calls kCallsOfDatabase = [] {
+    Calls calls = kCallsOfLog;
+    calls.xWrite = PassOn<&Calls::xWrite, const void*, int, sqlite3_int64>;
+    return calls;
+}();
 
 sqlite3_vfs& SystemBelow(sqlite3_vfs* vfs) {
     return *static_cast<sqlite3_vfs*>(vfs->pAppData);
@@ -167,7 +175,7 @@ int Open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int*
         return code;
     }
     joined.pJoined = bytes.release();
-    joined.base.pMethods = &kJoiningCalls;
+    joined.base.pMethods = (flags & SQLITE_OPEN_WAL) != 0 ? &kCallsOfLog : &kCallsOfDatabase;
     return SQLITE_OK;
 }
 

@@ -6,13 +6,13 @@ struct sqlite3;
 
 namespace CommonServices::Sqlite {
 
-/// A SQLite file system that stands on another one and joins writes to neighbouring places into one: SQLite
-/// writes each page of a group with two calls, and each page of a checkpoint with one more, nearly all of
-/// them side by side. What is joined is written before the file is synced, read, cut or closed, so whoever
-/// keeps the order of SQLite's own syncs (`synchronous=FULL`) sees what he would see without it.
+/// A SQLite file system that stands on another one and joins writes to neighbouring places of the log into
+/// one: SQLite writes each page of a group with two calls, side by side. What is joined is written before the
+/// log is synced, read, cut or closed; SQLite tells nobody of a commit before it has synced it
+/// (`synchronous=FULL`), so all see what they would see without it.
 ///
-/// Only the database and its log are treated so, and only on the connections that are opened through it.
-/// A write that fails is told by the call that follows it, at the latest by the sync.
+/// Only the log is treated so, and only on the connections that are opened through it. A write that fails is
+/// told by the call that follows it, at the latest by the sync.
 ///
 /// Gives the name to open files with; it is registered once and stays. `base` is the name of the file system
 /// below, empty for the system's own. Throws `ObjectStoreException` where there is no such file system. Any
