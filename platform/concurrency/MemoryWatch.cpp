@@ -1,10 +1,11 @@
 #include "MemoryWatch.h"
 
-#include <malloc.h>
 #include <sys/resource.h>
 
 #include <cstddef>
 #include <utility>
+
+#include "FreeMemory.h"
 
 namespace PlatformAbstraction {
 
@@ -28,8 +29,8 @@ long NewFaultsOfThread() noexcept {
 
 MemoryWatch::~MemoryWatch() {
     // The allocator keeps freed blocks wherever a smaller one still lives behind them.
-    if (NewFaultsOfThread() > kManyFaults && mallinfo2().fordblks > kMostIdleBytes) {
-        malloc_trim(0);
+    if (NewFaultsOfThread() > kManyFaults && CountFreeBytes() > kMostIdleBytes) {
+        ReturnFreeMemory();
     }
 }
 

@@ -1,7 +1,6 @@
 #include "WriteConnection.h"
 
 #include <SQLiteCpp/Statement.h>
-#include <malloc.h>
 #include <sqlite3.h>
 
 #include <optional>
@@ -9,6 +8,7 @@
 
 #include "Connection.h"
 #include "Failpoint.h"
+#include "FreeMemory.h"
 #include "JoinedWrites.h"
 #include "RecordRow.h"
 #include "SqliteLayout.h"
@@ -245,7 +245,7 @@ void WriteConnection::ReleaseMemoryAfterDeletions() {
     sqlite3_db_release_memory(m_pStatements->database.getHandle());
     // Whoever deletes many records has read them all, and answered. Their memory lies in pieces in the heaps
     // of several threads, which the C library would keep.
-    malloc_trim(0);
+    PlatformAbstraction::ReturnFreeMemory();
 }
 
 std::string WriteConnection::FindDamage() {
