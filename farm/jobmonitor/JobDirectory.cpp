@@ -181,7 +181,11 @@ void JobDirectory::Collect(std::vector<IndexedJob> entries, std::vector<ListedJo
 }
 
 std::vector<std::string> JobDirectory::SubTasksOf(const std::string& jobId) {
-    return m_index.ChildrenOf(jobId, kMostSubTasks);
+    return Insist([&] { return m_index.ChildrenOf(jobId, kMostSubTasks); });
+}
+
+std::int64_t JobDirectory::CountOfKind(const std::string& kind) {
+    return Insist([&] { return m_index.CountOfKind(kind); });
 }
 
 bool JobDirectory::Remove(const std::string& jobId) {

@@ -36,7 +36,7 @@ public:
     /// Pages are full as long as there are jobs. Negative numbers count as 0.
     std::vector<ListedJob> Newest(const JobFilter& filter, std::int32_t offset, std::int32_t limit);
     std::vector<ListedJob> OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
-    std::int64_t CountOfKind(const std::string& kind) { return m_index.CountOfKind(kind); }
+    std::int64_t CountOfKind(const std::string& kind);
     /// The ids of the jobs that have this one as their parent, at most some hundreds.
     std::vector<std::string> SubTasksOf(const std::string& jobId);
 

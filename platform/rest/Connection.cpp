@@ -31,6 +31,9 @@ constexpr std::chrono::milliseconds kLongestLinger{1000};
 
 constexpr unsigned kBadRequest = 400;
 
+// Of an answer; a client has to take each piece within the idle timeout.
+constexpr std::size_t kSentAtOnce = 262144;
+
 HttpReply ReplyOfAnswer(MessageAnswer answer, std::string_view pathMethods) {
     try {
         return ReplyOf(std::move(answer), pathMethods);
@@ -359,7 +362,6 @@ void Connection::Refuse(HttpReply reply) {
 }
 
 void Connection::Send(HttpReply reply) {
-    EnterPhase(Phase::Writing);
     ++m_requestNumber;
     m_reply = std::move(reply);
     m_reply.fields.append(m_corsFields);
@@ -369,9 +371,24 @@ void Connection::Send(HttpReply reply) {
                    : m_isHttp10       ? Persistence::KeepAliveOfHttp10
                                       : Persistence::KeepAlive,
                    m_replyHead);
-    const std::size_t bodySize = m_isHead ? 0 : m_reply.body.size();
-    const std::array buffers{asio::buffer(m_replyHead), asio::buffer(m_reply.body.data(), bodySize)};
-    m_stream.AsyncWrite(buffers, InSamePhase([this](std::size_t) { OnSent(); }));
+    m_unsent = m_isHead ? std::string_view() : m_reply.body;
+    SendPiece(m_replyHead);
+}
+
+// The time for writing is one for each piece, so that it ends those who stop reading and not those who read a
+// long answer slowly.
+void Connection::SendPiece(std::string_view head) {
+    EnterPhase(Phase::Writing);
+    const std::string_view piece = m_unsent.substr(0, kSentAtOnce);
+    m_unsent.remove_prefix(piece.size());
+    const std::array buffers{asio::buffer(head), asio::buffer(piece)};
+    m_stream.AsyncWrite(buffers, InSamePhase([this](std::size_t) {
+                            if (m_unsent.empty()) {
+                                OnSent();
+                            } else {
+                                SendPiece({});
+                            }
+                        }));
 }
 
 void Connection::OnSent() {

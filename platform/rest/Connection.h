@@ -83,6 +83,7 @@ private:
     void StopReading(GatewayFailure failure);
     void Refuse(HttpReply reply);
     void Send(HttpReply reply);
+    void SendPiece(std::string_view head);
     void OnSent();
     void Leave();
     void EndOutput();
@@ -115,6 +116,7 @@ private:
     // The answer under way.
     std::string m_replyHead;
     HttpReply m_reply;
+    std::string_view m_unsent;  // of its body
 };
 
 }  // namespace PlatformAbstraction::Rest

@@ -19,6 +19,9 @@ using boost::system::error_code;
 // again.
 constexpr std::chrono::milliseconds kRetryPeriod{100};
 
+// One line in this time, however often connections come and go meanwhile.
+constexpr std::chrono::minutes kComplaintPeriod{1};
+
 // The socket itself is unfit; every other error belongs to one connection, or passes.
 bool IsBroken(const error_code& error) {
     return error == asio::error::bad_descriptor || error == asio::error::not_socket ||
@@ -28,8 +31,9 @@ bool IsBroken(const error_code& error) {
 }  // namespace
 
 Listener::Listener(std::vector<tcp::acceptor> acceptors, std::vector<std::shared_ptr<IoLoop>> loops,
-                   std::function<void()> onBroken)
-    : m_loops(std::move(loops)),
+                   std::size_t maxConnections, std::function<void()> onBroken)
+    : m_maxConnections(maxConnections),
+      m_loops(std::move(loops)),
       m_core(m_loops.front()->GetCore()),
       m_onBroken(std::move(onBroken)),
       m_retry(m_loops.front()->GetContext()) {
@@ -39,7 +43,7 @@ Listener::Listener(std::vector<tcp::acceptor> acceptors, std::vector<std::shared
 }
 
 void Listener::Resume() {
-    if (m_isClosed || m_core.connections.PauseIfFull(m_core.settings.maxConnections)) {
+    if (m_isClosed || m_core.connections.PauseIfFull(m_maxConnections)) {
         return;
     }
     for (Socket& socket : m_sockets) {
@@ -66,11 +70,10 @@ void Listener::Accept(Socket& socket) {
 }
 
 void Listener::OnAccepted(IoLoop& loop, tcp::socket connection) {
-    m_hasComplained = false;
     asio::post(loop.GetContext(),
                [&loop, slot = ConnectionCount::Slot(m_core.connections),
                 taken = std::move(connection)]() mutable { loop.Adopt(std::move(taken), std::move(slot)); });
-    if (m_core.connections.PauseIfFull(m_core.settings.maxConnections)) {
+    if (m_core.connections.PauseIfFull(m_maxConnections)) {
         Pause();
     } else {
         Resume();
@@ -99,7 +102,9 @@ void Listener::OnError(const error_code& error) {
         Resume();
         return;
     }
-    if (!std::exchange(m_hasComplained, true)) {
+    const auto now = std::chrono::steady_clock::now();
+    if (!m_lastComplaint || now - *m_lastComplaint >= kComplaintPeriod) {
+        m_lastComplaint = now;
         Log::Warning("The gateway cannot accept connections for the moment: " + error.message() + ".");
     }
     ResumeLater();

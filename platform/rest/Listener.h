@@ -4,10 +4,12 @@
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "IoLoop.h"
@@ -21,7 +23,8 @@ class Listener {
 public:
     /// `onBroken` is called once when a listening socket is gone.
     Listener(std::vector<boost::asio::ip::tcp::acceptor> acceptors,
-             std::vector<std::shared_ptr<IoLoop>> loops, std::function<void()> onBroken);
+             std::vector<std::shared_ptr<IoLoop>> loops, std::size_t maxConnections,
+             std::function<void()> onBroken);
 
     /// Accepts on every socket on which it does not do so already. Called anew when there is room.
     void Resume();
@@ -40,13 +43,14 @@ private:
     void Pause();
     void ResumeLater();
 
+    const std::size_t m_maxConnections;
     const std::vector<std::shared_ptr<IoLoop>> m_loops;
     GatewayCore& m_core;
     std::function<void()> m_onBroken;
     std::vector<Socket> m_sockets;
     boost::asio::steady_timer m_retry;
     std::size_t m_nextLoop = 0;
-    bool m_hasComplained = false;  // once for each row of errors
+    std::optional<std::chrono::steady_clock::time_point> m_lastComplaint;
     bool m_isClosed = false;
 };
 

@@ -1,8 +1,11 @@
 #include "RequestHead.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <string>
 #include <system_error>
 
 #include "HttpText.h"
@@ -183,14 +186,10 @@ bool IsHostCharacter(char character) {
            std::string_view("!#$%&'*+^`|~").find(character) == std::string_view::npos;
 }
 
-bool IsIpv6LiteralCharacter(char character) {
-    return HexDigitValue(character) >= 0 || character == ':' || character == '.';
-}
-
 bool IsHost(std::string_view host) {
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
-        const std::string_view literal = host.substr(1, host.size() - 2);
-        return std::all_of(literal.begin(), literal.end(), IsIpv6LiteralCharacter);
+        in6_addr address{};
+        return ::inet_pton(AF_INET6, std::string(host.substr(1, host.size() - 2)).c_str(), &address) == 1;
     }
     return !host.empty() && std::all_of(host.begin(), host.end(), IsHostCharacter);
 }

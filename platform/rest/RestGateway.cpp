@@ -11,6 +11,7 @@
 #include "IoLoop.h"
 #include "ListenAddresses.h"
 #include "Listener.h"
+#include "OpenFileLimit.h"
 #include "TlsContext.h"
 
 namespace PlatformAbstraction::Rest {
@@ -64,7 +65,8 @@ std::uint16_t RestGateway::Impl::Start() {
     auto acceptors = OpenListeners(first.GetContext(), m_pCore->settings);
     const std::uint16_t port = acceptors.front().local_endpoint().port();
     m_pCore->gate.emplace(m_pCore->settings, port, m_registrations);
-    m_listener.emplace(std::move(acceptors), m_loops, m_onBroken);
+    m_listener.emplace(std::move(acceptors), m_loops, ConnectionsThatFit(m_pCore->settings.maxConnections),
+                       m_onBroken);
     m_pCore->connections.SetOnRoom([this, loop = m_loops.front()->weak_from_this()] {
         if (const auto held = loop.lock()) {  // not so while the loops are taken down
             boost::asio::post(held->GetContext(), [this] { m_listener->Resume(); });

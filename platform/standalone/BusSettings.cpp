@@ -217,10 +217,12 @@ BusSettings ParseBusSettings(std::string_view json) {
     BusSettings settings;
     ReadTree<BusSettings>(kTable, tree, "", "", settings);
     // Serving without the protection that was asked for would be worse than not serving.
-    if (settings.rest.tls.certificateFile.empty() != settings.rest.tls.privateKeyFile.empty()) {
+    const bool asksForTls = tree.GetChildParameters("rest").HasParameter("tls");
+    if (asksForTls &&
+        (settings.rest.tls.certificateFile.empty() || settings.rest.tls.privateKeyFile.empty())) {
         throw BusSettingsError(
-            "The bus settings \"rest.tls.certificateFile\" and \"rest.tls.privateKeyFile\" go together: name "
-            "both files, or neither.");
+            "The bus setting \"rest.tls\" wants both files, \"rest.tls.certificateFile\" and "
+            "\"rest.tls.privateKeyFile\"; leave it out to serve without TLS.");
     }
     return settings;
 }

@@ -159,7 +159,7 @@ class Start(Story):
             ("no key there", {"tls": dict(tls, privateKeyFile=".")}, [], "\".\" is missing"),
             ("another's key", {"tls": dict(tls, privateKeyFile=other["privateKeyFile"])}, [], "holds no key"),
             ("locked key", {"tls": locked}, [], "password"),
-            ("half of it", {"tls": dict(tls, certificateFile="")}, [], "go together"),
+            ("half of it", {"tls": dict(tls, certificateFile="")}, [], "wants both files"),
             ("open to everybody", {"tls": tls}, [], "callers"),
             ("open behind the proxy", {"behindProxy": True}, [], "callers"),
             ("tokens in the clear", {}, callers, "rest.behindProxy"),

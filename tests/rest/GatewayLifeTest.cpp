@@ -53,6 +53,15 @@ TEST_F(GatewayTest, DoesNotWaitForeverForAnAnswerToBeTaken) {
     EXPECT_FALSE(client.ReadResponse().has_value());
 }
 
+TEST_F(GatewayTest, GivesALongAnswerToAClientThatReadsSlowly) {
+    settings.idleTimeout = milliseconds(500);
+    Start();
+    sink.RespondWith(MessageAnswer::OfText(std::string(64'000'000, ' ')));
+    RawClient client(port);
+    client.pauseBeforeRead = milliseconds(2);  // all of it takes far longer than the timeout
+    EXPECT_EQ(client.Ask(GetVideo()).body.size(), 64'000'000U);
+}
+
 TEST_F(GatewayTest, WaitsForTheServiceWhateverTheTimeouts) {
     settings.requestTimeout = settings.idleTimeout = milliseconds(1);
     sink.Hold();

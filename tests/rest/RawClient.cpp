@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "Parameters.h"
@@ -77,6 +78,7 @@ void RawClient::Send(std::string_view bytes) {
 }
 
 bool RawClient::ReadMore() {
+    std::this_thread::sleep_for(pauseBeforeRead);
     std::array<char, 65536> piece;
     ssize_t received = 0;
     do {

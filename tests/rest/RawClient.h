@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -45,6 +46,8 @@ public:
     bool ReadsEnd();
     /// Closes with a reset, whatever is on its way.
     void Reset();
+
+    std::chrono::milliseconds pauseBeforeRead{0};
 
 private:
     bool ReadMore();

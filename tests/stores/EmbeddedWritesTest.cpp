@@ -319,30 +319,39 @@ TEST_F(EmbeddedWrites, TheLogStaysBoundedAndASlowReaderOnlyDelaysThat) {
         }
         return std::filesystem::file_size(options.path + "-wal") / 1024;
     };
-    EXPECT_LT(kilobytesAfter("steady", 60), 600u);
+    // Far less than what was written: how far a log gets beside a sync is a matter of the disk.
+    EXPECT_LT(kilobytesAfter("steady", 200), 3000u);
     {
         ForeignProgram reader(options.path);
         reader.Do("BEGIN; SELECT count(*) FROM records");
         EXPECT_GT(kilobytesAfter("held back", 40), 1500u);
-        EXPECT_THAT(reader.Ask("SELECT count(*) FROM records"), ElementsAre("60"));
+        EXPECT_THAT(reader.Ask("SELECT count(*) FROM records"), ElementsAre("200"));
     }
-    EXPECT_LT(kilobytesAfter("free again", 60), 600u);
-    EXPECT_THAT(Jobs(), SizeIs(160));
+    EXPECT_LT(kilobytesAfter("free again", 200), 3000u);
+    EXPECT_THAT(Jobs(), SizeIs(440));
     Close();
     EXPECT_FALSE(std::filesystem::exists(options.path + "-wal"));
 }
 
-TEST_F(EmbeddedWrites, AnIdleStoreEmptiesItsLogAlsoOfForeignWrites) {
-    options.idleAfter = std::chrono::milliseconds(1);
+TEST_F(EmbeddedWrites, AnIdleStoreEmptiesItsLogLongOrOfForeignWrites) {
+    options.idleAfter = std::chrono::milliseconds(50);
+    options.checkpointBytes = 65536;
     Open();
-    ForeignProgram program(options.path);
-    program.Do("INSERT INTO records (recordType, recordTopic) VALUES ('Job', 'V2_WFJobs')");
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (std::filesystem::file_size(options.path + "-wal") != 0) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-        std::this_thread::yield();
-    }
-    EXPECT_THAT(Jobs(), SizeIs(1));
+    const auto waitUntilEmpty = [this] {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (std::filesystem::file_size(options.path + "-wal") != 0) {
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+            std::this_thread::yield();
+        }
+    };
+    Weftline::Record large = RecordOf("large");
+    large.recordData = std::string(100000, 'x');  // which makes the log long at once
+    ASSERT_TRUE(store.records->Upsert(large));
+    waitUntilEmpty();
+    ForeignProgram(options.path)
+        .Do("INSERT INTO records (recordType, recordTopic) VALUES ('Job', 'V2_WFJobs')");
+    waitUntilEmpty();
+    EXPECT_THAT(Jobs(), SizeIs(2));
 }
 
 }  // namespace

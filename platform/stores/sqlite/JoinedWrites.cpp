@@ -100,11 +100,16 @@ int Sync(sqlite3_file* file, int flags) {
 
 // Numbers up to 100 are SQLite's own.
 constexpr int kLeaveSync = 7501;
+constexpr int kForgetJoined = 7502;
 
 int Control(sqlite3_file* file, int operation, void* argument) {
     JoinedFile& joined = JoinedFile::Of(file);
     if (operation == kLeaveSync) {
         joined.leavesSync = *static_cast<const bool*>(argument);
+        return SQLITE_OK;
+    }
+    if (operation == kForgetJoined) {
+        joined.pJoined->clear();
         return SQLITE_OK;
     }
     return joined.Calls().xFileControl(&joined.Below(), operation, argument);
@@ -223,6 +228,14 @@ std::string JoinedWritesOver(const std::string& base) {
         sqlite3_vfs_register(vfs, 0);
     }
     return name;
+}
+
+void ForgetJoinedWrites(sqlite3* database) {
+    sqlite3_file* log = nullptr;
+    if (sqlite3_file_control(database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK &&
+        log != nullptr && log->pMethods != nullptr) {
+        log->pMethods->xFileControl(log, kForgetJoined, nullptr);
+    }
 }
 
 LeaveSyncToCaller::LeaveSyncToCaller(sqlite3* database) : m_database(database) {

@@ -19,6 +19,10 @@ namespace CommonServices::Sqlite {
 /// thread may call it.
 std::string JoinedWritesOver(const std::string& base);
 
+/// Drops what was joined and not written, as a transaction leaves it that came to nothing. The place in the
+/// log is anybody's once its lock is let go, so this comes before the connection does anything else.
+void ForgetJoinedWrites(sqlite3* database);
+
 /// While it lives, SQLite's syncs of the database (not of its log) only hand the writes to the system:
 /// whoever made it syncs the file himself, before the log begins anew. The connection must have been opened
 /// with a name given by `JoinedWritesOver`, and is used by one thread meanwhile.

@@ -60,9 +60,8 @@ bool SqliteWriter::Write(PendingWrite& write) {
 
 void SqliteWriter::WriteAlone(PendingWrite& write) {
     const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
-    WriteGroup group;
-    group.writes.push_back(&write);
-    Commit(group);
+    PendingWrite* const only = &write;
+    Commit({&only, 1});
     m_queue.Release(m_logKeeper.IsLong(m_connection));
     if (write.accepted && write.IsEvent()) {
         m_events.Raise();
@@ -85,7 +84,7 @@ void SqliteWriter::Run() {
             }
             continue;
         }
-        Commit(group);
+        Commit(group.writes);
         bool appended = false;
         for (const PendingWrite* write : group.writes) {
             appended = appended || (write->accepted && write->IsEvent());
@@ -99,28 +98,28 @@ void SqliteWriter::Run() {
     KeepLog(&LogKeeper::WhenIdle);
 }
 
-void SqliteWriter::Commit(WriteGroup& group) {
+void SqliteWriter::Commit(Writes writes) {
     if (m_syncFailed) {
         return;
     }
     try {
-        while (!TryCommit(group)) {
+        while (!TryCommit(writes)) {
         }
     } catch (const SQLite::Exception& fault) {
         m_connection.Rollback();
-        for (PendingWrite* write : group.writes) {
+        for (PendingWrite* write : writes) {
             write->accepted = false;
         }
-        NoteFault("A group of " + std::to_string(group.writes.size()) + " was not stored in",
-                  fault.getErrorCode(), fault.what());
+        NoteFault("A group of " + std::to_string(writes.size()) + " was not stored in", fault.getErrorCode(),
+                  fault.what());
     }
 }
 
 // False when a write took the whole transaction with it: the others then go again without it. Throws when the
 // group as such cannot be committed.
-bool SqliteWriter::TryCommit(WriteGroup& group) {
+bool SqliteWriter::TryCommit(Writes writes) {
     m_connection.Begin();
-    for (PendingWrite* write : group.writes) {
+    for (PendingWrite* write : writes) {
         if (write->dropped) {
             continue;
         }

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -36,8 +37,9 @@ public:
 private:
     void Run();
     void WriteAlone(PendingWrite& write);
-    void Commit(WriteGroup& group);
-    bool TryCommit(WriteGroup& group);
+    using Writes = std::span<PendingWrite* const>;
+    void Commit(Writes writes);
+    bool TryCommit(Writes writes);
     void ApplyOne(PendingWrite& write);
     void KeepLog(void (LogKeeper::*keep)(WriteConnection&));
     void LookThroughDoubtedFile();

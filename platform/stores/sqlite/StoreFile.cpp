@@ -95,6 +95,9 @@ StoreFile::StoreFile(const std::string& path) : m_markPath(path + "-doubt") {
     // write keeps its mode: it was set on purpose.
     if (MayBeStore(m_descriptor)) {
         static_cast<void>(::fchmod(m_descriptor, S_IRUSR | S_IWUSR));
+        for (const char* const part : {"-wal", "-shm"}) {  // where a process that ended early left them
+            static_cast<void>(::chmod((path + part).c_str(), S_IRUSR | S_IWUSR));
+        }
     }
 }
 

@@ -145,6 +145,7 @@ WriteConnection::WriteConnection(const SqliteOptions& options)
 WriteConnection::~WriteConnection() = default;
 
 void WriteConnection::Begin() {
+    ForgetJoinedWrites(m_pStatements->database.getHandle());
     m_pStatements->Run(m_pStatements->begin);
 }
 
@@ -213,6 +214,7 @@ void WriteConnection::CreateReferenceIndex(const std::string& key) {
 WriteConnection::CheckpointOutcome WriteConnection::Checkpoint(CheckpointMode mode,
                                                                std::chrono::milliseconds patience) {
     sqlite3* handle = m_pStatements->database.getHandle();
+    ForgetJoinedWrites(handle);
     int inLog = -1;
     int copied = -1;
     std::optional<LeaveSyncToCaller> unsynced;
@@ -226,7 +228,11 @@ WriteConnection::CheckpointOutcome WriteConnection::Checkpoint(CheckpointMode mo
     if (code != SQLITE_OK && (code & 0xff) != SQLITE_BUSY) {
         throw SQLite::Exception(sqlite3_errmsg(handle), code);
     }
-    return {code == SQLITE_OK, inLog >= 0 && inLog == copied};
+    const bool isComplete = code == SQLITE_OK;
+    if (isComplete && mode != CheckpointMode::Copy) {
+        m_pStatements->logPages = 0;  // the next commit begins it anew
+    }
+    return {isComplete, inLog >= 0 && inLog == copied};
 }
 
 int WriteConnection::LogPages() const {

@@ -48,7 +48,7 @@ public:
     };
     /// Works the log into the database. Waits `patience` for readers of old states.
     CheckpointOutcome Checkpoint(CheckpointMode mode, std::chrono::milliseconds patience);
-    /// Pages in the log after the last commit.
+    /// Pages in the log after the last commit; none once the log can be used from its beginning.
     int LogPages() const;
     int PageSize() const;
 

@@ -1,0 +1,39 @@
+#include "OpenFileLimit.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <string>
+
+#include "PlatformLog.h"
+
+namespace PlatformAbstraction::Rest {
+
+namespace {
+
+// What the rest of the process has open at most: two for each connection to the store's file, of which there
+// are as many as cores and some, and the log, the listeners and the loops.
+constexpr std::size_t kReserve = 128;
+
+}  // namespace
+
+std::size_t ConnectionsThatFit(std::size_t wanted) {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return wanted;
+    }
+    if (const rlimit raised{limit.rlim_max, limit.rlim_max}; ::setrlimit(RLIMIT_NOFILE, &raised) == 0) {
+        limit = raised;
+    }
+    const auto files = static_cast<std::size_t>(limit.rlim_cur);
+    const std::size_t room = files - std::min(kReserve, files / 2);
+    if (room >= wanted) {
+        return wanted;
+    }
+    Log::Warning("At most " + std::to_string(room) +
+                 " connections at once, for the system lets this process open " + std::to_string(files) +
+                 " files (ulimit -n).");
+    return room;
+}
+
+}  // namespace PlatformAbstraction::Rest
