@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdio>
 
 #include "DeploymentMode.h"
@@ -8,6 +9,9 @@
 
 // The composition root: what is plugged into what stands here.
 int main(int argc, char* argv[]) {
+    // Until there are callers to read anew.
+    std::signal(SIGHUP, SIG_IGN);  // NOLINT(cert-err33-c): it cannot fail for a signal that exists
+
     // Each line is seen when it is written, also where standard output is a pipe or a file.
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 
