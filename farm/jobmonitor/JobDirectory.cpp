@@ -42,6 +42,10 @@ std::optional<Weftline::Record> FindRecord(const std::string& jobId) {
     return ObjectStore().FindByID(jobId, std::string(Weftline::Collections::Jobs));
 }
 
+std::vector<std::optional<Weftline::Record>> FindRecords(const std::vector<std::string>& jobIds) {
+    return ObjectStore().FindManyByID(jobIds, std::string(Weftline::Collections::Jobs));
+}
+
 // Once more where the index was begun anew.
 template <class Work>
 auto Insist(const Work& work) {
@@ -101,12 +105,16 @@ void JobDirectory::CatchUp() {
 std::size_t JobDirectory::ReadBatch() {
     const std::lock_guard lock(m_readingMutex);
     const auto events = ReadEvents(m_index.Position().offset, kBatch, milliseconds(0));
-    std::vector<IndexedJob> jobs;
+    std::vector<std::string> ids;
     for (const LoggedEvent& event : events) {
-        const std::string jobId = Weftline::DataModel::ReadJobCreatedEvent(event.record);
+        ids.push_back(Weftline::DataModel::ReadJobCreatedEvent(event.record));
+    }
+    const auto records = FindRecords(ids);
+    std::vector<IndexedJob> jobs;
+    for (std::size_t n = 0; n < events.size(); ++n) {
         // One without a record was removed before the index came to it.
-        if (const auto record = jobId.empty() ? std::nullopt : FindRecord(jobId)) {
-            jobs.push_back(MakeEntry(*record, event.offset));
+        if (records[n]) {
+            jobs.push_back(MakeEntry(*records[n], events[n].offset));
         }
     }
     if (!events.empty()) {
@@ -169,12 +177,17 @@ std::vector<ListedJob> JobDirectory::ReadOfKind(const std::string& kind, std::in
 }
 
 void JobDirectory::Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page) {
+    std::vector<std::string> ids;
+    for (const IndexedJob& entry : entries) {
+        ids.push_back(entry.id);
+    }
+    auto records = FindRecords(ids);
     std::vector<std::string> gone;
-    for (IndexedJob& entry : entries) {
-        if (auto record = FindRecord(entry.id)) {
-            page.push_back({std::move(*record), std::move(entry)});
+    for (std::size_t n = 0; n < entries.size(); ++n) {
+        if (records[n]) {
+            page.push_back({std::move(*records[n]), std::move(entries[n])});
         } else {
-            gone.push_back(std::move(entry.id));
+            gone.push_back(std::move(ids[n]));
         }
     }
     m_index.Remove(gone);

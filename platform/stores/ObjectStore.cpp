@@ -80,6 +80,11 @@ std::optional<Weftline::Record> ObjectStore::FindByID(const std::string& id,
     return StoreChoice::Records()->FindByID(id, collection);
 }
 
+std::vector<std::optional<Weftline::Record>> ObjectStore::FindManyByID(const std::vector<std::string>& ids,
+                                                                       const std::string& collection) const {
+    return StoreChoice::Records()->FindManyByID(ids, collection);
+}
+
 std::vector<Weftline::Record> ObjectStore::FindRecordsOfType(const std::string& collection,
                                                              const std::string& type, std::int32_t offset,
                                                              std::int32_t limit) const {

@@ -39,6 +39,9 @@ public:
     bool UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
                              const Weftline::Record& event) const;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) const;
+    /// One place for each id, empty where there is no such record.
+    std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
+                                                              const std::string& collection) const;
     std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
                                                     std::int32_t offset, std::int32_t limit) const;
     std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,

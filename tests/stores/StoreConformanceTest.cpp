@@ -63,6 +63,10 @@ TEST_P(RecordStoreConformance, GivesBackWhatItTook) {
     EXPECT_EQ(FieldsOf(store.FindByID(record.recordID, "V2_WFJobs").value()), FieldsOf(record));
     EXPECT_FALSE(store.FindByID(record.recordID, "V2_WFProfiles").has_value());
     EXPECT_FALSE(store.FindByID("nobody", "V2_WFJobs").has_value());
+    const auto many = store.FindManyByID({"nobody", record.recordID, "", record.recordID}, "V2_WFJobs");
+    ASSERT_EQ(many.size(), 4U);
+    EXPECT_FALSE(many[0].has_value() || many[2].has_value());
+    EXPECT_EQ(FieldsOf(many[1].value()), FieldsOf(many[3].value()));
 }
 
 TEST_P(RecordStoreConformance, AnUpsertReplacesAndKeepsThePlaceAndADeletionFreesIt) {

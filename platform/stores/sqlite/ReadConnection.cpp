@@ -2,6 +2,7 @@
 
 #include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
 
 #include <map>
 
@@ -95,6 +96,19 @@ std::optional<Weftline::Record> ReadConnection::FindByID(const std::string& id,
         return std::nullopt;
     }
     return ReadRecord(find, 0);
+}
+
+std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyByID(const std::vector<std::string>& ids,
+                                                                          const std::string& collection) {
+    // All are of one state, and found under one lock.
+    SQLite::Transaction oneState(m_pStatements->database);
+    std::vector<std::optional<Weftline::Record>> found;
+    found.reserve(ids.size());
+    for (const std::string& id : ids) {
+        found.push_back(FindByID(id, collection));
+    }
+    oneState.commit();
+    return found;
 }
 
 std::vector<Weftline::Record> ReadConnection::ReadOfType(const std::string& collection,

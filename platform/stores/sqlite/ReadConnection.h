@@ -32,6 +32,10 @@ public:
 
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection);
 
+    /// One place for each id, empty where there is no such record.
+    std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
+                                                              const std::string& collection);
+
     std::vector<Weftline::Record> ReadOfType(const std::string& collection, const std::string& type,
                                              const ReadWindow& window);
     std::vector<Weftline::Record> ReadWithReference(const std::string& collection, const std::string& type,

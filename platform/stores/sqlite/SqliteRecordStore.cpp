@@ -49,6 +49,11 @@ std::optional<Weftline::Record> SqliteRecordStore::FindByID(const std::string& i
     return Guarded([&] { return m_pFile->Readers().Take()->FindByID(id, collection); });
 }
 
+std::vector<std::optional<Weftline::Record>> SqliteRecordStore::FindManyByID(
+    const std::vector<std::string>& ids, const std::string& collection) {
+    return Guarded([&] { return m_pFile->Readers().Take()->FindManyByID(ids, collection); });
+}
+
 std::vector<Weftline::Record> SqliteRecordStore::FindOfType(const std::string& collection,
                                                             const std::string& type, std::int32_t offset,
                                                             std::int32_t limit) {

@@ -17,6 +17,8 @@ public:
     bool UpsertAndAppend(const Weftline::Record& record, EventLog& events,
                          const Weftline::Record& event) override;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override;
+    std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
+                                                              const std::string& collection) override;
     std::vector<Weftline::Record> FindOfType(const std::string& collection, const std::string& type,
                                              std::int32_t offset, std::int32_t limit) override;
     std::vector<Weftline::Record> FindWithReference(const std::string& collection, const std::string& type,
