@@ -106,6 +106,7 @@ std::size_t JobDirectory::ReadBatch() {
     const std::lock_guard lock(m_readingMutex);
     const auto events = ReadEvents(m_index.Position().offset, kBatch, milliseconds(0));
     std::vector<std::string> ids;
+    ids.reserve(events.size());
     for (const LoggedEvent& event : events) {
         ids.push_back(Weftline::DataModel::ReadJobCreatedEvent(event.record));
     }
@@ -178,6 +179,7 @@ std::vector<ListedJob> JobDirectory::ReadOfKind(const std::string& kind, std::in
 
 void JobDirectory::Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page) {
     std::vector<std::string> ids;
+    ids.reserve(entries.size());
     for (const IndexedJob& entry : entries) {
         ids.push_back(entry.id);
     }

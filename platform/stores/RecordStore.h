@@ -46,6 +46,7 @@ public:
     virtual std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
                                                                       const std::string& collection) {
         std::vector<std::optional<Weftline::Record>> found;
+        found.reserve(ids.size());
         for (const std::string& id : ids) {
             found.push_back(FindByID(id, collection));
         }

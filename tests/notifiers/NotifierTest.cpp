@@ -1,14 +1,10 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -22,7 +18,6 @@ namespace PlatformAbstraction {
 namespace {
 
 using CoreServices::Parameters;
-using testing::ElementsAre;
 using TestSupport::ConsoleCapture;
 
 /// Every call, and the line that it makes.
@@ -45,15 +40,10 @@ const std::vector<std::pair<std::function<void(IGenericNotifier&)>, std::string>
     return calls;
 }
 
-/// Throws from every call, and tells when it is destroyed.
+/// Throws from every call.
 class FailingNotifier final : public IGenericNotifier {
 public:
-    explicit FailingNotifier(
-        std::function<void()> fail, std::function<void()> onEnd = [] {})
-        : m_fail(std::move(fail)), m_onEnd(std::move(onEnd)) {}
-    FailingNotifier(const FailingNotifier&) = delete;
-    FailingNotifier& operator=(const FailingNotifier&) = delete;
-    ~FailingNotifier() override { m_onEnd(); }
+    explicit FailingNotifier(std::function<void()> fail) : m_fail(std::move(fail)) {}
 
     using IGenericNotifier::SendProgress;
     void SendProgress(const std::string&, std::int32_t) override { m_fail(); }
@@ -67,7 +57,6 @@ public:
 
 private:
     std::function<void()> m_fail;
-    std::function<void()> m_onEnd;
 };
 
 TEST(Notifier, TheChainOfMakeNotifierWritesEachCallAsOneLine) {
@@ -93,22 +82,6 @@ TEST(Notifier, AFailingNotifierNeitherStopsTheWorkNorKeepsOthersFromBeingTold) {
         EXPECT_NO_THROW(call(composite)) << line;
         EXPECT_EQ(output.Text(), line + "second " + line);
     }
-}
-
-TEST(Notifier, OwnersRefuseNothingToOwnAndDestroyChildrenInOrder) {
-    EXPECT_THROW(SafeNotifier(nullptr), std::invalid_argument);
-    EXPECT_THROW(CompositeNotifier().Add(nullptr), std::invalid_argument);
-
-    std::vector<int> ended;
-    {
-        auto composite = std::make_unique<CompositeNotifier>();
-        for (const int number : {1, 2, 3}) {
-            composite->Add(
-                std::make_unique<FailingNotifier>([] {}, [&ended, number] { ended.push_back(number); }));
-        }
-        const SafeNotifier owner(std::move(composite));
-    }
-    EXPECT_THAT(ended, ElementsAre(1, 2, 3));
 }
 
 }  // namespace

@@ -1,14 +1,7 @@
 #include "HandlerDocumentation.h"
 
 #include "EmbeddedResources.h"
-#include "SubmitDataExtractHandler.h"
-#include "SubmitDynamicRelinkHandler.h"
 #include "SubmitFixture.h"
-#include "SubmitMixdownHandler.h"
-#include "SubmitRenderHandler.h"
-#include "SubmitSourceAvailabilityQueryHandler.h"
-#include "SubmitSuitableMastersQueryHandler.h"
-#include "SubmitTranscodeHandler.h"
 
 namespace Weftline::Services {
 namespace {
@@ -51,26 +44,6 @@ TEST(HandlerDocumentation, EighteenDocumentsAreCarriedSortedAndReadable) {
     for (const Resources::EmbeddedResource& resource : resources) {
         EXPECT_NO_THROW(LoadJsonDocumentation(std::string(resource.name))) << resource.name;
     }
-}
-
-TEST(HandlerDocumentation, EachOperationShowsItsOwnDocuments) {
-    const auto check = [](const SubmitJobHandler& handler, const std::vector<std::string>& names) {
-        const auto registration = handler.GetRegistrationParams();
-        ASSERT_EQ(registration.examples.size(), names.size()) << registration.name;
-        for (std::size_t n = 0; n < names.size(); ++n) {
-            EXPECT_EQ(registration.examples[n].request.GetChildParameters("JobParams"),
-                      LoadJsonDocumentation("IDR_" + names[n]));
-        }
-    };
-    using namespace Scheduler;
-    check(SubmitTranscodeHandler(nullptr), {"TRANSCODE_SD", "TRANSCODE_HD", "TRANSCODE_UHD"});
-    check(SubmitMixdownHandler(nullptr), {"MIXDOWN_SD", "MIXDOWN_HD", "MIXDOWN_UHD"});
-    check(SubmitRenderHandler(nullptr),
-          {"VIDEO_PRECOMPUTE_SD", "VIDEO_PRECOMPUTE_HD", "VIDEO_PRECOMPUTE_UHD"});
-    check(SubmitDynamicRelinkHandler(nullptr), {"DR_HIGHEST_QUALITY", "DR_SPECIFIC_RESOLUTION"});
-    check(SubmitDataExtractHandler(nullptr), {"DATAEXTRACT_HD"});
-    check(SubmitSourceAvailabilityQueryHandler(nullptr), {"SOURCE_AVAILABILITY"});
-    check(SubmitSuitableMastersQueryHandler(nullptr), {"SUBMIT_SUITABLE_MASTERS_QUERY"});
 }
 
 }  // namespace

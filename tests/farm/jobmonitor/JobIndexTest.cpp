@@ -32,33 +32,6 @@ protected:
     const std::string path = directory.File("index");
 };
 
-TEST_F(JobIndexTest, GivesPagesNewestFirst) {
-    JobIndex index(path);
-    index.Add(Jobs(1, 12), {12, "e12"});
-    const struct {
-        JobFilter filter;
-        std::int64_t before;
-        std::int32_t offset;
-        std::int32_t limit;
-        const char* ids;
-    } rows[] = {
-        {{}, JobIndex::kNewest, 0, 4, "12 11 10 9"},
-        {{}, JobIndex::kNewest, 8, 100, "4 3 2 1"},
-        {{}, JobIndex::kNewest, 12, 4, ""},
-        {{}, 3, 0, 4, "2 1"},
-        {{}, JobIndex::kNewest, 0, 0, ""},
-        {{"c", {}}, JobIndex::kNewest, 1, 2, "10 8"},
-        {{{}, "p"}, JobIndex::kNewest, 0, 9, "12 9 6 3"},
-        {{{}, ""}, JobIndex::kNewest, 0, 3, "11 10 8"},
-        {{"c", "p"}, JobIndex::kNewest, 0, 9, "12 6"},
-        {{"x", {}}, JobIndex::kNewest, 0, 9, ""},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Ids(index.Newest(row.filter, row.before, row.offset, row.limit)), row.ids);
-    }
-    EXPECT_EQ(index.ChildrenOf("p", 3), (std::vector<std::string>{"3", "6", "9"}));
-}
-
 TEST_F(JobIndexTest, WalksAKindOldestFirstWhileJobsComeAndGo) {
     JobIndex index(path);
     index.Add(Jobs(1, 6), {6, "e6"});

@@ -59,23 +59,6 @@ TEST(Catalogue, FindsTheEntriesThatMeetAllCriteria) {
     }
 }
 
-TEST(Catalogue, TheDocumentedQueriesHaveAnswersBuiltIn) {
-    const Catalogues builtIn{""};
-    EXPECT_EQ(Found(builtIn.videoFormats, R"({"LegacyVCID":1242})", "EncodingName"), " Ravex SQ");
-    EXPECT_EQ(Found(builtIn.videoFormats, R"({"TarvaleCompression":"AVC Long GOP 25"})", "Preset"),
-              " AVC/Panasonic/G25");
-    EXPECT_EQ(
-        Found(
-            builtIn.audioFormats,
-            R"({"FileFormat":"FA6C0B28-ACEF-4196-A1A5-B1BF3C3BDC60","SampleRate":48000,"BitsPerSample":24})",
-            "TarvaleCompression"),
-        " Uncompressed PCM 24 bit");
-    EXPECT_EQ(Found(builtIn.exportTypes, R"({"name":"MXF OP1a"})", "type"), " LXA");
-    EXPECT_EQ(Found(builtIn.colorSpaces, R"({"Name":"Rec.709 [video levels]"})", "MaxReference"), " 940");
-    EXPECT_EQ(Found(builtIn.s3dModes, R"({"S3DMode":"Monoscopic"})", "S3DMode"), " Monoscopic");
-    EXPECT_GT(builtIn.mediaCreationTypes.Find({}).size(), 1U);
-}
-
 TEST(Catalogue, AFileOfOnesOwnComesInThePlaceOfTheOneBuiltIn) {
     const TempDirectory directory;
     std::ofstream(directory.File("S3DModes.json")) << R"([{"S3DMode":"Anaglyph"}])";
