@@ -12,7 +12,6 @@ namespace PlatformAbstraction::Rest {
 namespace {
 
 using namespace std::string_literals;
-using CoreServices::Parameters;
 using Messaging::MessageAnswer;
 using Messaging::MessageSink;
 using ::testing::HasSubstr;

@@ -200,7 +200,7 @@ std::string JoinedWritesOver(const std::string& base) {
     if (below == nullptr) {
         throw ObjectStoreException("There is no file system '" + base + "' to keep the store on");
     }
-    const std::string name = std::string("joined:") + below->zName;
+    std::string name = std::string("joined:") + below->zName;
     if (sqlite3_vfs_find(name.c_str()) == nullptr) {
         // SQLite keeps it as long as the process lives.
         auto* registered = new Registered{*below, name};
