@@ -25,6 +25,7 @@ using std::chrono::steady_clock;
 namespace {
 
 constexpr std::size_t kBatch = 256;
+constexpr std::size_t kReadAtOnce = 8;  // records, of which each may be megabytes
 // A page is asked for by somebody who waits. An index that is being made anew is shown as far as it has come.
 constexpr milliseconds kCatchUpPatience{1000};
 constexpr milliseconds kWaitForEvents{200};
@@ -110,12 +111,16 @@ std::size_t JobDirectory::ReadBatch() {
     for (const LoggedEvent& event : events) {
         ids.push_back(Weftline::DataModel::ReadJobCreatedEvent(event.record));
     }
-    const auto records = FindRecords(ids);
     std::vector<IndexedJob> jobs;
-    for (std::size_t n = 0; n < events.size(); ++n) {
-        // One without a record was removed before the index came to it.
-        if (records[n]) {
-            jobs.push_back(MakeEntry(*records[n], events[n].offset));
+    for (std::size_t begin = 0; begin < ids.size(); begin += kReadAtOnce) {
+        const std::size_t end = std::min(begin + kReadAtOnce, ids.size());
+        const auto records = FindRecords({ids.begin() + static_cast<std::ptrdiff_t>(begin),
+                                          ids.begin() + static_cast<std::ptrdiff_t>(end)});
+        for (std::size_t n = begin; n < end; ++n) {
+            // One without a record was removed before the index came to it.
+            if (records[n - begin]) {
+                jobs.push_back(MakeEntry(*records[n - begin], events[n].offset));
+            }
         }
     }
     if (!events.empty()) {

@@ -259,6 +259,27 @@ TEST_F(EmbeddedWrites, AFullDiskPasses) {
     EXPECT_THAT(Jobs(), ElementsAre("before", "after"));
 }
 
+TEST_F(EmbeddedWrites, ACommitThatFailsBehindItsSyncIsNotThereAfterADeath) {
+    options.pageSize = 512;
+    options.checkpointBytes = std::int64_t{1} << 30;
+    Open();
+    const auto upsert = [this](const std::string& id) {
+        Weftline::Record job = RecordOf(id);
+        job.recordData = std::string(1'500'000, 'x');
+        return store.records->Upsert(job);
+    };
+    ASSERT_TRUE(upsert("taken"));  // 3000 pages; the index grows at 4062
+    FaultyDisk::s_indexIsFull = true;
+    EXPECT_FALSE(upsert("refused"));
+    CommonServices::Sqlite::SqliteOptions copy;
+    copy.path = directory.File("copy.db");  // what a death would leave
+    for (const char* part : {"", "-wal"}) {
+        std::filesystem::copy_file(options.path + part, copy.path + part);
+    }
+    const auto next = CommonServices::OpenEmbeddedStore(copy);
+    EXPECT_THAT(IdsOf(next.records->FindOfType("V2_WFJobs", "Job", 0, kAll)), ElementsAre("taken"));
+}
+
 TEST_F(EmbeddedWrites, ADeletionThatFailsHalfWayLeavesAllAndItsNeighboursGo) {
     Open();
     ForeignProgram program(options.path);

@@ -9,7 +9,7 @@ namespace {
 
 sqlite3_vfs* g_system = nullptr;
 
-/// A copy of one of the system's tables of operations (the database file has another than the log), with two
+/// A copy of one of the system's tables of operations (the database file has another than the log), with some
 /// of them exchanged. The files themselves stay the system's own.
 struct Exchanged {
     sqlite3_io_methods methods;  // first: files point to it
@@ -29,6 +29,11 @@ int Sync(sqlite3_file* file, int flags) {
     return FaultyDisk::s_syncFails ? SQLITE_IOERR_FSYNC : SystemMethods(file).xSync(file, flags);
 }
 
+int MapIndex(sqlite3_file* file, int region, int size, int extend, void volatile** memory) {
+    return FaultyDisk::s_indexIsFull ? SQLITE_IOERR_SHMSIZE
+                                     : SystemMethods(file).xShmMap(file, region, size, extend, memory);
+}
+
 const sqlite3_io_methods* Exchange(const sqlite3_io_methods* system) {
     static std::mutex mutex;
     static std::map<const sqlite3_io_methods*, Exchanged> tables;
@@ -37,6 +42,7 @@ const sqlite3_io_methods* Exchange(const sqlite3_io_methods* system) {
     if (isNew) {  // others are read already, by any thread
         table->second.methods.xWrite = &Write;
         table->second.methods.xSync = &Sync;
+        table->second.methods.xShmMap = &MapIndex;
     }
     return &table->second.methods;
 }
@@ -63,5 +69,6 @@ void FaultyDisk::Install() {
         sqlite3_vfs_register(&vfs, 0);
     });
     s_full = false;
+    s_indexIsFull = false;
     s_syncFails = false;
 }

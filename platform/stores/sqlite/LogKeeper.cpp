@@ -69,12 +69,13 @@ void LogKeeper::BeginSync(WriteConnection& connection) {
     if (!m_pHolder) {
         m_pHolder = std::make_unique<SQLite::Database>(OpenReader(m_options));
     }
-    m_pHolder->exec("BEGIN; SELECT 1 FROM sqlite_master LIMIT 1");
     try {
+        m_pHolder->exec("BEGIN; SELECT 1 FROM sqlite_master LIMIT 1");
         // How much could be copied does not matter: what was is synced, and the log stays until then.
         connection.Checkpoint(WriteConnection::CheckpointMode::Copy, kPatience);
     } catch (const SQLite::Exception&) {
-        m_pHolder->exec("ROLLBACK");
+        m_pHolder
+            .reset();  // a state of the store that stays held would keep the log from ever beginning anew
         throw;
     }
     m_sync = std::async([this] { return m_file.Sync(); });

@@ -17,12 +17,6 @@ namespace {
 // On a full disk thousands of writes fail each second, all for the same reason.
 constexpr std::chrono::seconds kRepeatFault{1};
 
-// A sync that failed may have lost what it was to save, and the next one may succeed all the same: the system
-// drops the failure once it has told it. So this is never a passing fault.
-bool IsSyncFault(int code) {
-    return code == SQLITE_IOERR_FSYNC || code == SQLITE_IOERR_DIR_FSYNC;
-}
-
 }  // namespace
 
 SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, EventSignal& events)
@@ -36,6 +30,8 @@ SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, 
     // came to disk. Written into the database it is synced anew, before anything is built on it. The part of
     // it that already was in the database may not have been synced there.
     if (const int error = file.Sync(); error != 0) {
+        file.Doubt();
+        m_connection.ForbidCheckpoint();
         throw ObjectStoreException("The disk failed to keep the store's file '" + m_path + "' (" +
                                    std::generic_category().message(error) + "); look after the disk");
     }

@@ -100,6 +100,10 @@ SQLite::Database OpenStore(const SqliteOptions& options) {
 
 }  // namespace
 
+bool IsSyncFault(int code) {
+    return code == SQLITE_IOERR_FSYNC || code == SQLITE_IOERR_DIR_FSYNC;
+}
+
 struct WriteConnection::Statements {
     explicit Statements(const SqliteOptions& options)
         : database(OpenStore(options)),
@@ -152,10 +156,21 @@ void WriteConnection::Begin() {
 void WriteConnection::Commit() {
     try {
         m_pStatements->Run(m_pStatements->commit);
-    } catch (const SQLite::Exception&) {
+    } catch (const SQLite::Exception& fault) {
         Rollback();
+        const int code = fault.getErrorCode();
+        if ((code & 0xff) == SQLITE_IOERR && !IsSyncFault(code)) {
+            CoverFailedCommit();
+        }
         throw;
     }
+}
+
+// The commit may have failed after all of it was on disk, where room was lacking for the log's index alone.
+// The next start would find it in the log and take it for committed, unless something else begins in its
+// place.
+void WriteConnection::CoverFailedCommit() {
+    m_pStatements->database.tryExec("PRAGMA user_version = " + std::to_string(kLayoutVersion));
 }
 
 void WriteConnection::Rollback() noexcept {

@@ -11,6 +11,10 @@
 
 namespace CommonServices::Sqlite {
 
+/// A sync that failed may have lost what it was to save, and the next one may succeed all the same: the
+/// system drops the failure once it has told it. So this is never a passing fault.
+bool IsSyncFault(int code);
+
 /// The one connection that writes and checkpoints, with its prepared statements. It belongs to the writer and
 /// is used by one thread at a time. Faults are thrown as `SQLite::Exception`; a write that throws leaves
 /// nothing behind in the transaction, unless the fault took the whole transaction with it (`InTransaction`).
@@ -63,6 +67,8 @@ public:
 
 private:
     struct Statements;
+
+    void CoverFailedCommit();
 
     std::unique_ptr<Statements> m_pStatements;
     std::chrono::milliseconds m_busyTimeout;
