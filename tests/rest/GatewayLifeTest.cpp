@@ -54,7 +54,7 @@ TEST_F(GatewayTest, DoesNotWaitForeverForAnAnswerToBeTaken) {
 }
 
 TEST_F(GatewayTest, GivesALongAnswerToAClientThatReadsSlowly) {
-    settings.idleTimeout = milliseconds(500);
+    settings.idleTimeout = milliseconds(1000);
     Start();
     sink.RespondWith(MessageAnswer::OfText(std::string(64'000'000, ' ')));
     RawClient client(port);
