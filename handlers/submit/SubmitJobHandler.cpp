@@ -89,8 +89,8 @@ void FillFromTrees(Job& job, const JobTrees& trees) {
     job.SetJobBlueprintData(trees.blueprint);
 }
 
-/// An event never announces a job that is not stored. A job whose announcement alone was not taken stays
-/// submitted: its client has a job to ask for.
+/// An event never announces a job that is not stored. Where the events lie in another place than the jobs, a
+/// job whose announcement was not taken stays submitted: its client has a job to ask for.
 void StoreAndAnnounce(const Job& job, const std::string& clientKey, const std::string& name) {
     const EventStore eventStore{Parameters()};
     const ObjectStore objectStore;

@@ -11,8 +11,8 @@ namespace PlatformAbstraction::Rest {
 
 namespace {
 
-// What the rest of the process has open at most: two for each connection to the store's file, of which there
-// are as many as cores and some, and the log, the listeners and the loops.
+// More than the rest of the process has open: some for each of the ten connections to the store's file, and
+// the log, the index of jobs, the listeners and the loops.
 constexpr std::size_t kReserve = 128;
 
 }  // namespace

@@ -74,8 +74,8 @@ void LogKeeper::BeginSync(WriteConnection& connection) {
         // How much could be copied does not matter: what was is synced, and the log stays until then.
         connection.Checkpoint(WriteConnection::CheckpointMode::Copy, kPatience);
     } catch (const SQLite::Exception&) {
-        m_pHolder
-            .reset();  // a state of the store that stays held would keep the log from ever beginning anew
+        // A state of the store that stays held would keep the log from ever beginning anew.
+        m_pHolder.reset();
         throw;
     }
     m_sync = std::async([this] { return m_file.Sync(); });
