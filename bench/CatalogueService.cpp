@@ -6,12 +6,12 @@
 #include <string>
 #include <string_view>
 
-#include "BusTransport.h"
-#include "ConfigurationStore.h"
-#include "GetVideoFormatsMsg.h"
-#include "ServiceInfo.h"
-#include "StandaloneTransport.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/GetVideoFormatsMsg.h"
+#include "platform/messaging/BusTransport.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/messaging/ServiceInfo.h"
+#include "platform/standalone/StandaloneTransport.h"
 
 namespace {
 

@@ -11,14 +11,14 @@
 #include <utility>
 #include <vector>
 
-#include "EventStore.h"
-#include "Job.h"
-#include "JobAnswer.h"
-#include "JobCreatedEvent.h"
-#include "JobDirectory.h"
-#include "JobKinds.h"
-#include "ObjectStore.h"
-#include "StoreChoice.h"
+#include "Core/src/Job.h"
+#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/JobKinds.h"
+#include "farm/jobmonitor/JobAnswer.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace {
 

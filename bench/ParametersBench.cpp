@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace {
 

@@ -11,13 +11,13 @@
 #include <thread>
 #include <vector>
 
-#include "EmbeddedStore.h"
-#include "EventStore.h"
-#include "FindVideoFormatsHandler.h"
-#include "GetProfilesHandler.h"
-#include "ObjectStore.h"
-#include "RecordStore.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "handlers/results/FindVideoFormatsHandler.h"
+#include "handlers/results/GetProfilesHandler.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/EmbeddedStore.h"
 
 namespace {
 

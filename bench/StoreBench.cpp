@@ -10,10 +10,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "EmbeddedStore.h"
-#include "EventLog.h"
-#include "RecordStore.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/EmbeddedStore.h"
 
 namespace {
 

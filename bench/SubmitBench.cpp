@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "BusMessaging.h"
-#include "EventLog.h"
-#include "EventStore.h"
-#include "HandlerDocumentation.h"
-#include "ObjectStore.h"
-#include "RecordStore.h"
-#include "SubmitTranscodeHandler.h"
+#include "handlers/submit/SubmitTranscodeHandler.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/RecordStore.h"
 
 namespace {
 

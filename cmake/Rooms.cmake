@@ -1,5 +1,7 @@
-# A room is one static library whose public headers lie in its own folder. Whoever links it sees those
-# headers and nothing else, so an include against the arrows of the house does not compile.
+# A room is one static library. Whoever links it can include its headers by their place in the tree
+# ("platform/rest/RestGateway.h") and no others, so an include against the arrows of the house does not compile:
+# each room's headers are linked into a folder of its own below the build tree, and the source tree itself is on
+# no include path.
 include(CheckLinkerFlag)
 
 find_program(CCACHE_PROGRAM ccache)
@@ -40,10 +42,30 @@ if(QUILLON_BUILD_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
+# quillon_show_headers(target visibility): lets `target`, or whoever links it, include the headers of this folder.
+function(quillon_show_headers target visibility)
+    file(RELATIVE_PATH place ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    set(view ${CMAKE_BINARY_DIR}/include/${target})
+    file(REMOVE_RECURSE ${view})
+    file(MAKE_DIRECTORY ${view}/${place})
+    file(GLOB headers CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} *.h)
+    foreach(header IN LISTS headers)
+        file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR}/${header} ${view}/${place}/${header} SYMBOLIC)
+    endforeach()
+    target_include_directories(${target} ${visibility} ${view})
+endfunction()
+
 # quillon_room(name SOURCES a.cpp b.cpp [PUBLIC deps...] [PRIVATE deps...])
 function(quillon_room name)
     cmake_parse_arguments(ROOM "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
     add_library(${name} STATIC ${ROOM_SOURCES})
-    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    quillon_show_headers(${name} PUBLIC)
     target_link_libraries(${name} PUBLIC ${ROOM_PUBLIC} PRIVATE quillon_warnings ${ROOM_PRIVATE})
+endfunction()
+
+# quillon_header_room(name deps...): a room of headers alone.
+function(quillon_header_room name)
+    add_library(${name} INTERFACE)
+    quillon_show_headers(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE ${ARGN})
 endfunction()

@@ -1,4 +1,4 @@
-#include "LocalFarm.h"
+#include "farm/LocalFarm.h"
 
 #include <filesystem>
 #include <stop_token>
@@ -7,15 +7,15 @@
 #include <utility>
 #include <vector>
 
-#include "Coordinator.h"
-#include "CoordinatorService.h"
-#include "IdentityService.h"
-#include "JobDirectory.h"
-#include "JobMonitorService.h"
-#include "MediaWorkerService.h"
-#include "MetadataWorkerService.h"
-#include "PlatformIdentifiers.h"
-#include "StoreChoice.h"
+#include "farm/coordinator/Coordinator.h"
+#include "farm/coordinator/CoordinatorService.h"
+#include "farm/iam/IdentityService.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/jobmonitor/JobMonitorService.h"
+#include "farm/workers/MediaWorkerService.h"
+#include "farm/workers/MetadataWorkerService.h"
+#include "platform/messaging/PlatformIdentifiers.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace Quillon::Farm {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "StandaloneTransport.h"
+#include "platform/standalone/StandaloneTransport.h"
 
 namespace Quillon::Farm {
 

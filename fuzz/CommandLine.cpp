@@ -1,11 +1,11 @@
 // The words of a command line.
 
-#include "CommandLine.h"
+#include "service/CommandLine.h"
 
 #include <string>
 #include <vector>
 
-#include "FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 namespace Fuzzing {
 

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "FuzzTarget.h"
-#include "ParseDateTime.h"
+#include "fuzz/FuzzTarget.h"
+#include "handlers/admin/ParseDateTime.h"
 
 namespace Fuzzing {
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <thread>
 
-#include "FuzzTarget.h"
-#include "MessageSink.h"
-#include "RawClient.h"
-#include "RestGateway.h"
+#include "fuzz/FuzzTarget.h"
+#include "platform/messaging/MessageSink.h"
+#include "platform/rest/RestGateway.h"
+#include "tests/rest/RawClient.h"
 
 namespace Fuzzing {
 

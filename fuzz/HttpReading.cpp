@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "ChunkedBody.h"
-#include "FuzzTarget.h"
-#include "HttpText.h"
-#include "RequestHead.h"
+#include "fuzz/FuzzTarget.h"
+#include "platform/rest/ChunkedBody.h"
+#include "platform/rest/HttpText.h"
+#include "platform/rest/RequestHead.h"
 
 namespace Fuzzing {
 

@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "FuzzTarget.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "fuzz/FuzzTarget.h"
 
 namespace Fuzzing {
 

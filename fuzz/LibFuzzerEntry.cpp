@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t size);
 

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-#include "FuzzTarget.h"
+#include "fuzz/FuzzTarget.h"
 
 int main(int argumentCount, char** arguments) {
     int files = 0;

@@ -1,14 +1,14 @@
 // The input as a path, as a query, and as host and port.
 
-#include "RequestTarget.h"
+#include "platform/rest/RequestTarget.h"
 
 #include <array>
 #include <cstdio>
 #include <string>
 
-#include "FuzzTarget.h"
-#include "HttpText.h"
-#include "RequestHead.h"
+#include "fuzz/FuzzTarget.h"
+#include "platform/rest/HttpText.h"
+#include "platform/rest/RequestHead.h"
 
 namespace Fuzzing {
 

@@ -1,5 +1,5 @@
-# Writes OUTPUT, a source file that holds the texts of FILES as the table that TABLE.h declares.
-set(source "// Made by EmbedResources.cmake; changes here are lost.\n#include \"${TABLE}.h\"\n\n")
+# Writes OUTPUT, a source file that holds the texts of FILES as the table TABLE that HEADER declares.
+set(source "// Made by EmbedResources.cmake; changes here are lost.\n#include \"${HEADER}\"\n\n")
 string(APPEND source "namespace Weftline::Resources {\n\nnamespace {\n\n")
 string(APPEND source "constexpr EmbeddedResource kResources[] = {\n")
 foreach(file IN LISTS FILES)

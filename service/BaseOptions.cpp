@@ -1,9 +1,9 @@
-#include "BaseOptions.h"
+#include "service/BaseOptions.h"
 
 #include <boost/program_options/options_description.hpp>
 #include <boost/program_options/value_semantic.hpp>
 
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services {
 

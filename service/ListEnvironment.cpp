@@ -1,4 +1,4 @@
-#include "ListEnvironment.h"
+#include "service/ListEnvironment.h"
 
 #include <ostream>
 

@@ -1,4 +1,4 @@
-#include "OptionParser.h"
+#include "service/OptionParser.h"
 
 #include <algorithm>
 #include <boost/program_options/options_description.hpp>
@@ -7,7 +7,7 @@
 #include <exception>
 #include <iostream>
 
-#include "CommandLine.h"
+#include "service/CommandLine.h"
 
 namespace Weftline::Services {
 

@@ -1,12 +1,12 @@
-#include "RunScheduler.h"
+#include "service/RunScheduler.h"
 
 #include <exception>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 
-#include "ListEnvironment.h"
-#include "ServiceBase.h"
+#include "service/ListEnvironment.h"
+#include "service/ServiceBase.h"
 
 namespace Weftline::Services {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ServiceBase.h"
+#include "service/ServiceBase.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "ServiceBase.h"
+#include "service/ServiceBase.h"
 
 #include <boost/any.hpp>
 #include <boost/program_options/options_description.hpp>
@@ -8,18 +8,18 @@
 #include <string_view>
 #include <utility>
 
-#include "BaseOptions.h"
-#include "BusConnection.h"
-#include "ConfigurationStore.h"
-#include "DeploymentMode.h"
-#include "EventStore.h"
-#include "ObjectStore.h"
-#include "OptionParser.h"
-#include "Parameters.h"
-#include "ServiceInfoApi.h"
-#include "StartupParameters.h"
-#include "StoreSuffix.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/messaging/DeploymentMode.h"
+#include "platform/messaging/ServiceInfoApi.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "service/BaseOptions.h"
+#include "service/OptionParser.h"
+#include "service/StartupParameters.h"
+#include "service/StoreSuffix.h"
 
 namespace Weftline::Services {
 

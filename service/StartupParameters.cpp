@@ -1,4 +1,4 @@
-#include "StartupParameters.h"
+#include "service/StartupParameters.h"
 
 #include <algorithm>
 #include <boost/any.hpp>
@@ -6,8 +6,8 @@
 #include <ostream>
 #include <string>
 
-#include "ConfigurationStore.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/messaging/ConfigurationStore.h"
 
 namespace Weftline::Services {
 

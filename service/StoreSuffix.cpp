@@ -1,6 +1,6 @@
-#include "StoreSuffix.h"
+#include "service/StoreSuffix.h"
 
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services {
 

@@ -1,11 +1,11 @@
 #include <csignal>
 #include <cstdio>
 
-#include "DeploymentMode.h"
-#include "LocalFarm.h"
-#include "RunScheduler.h"
-#include "SchedulerService.h"
-#include "StandaloneTransport.h"
+#include "farm/LocalFarm.h"
+#include "platform/messaging/DeploymentMode.h"
+#include "platform/standalone/StandaloneTransport.h"
+#include "service/RunScheduler.h"
+#include "service/SchedulerService.h"
 
 // The composition root: what is plugged into what stands here.
 int main(int argc, char* argv[]) {

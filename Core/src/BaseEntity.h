@@ -3,8 +3,8 @@
 #include <memory>
 #include <utility>
 
-#include "BuildFromRecord.h"
-#include "wf_Record.h"
+#include "Core/src/BuildFromRecord.h"
+#include "Core/src/wf_Record.h"
 
 namespace CommonServices {
 class EventStore;

@@ -1,4 +1,4 @@
-#include "BuildFromRecord.h"
+#include "Core/src/BuildFromRecord.h"
 
 #include <stdexcept>
 #include <string>

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 namespace Weftline::DataModel {
 

@@ -1,4 +1,4 @@
-#include "DataRecord.h"
+#include "Core/src/DataRecord.h"
 
 namespace Weftline::DataModel {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "RecordField.h"
-#include "wf_Record.h"
+#include "Core/src/RecordField.h"
+#include "Core/src/wf_Record.h"
 
 namespace Weftline::DataModel {
 

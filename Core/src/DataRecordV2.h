@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "DataRecord.h"
-#include "wf_Record.h"
+#include "Core/src/DataRecord.h"
+#include "Core/src/wf_Record.h"
 
 namespace Weftline::DataModel {
 

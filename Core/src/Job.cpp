@@ -1,8 +1,8 @@
-#include "Job.h"
+#include "Core/src/Job.h"
 
 #include <utility>
 
-#include "JobDataFields.h"
+#include "Core/src/JobDataFields.h"
 
 namespace Weftline::DataModel {
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "DataRecordV2.h"
-#include "JobData.h"
-#include "Parameters.h"
-#include "wf_Record.h"
+#include "Core/src/DataRecordV2.h"
+#include "Core/src/JobData.h"
+#include "Core/src/wf_Record.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::DataModel {
 

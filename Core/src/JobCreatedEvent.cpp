@@ -1,10 +1,10 @@
-#include "JobCreatedEvent.h"
+#include "Core/src/JobCreatedEvent.h"
 
 #include <cstdint>
 #include <stdexcept>
 
-#include "Parameters.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::DataModel {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 namespace Weftline::DataModel {
 

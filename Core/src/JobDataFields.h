@@ -1,8 +1,8 @@
 #pragma once
 
-#include "JobData.h"
-#include "StructureFields.h"
-#include "Vocabulary.h"
+#include "Core/src/JobData.h"
+#include "Core/src/StructureFields.h"
+#include "Core/src/Vocabulary.h"
 
 /// How the two parts of a job stand in JSON. The order is that of writing.
 namespace Weftline::DataModel {

@@ -1,4 +1,4 @@
-#include "JobKinds.h"
+#include "Core/src/JobKinds.h"
 
 #include <algorithm>
 

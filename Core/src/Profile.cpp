@@ -1,8 +1,8 @@
-#include "Profile.h"
+#include "Core/src/Profile.h"
 
 #include <utility>
 
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::DataModel {
 

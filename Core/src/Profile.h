@@ -3,7 +3,7 @@
 #include <boost/hana/string.hpp>
 #include <string>
 
-#include "DataRecord.h"
+#include "Core/src/DataRecord.h"
 
 namespace Weftline::DataModel {
 

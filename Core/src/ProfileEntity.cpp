@@ -1,13 +1,13 @@
-#include "ProfileEntity.h"
+#include "Core/src/ProfileEntity.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "ProfileValues.h"
-#include "RecordField.h"
-#include "Vocabulary.h"
+#include "Core/src/ProfileValues.h"
+#include "Core/src/RecordField.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services::Scheduler::Entities {
 

@@ -3,10 +3,10 @@
 #include <memory>
 #include <mutex>
 
-#include "BaseEntity.h"
-#include "NullEvent.h"
-#include "Parameters.h"
-#include "Profile.h"
+#include "Core/src/BaseEntity.h"
+#include "Core/src/NullEvent.h"
+#include "Core/src/Profile.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::Services::Scheduler::Entities {
 

@@ -1,9 +1,9 @@
-#include "ProfileValues.h"
+#include "Core/src/ProfileValues.h"
 
 #include <cstdint>
 #include <string>
 
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services::Scheduler {
 

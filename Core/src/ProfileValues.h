@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "RandomUuid.h"
+#include "Core/src/RandomUuid.h"
 
 #include <sys/random.h>
 

@@ -1,4 +1,4 @@
-#include "RequiredValues.h"
+#include "Core/src/RequiredValues.h"
 
 #include <stdexcept>
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline {
 

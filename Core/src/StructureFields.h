@@ -10,8 +10,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "Parameters.h"
-#include "RequiredValues.h"
+#include "Core/src/RequiredValues.h"
+#include "base/parameters/Parameters.h"
 
 /// Plain structures to trees and back, from one list of keys and members for each structure. The list is
 /// given once, beside the structure:

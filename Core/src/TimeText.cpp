@@ -1,4 +1,4 @@
-#include "TimeText.h"
+#include "Core/src/TimeText.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/date_time/posix_time/time_formatters.hpp>

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "FormatKeys.h"
+#include "Core/src/FormatKeys.h"
 
 /// The words that the services of the farm share, each defined once and used by its name here. All are
 /// views of literals; compare them as texts, never by address. Keys of formats are in FormatKeys.h,

@@ -1,4 +1,4 @@
-#include "WfAssert.h"
+#include "Core/src/WfAssert.h"
 
 #include <boost/stacktrace.hpp>
 #include <cstdlib>

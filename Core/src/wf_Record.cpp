@@ -1,11 +1,11 @@
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 #include <boost/uuid/uuid_io.hpp>
 #include <utility>
 
-#include "RandomUuid.h"
-#include "Vocabulary.h"
-#include "WfAssert.h"
+#include "Core/src/RandomUuid.h"
+#include "Core/src/Vocabulary.h"
+#include "Core/src/WfAssert.h"
 
 namespace Weftline {
 

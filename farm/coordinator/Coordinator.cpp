@@ -1,12 +1,12 @@
-#include "Coordinator.h"
+#include "farm/coordinator/Coordinator.h"
 
 #include <utility>
 
-#include "JobKinds.h"
-#include "JobRecord.h"
-#include "KeptPosition.h"
-#include "PlatformLog.h"
-#include "TaskSlot.h"
+#include "Core/src/JobKinds.h"
+#include "base/log/PlatformLog.h"
+#include "farm/coordinator/JobRecord.h"
+#include "farm/coordinator/KeptPosition.h"
+#include "farm/coordinator/TaskSlot.h"
 
 namespace Quillon::Farm {
 

@@ -6,11 +6,11 @@
 #include <thread>
 #include <vector>
 
-#include "BusMessaging.h"
-#include "JobBoard.h"
-#include "JobFollower.h"
-#include "JobRecords.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "farm/coordinator/JobBoard.h"
+#include "farm/coordinator/JobFollower.h"
+#include "farm/coordinator/JobRecords.h"
+#include "platform/messaging/BusMessaging.h"
 
 namespace Quillon::Farm {
 

@@ -1,12 +1,12 @@
-#include "CoordinatorService.h"
+#include "farm/coordinator/CoordinatorService.h"
 
-#include "FarmProtocol.h"
-#include "ForgetJobHandler.h"
-#include "SetGlobalConfigDataHandler.h"
-#include "TaskProgressHandler.h"
-#include "Vocabulary.h"
-#include "WorkerPoolStatusHandler.h"
-#include "WorkerReportHandler.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/coordinator/ForgetJobHandler.h"
+#include "farm/coordinator/SetGlobalConfigDataHandler.h"
+#include "farm/coordinator/TaskProgressHandler.h"
+#include "farm/coordinator/WorkerPoolStatusHandler.h"
+#include "farm/coordinator/WorkerReportHandler.h"
+#include "farm/protocol/FarmProtocol.h"
 
 namespace Quillon::Farm {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "ServiceInfo.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace Quillon::Farm {
 

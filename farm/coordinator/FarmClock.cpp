@@ -1,8 +1,8 @@
-#include "FarmClock.h"
+#include "farm/coordinator/FarmClock.h"
 
 #include <chrono>
 
-#include "TimeText.h"
+#include "Core/src/TimeText.h"
 
 namespace Quillon::Farm {
 

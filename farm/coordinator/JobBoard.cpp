@@ -1,4 +1,4 @@
-#include "JobBoard.h"
+#include "farm/coordinator/JobBoard.h"
 
 #include <utility>
 

@@ -11,9 +11,9 @@
 #include <unordered_set>
 #include <vector>
 
-#include "OpenOffsets.h"
-#include "WorkQueue.h"
-#include "WorkerRoster.h"
+#include "farm/coordinator/OpenOffsets.h"
+#include "farm/coordinator/WorkQueue.h"
+#include "farm/coordinator/WorkerRoster.h"
 
 namespace Quillon::Farm {
 

@@ -1,21 +1,21 @@
-#include "JobFollower.h"
+#include "farm/coordinator/JobFollower.h"
 
 #include <algorithm>
 #include <exception>
 #include <string>
 #include <utility>
 
-#include "FarmClock.h"
-#include "JobCreatedEvent.h"
-#include "JobKinds.h"
-#include "JobRecord.h"
-#include "KeptPosition.h"
-#include "ObjectStore.h"
-#include "Pause.h"
-#include "PlatformLog.h"
-#include "StoreChoice.h"
-#include "TaskPlan.h"
-#include "Vocabulary.h"
+#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "farm/coordinator/FarmClock.h"
+#include "farm/coordinator/JobRecord.h"
+#include "farm/coordinator/KeptPosition.h"
+#include "farm/coordinator/TaskPlan.h"
+#include "farm/protocol/Pause.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace Quillon::Farm {
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <stop_token>
 
-#include "EventLog.h"
-#include "JobBoard.h"
-#include "JobRecords.h"
+#include "farm/coordinator/JobBoard.h"
+#include "farm/coordinator/JobRecords.h"
+#include "platform/stores/EventLog.h"
 
 namespace Quillon::Farm {
 

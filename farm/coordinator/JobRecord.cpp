@@ -1,12 +1,12 @@
-#include "JobRecord.h"
+#include "farm/coordinator/JobRecord.h"
 
 #include <algorithm>
 #include <array>
 #include <stdexcept>
 
-#include "FarmProtocol.h"
-#include "JobKinds.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/protocol/FarmProtocol.h"
 
 namespace Quillon::Farm {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "Parameters.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "base/parameters/Parameters.h"
 
 /// Reading and changing the stored record of a job. A change touches the keys that it names and leaves every
 /// other value, also those that this program knows nothing of, as it is. Where nothing else is said they

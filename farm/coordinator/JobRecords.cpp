@@ -1,7 +1,7 @@
-#include "JobRecords.h"
+#include "farm/coordinator/JobRecords.h"
 
-#include "ObjectStore.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Quillon::Farm {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 namespace Quillon::Farm {
 

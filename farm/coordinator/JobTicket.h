@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "TaskPlan.h"
+#include "farm/coordinator/TaskPlan.h"
 
 namespace Quillon::Farm {
 

@@ -1,16 +1,16 @@
-#include "KeptPosition.h"
+#include "farm/coordinator/KeptPosition.h"
 
 #include <charconv>
 #include <chrono>
 #include <stdexcept>
 #include <string>
 
-#include "EventLog.h"
-#include "ObjectStore.h"
-#include "Parameters.h"
-#include "PlatformLog.h"
-#include "StoreChoice.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "base/parameters/Parameters.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace Quillon::Farm::KeptPosition {
 

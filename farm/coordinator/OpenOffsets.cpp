@@ -1,4 +1,4 @@
-#include "OpenOffsets.h"
+#include "farm/coordinator/OpenOffsets.h"
 
 #include <algorithm>
 

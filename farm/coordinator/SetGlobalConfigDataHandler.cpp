@@ -1,8 +1,8 @@
-#include "SetGlobalConfigDataHandler.h"
+#include "farm/coordinator/SetGlobalConfigDataHandler.h"
 
-#include "PlatformLog.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

@@ -1,10 +1,10 @@
-#include "TaskPlan.h"
+#include "farm/coordinator/TaskPlan.h"
 
 #include <algorithm>
 #include <array>
 
-#include "JobKinds.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Quillon::Farm {
 

@@ -1,12 +1,12 @@
-#include "TaskProgressHandler.h"
+#include "farm/coordinator/TaskProgressHandler.h"
 
 #include <utility>
 
-#include "Coordinator.h"
-#include "FarmProtocol.h"
-#include "FarmRequests.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/coordinator/Coordinator.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/FarmRequests.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

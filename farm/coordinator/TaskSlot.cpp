@@ -1,4 +1,4 @@
-#include "TaskSlot.h"
+#include "farm/coordinator/TaskSlot.h"
 
 #include <algorithm>
 #include <array>
@@ -6,15 +6,15 @@
 #include <exception>
 #include <utility>
 
-#include "FarmClock.h"
-#include "FarmProtocol.h"
-#include "HandlerInvocation.h"
-#include "JobKinds.h"
-#include "JobRecord.h"
-#include "ObjectStoreException.h"
-#include "Pause.h"
-#include "PlatformLog.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "farm/coordinator/FarmClock.h"
+#include "farm/coordinator/JobRecord.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/Pause.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace Quillon::Farm {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <string_view>
 
-#include "BusMessaging.h"
-#include "JobBoard.h"
-#include "JobRecords.h"
+#include "farm/coordinator/JobBoard.h"
+#include "farm/coordinator/JobRecords.h"
+#include "platform/messaging/BusMessaging.h"
 
 namespace Quillon::Farm {
 

@@ -1,4 +1,4 @@
-#include "WorkQueue.h"
+#include "farm/coordinator/WorkQueue.h"
 
 #include <utility>
 

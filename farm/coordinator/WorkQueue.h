@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "JobTicket.h"
+#include "farm/coordinator/JobTicket.h"
 
 namespace Quillon::Farm {
 

@@ -1,10 +1,10 @@
-#include "WorkerPoolStatusHandler.h"
+#include "farm/coordinator/WorkerPoolStatusHandler.h"
 
 #include <utility>
 
-#include "Coordinator.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/coordinator/Coordinator.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

@@ -1,9 +1,9 @@
-#include "WorkerRoster.h"
+#include "farm/coordinator/WorkerRoster.h"
 
 #include <algorithm>
 
-#include "FarmClock.h"
-#include "HandlerErrors.h"
+#include "farm/coordinator/FarmClock.h"
+#include "platform/messaging/HandlerErrors.h"
 
 namespace Quillon::Farm {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "JobTicket.h"
+#include "farm/coordinator/JobTicket.h"
 
 namespace Quillon::Farm {
 

@@ -1,11 +1,11 @@
-#include "FindPrincipalHandler.h"
+#include "farm/iam/FindPrincipalHandler.h"
 
 #include <utility>
 
-#include "FarmRequests.h"
-#include "HandlerErrors.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/protocol/FarmRequests.h"
+#include "platform/messaging/HandlerErrors.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "PrincipalDirectory.h"
-#include "ServiceMessageHandlerV2.h"
+#include "farm/iam/PrincipalDirectory.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
 
 namespace Quillon::Farm {
 

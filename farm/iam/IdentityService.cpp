@@ -1,10 +1,10 @@
-#include "IdentityService.h"
+#include "farm/iam/IdentityService.h"
 
 #include <cstdint>
 #include <utility>
 
-#include "FindPrincipalHandler.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/iam/FindPrincipalHandler.h"
 
 namespace Quillon::Farm {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "PrincipalDirectory.h"
-#include "ServiceInfo.h"
+#include "farm/iam/PrincipalDirectory.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace Quillon::Farm {
 

@@ -1,4 +1,4 @@
-#include "PrincipalDirectory.h"
+#include "farm/iam/PrincipalDirectory.h"
 
 #include <mutex>
 

@@ -1,12 +1,12 @@
-#include "FindJobHandler.h"
+#include "farm/jobmonitor/FindJobHandler.h"
 
 #include <utility>
 
-#include "FarmRequests.h"
-#include "JobAnswer.h"
-#include "JobDirectory.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/jobmonitor/JobAnswer.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/protocol/FarmRequests.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

@@ -1,17 +1,17 @@
-#include "FindJobsByKindHandler.h"
+#include "farm/jobmonitor/FindJobsByKindHandler.h"
 
 #include <utility>
 
 #include <algorithm>
 #include <limits>
 
-#include "FarmRequests.h"
-#include "JobAnswer.h"
-#include "JobDirectory.h"
-#include "JobManagerMessages.h"
-#include "JobPage.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/jobmonitor/JobAnswer.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/jobmonitor/JobPage.h"
+#include "farm/protocol/FarmRequests.h"
+#include "platform/jobmanager/JobManagerMessages.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

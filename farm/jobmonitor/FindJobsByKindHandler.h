@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "ServiceMessageHandlerV2.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
 
 namespace Quillon::Farm {
 

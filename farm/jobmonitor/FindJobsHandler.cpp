@@ -1,13 +1,13 @@
-#include "FindJobsHandler.h"
+#include "farm/jobmonitor/FindJobsHandler.h"
 
 #include <utility>
 
-#include "FarmRequests.h"
-#include "JobAnswer.h"
-#include "JobDirectory.h"
-#include "JobPage.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/jobmonitor/JobAnswer.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/jobmonitor/JobPage.h"
+#include "farm/protocol/FarmRequests.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

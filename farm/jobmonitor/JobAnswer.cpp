@@ -1,12 +1,12 @@
-#include "JobAnswer.h"
+#include "farm/jobmonitor/JobAnswer.h"
 
 #include <stdexcept>
 #include <string_view>
 
-#include "FarmProtocol.h"
-#include "JobInfo.h"
-#include "JobKinds.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "platform/jobmanager/JobInfo.h"
 
 namespace Quillon::Farm {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "JobIndex.h"
-#include "Parameters.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "base/parameters/Parameters.h"
+#include "farm/jobmonitor/JobIndex.h"
 
 /// What the job monitor reads from records and tells of jobs. A record whose JSON is broken is told as far as
 /// it can be read.

@@ -1,4 +1,4 @@
-#include "JobDirectory.h"
+#include "farm/jobmonitor/JobDirectory.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,14 +6,14 @@
 #include <stdexcept>
 #include <utility>
 
-#include "EventLog.h"
-#include "JobAnswer.h"
-#include "JobCreatedEvent.h"
-#include "ObjectStore.h"
-#include "Pause.h"
-#include "PlatformLog.h"
-#include "StoreChoice.h"
-#include "Vocabulary.h"
+#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "farm/jobmonitor/JobAnswer.h"
+#include "farm/protocol/Pause.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace Quillon::Farm {
 

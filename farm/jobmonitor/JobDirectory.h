@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "FairMutex.h"
-#include "JobIndex.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "base/concurrency/FairMutex.h"
+#include "farm/jobmonitor/JobIndex.h"
 
 namespace Quillon::Farm {
 

@@ -1,4 +1,4 @@
-#include "JobIndex.h"
+#include "farm/jobmonitor/JobIndex.h"
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
@@ -12,7 +12,7 @@
 #include <map>
 #include <utility>
 
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
 
 namespace Quillon::Farm {
 

@@ -1,11 +1,11 @@
-#include "JobMonitorService.h"
+#include "farm/jobmonitor/JobMonitorService.h"
 
-#include "FindJobHandler.h"
-#include "FindJobsByKindHandler.h"
-#include "FindJobsHandler.h"
-#include "JobManagerMessages.h"
-#include "RemoveJobHandler.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/jobmonitor/FindJobHandler.h"
+#include "farm/jobmonitor/FindJobsByKindHandler.h"
+#include "farm/jobmonitor/FindJobsHandler.h"
+#include "farm/jobmonitor/RemoveJobHandler.h"
+#include "platform/jobmanager/JobManagerMessages.h"
 
 namespace Quillon::Farm {
 

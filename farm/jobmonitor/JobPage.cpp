@@ -1,9 +1,9 @@
-#include "JobPage.h"
+#include "farm/jobmonitor/JobPage.h"
 
 #include <algorithm>
 
-#include "FarmRequests.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/protocol/FarmRequests.h"
 
 namespace Quillon::Farm {
 

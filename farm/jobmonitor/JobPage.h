@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace Quillon::Farm {
 

@@ -1,15 +1,15 @@
-#include "RemoveJobHandler.h"
+#include "farm/jobmonitor/RemoveJobHandler.h"
 
 #include <stdexcept>
 #include <utility>
 
-#include "BusMessaging.h"
-#include "FarmProtocol.h"
-#include "FarmRequests.h"
-#include "HandlerInvocation.h"
-#include "JobDirectory.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/FarmRequests.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Quillon::Farm {
 

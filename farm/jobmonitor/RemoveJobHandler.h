@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "BusMessaging.h"
-#include "ServiceMessageHandlerV2.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
 
 namespace Quillon::Farm {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "HandlerErrors.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/HandlerErrors.h"
 
 /// Strict reading of what a message of the farm carries. A value that is missing, or of another type, is the
 /// sender's mistake and named to him in a `BadRequestHandlerError`.

@@ -1,14 +1,14 @@
-#include "ConfigureDXHandler.h"
+#include "handlers/admin/ConfigureDXHandler.h"
 
 #include <cstdint>
 #include <utility>
 
-#include "MakeNotifier.h"
-#include "OptionalValues.h"
-#include "PrintLine.h"
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/OptionalValues.h"
+#include "handlers/support/PrintLine.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/notifiers/MakeNotifier.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -4,10 +4,10 @@
 #include <mutex>
 #include <string>
 
-#include "BusConnection.h"
-#include "DispatchContext.h"
-#include "ServiceMessageHandler.h"
-#include "ThreadStarter.h"
+#include "handlers/admin/DispatchContext.h"
+#include "handlers/admin/ThreadStarter.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,9 +1,9 @@
-#include "DispatchContext.h"
+#include "handlers/admin/DispatchContext.h"
 
 #include <exception>
 #include <utility>
 
-#include "HandlerInvocation.h"
+#include "platform/messaging/HandlerInvocation.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -7,12 +7,12 @@
 #include <string>
 #include <string_view>
 
-#include "BusConnection.h"
-#include "BusMessaging.h"
-#include "IGenericNotifier.h"
-#include "ServiceMessageDispatch.h"
-#include "ServiceMessageResponse.h"
-#include "ThreadStarter.h"
+#include "handlers/admin/ThreadStarter.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/ServiceMessageDispatch.h"
+#include "platform/messaging/ServiceMessageResponse.h"
+#include "platform/notifiers/IGenericNotifier.h"
 
 namespace Weftline::Services::Scheduler {
 

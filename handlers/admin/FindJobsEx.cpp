@@ -1,4 +1,4 @@
-#include "FindJobsEx.h"
+#include "handlers/admin/FindJobsEx.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -7,14 +7,14 @@
 #include <string_view>
 #include <utility>
 
-#include "JobKinds.h"
-#include "OptionalValues.h"
-#include "PartTimeJobHandlers.h"
-#include "PrintLine.h"
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
-#include "WeftlineJobKinds.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/admin/PartTimeJobHandlers.h"
+#include "handlers/admin/WeftlineJobKinds.h"
+#include "handlers/support/OptionalValues.h"
+#include "handlers/support/PrintLine.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

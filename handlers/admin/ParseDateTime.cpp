@@ -1,4 +1,4 @@
-#include "ParseDateTime.h"
+#include "handlers/admin/ParseDateTime.h"
 
 #include <chrono>
 #include <cstddef>
@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "PrintLine.h"
+#include "handlers/support/PrintLine.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "PartTimeJobHandlers.h"
+#include "handlers/admin/PartTimeJobHandlers.h"
 
 #include <cstddef>
 #include <initializer_list>
@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
-#include "PrintLine.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/PrintLine.h"
 
 namespace Weftline::Services::Scheduler::PartTimeJobHandlers {
 

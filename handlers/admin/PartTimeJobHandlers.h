@@ -5,9 +5,9 @@
 #include <set>
 #include <string>
 
-#include "BusMessaging.h"
-#include "MessageContext.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageContext.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "PurgeObsoleteJobs.h"
+#include "handlers/admin/PurgeObsoleteJobs.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,10 +6,10 @@
 #include <iterator>
 #include <utility>
 
-#include "ParseDateTime.h"
-#include "PrintLine.h"
-#include "RequiredValues.h"
-#include "Vocabulary.h"
+#include "Core/src/RequiredValues.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/admin/ParseDateTime.h"
+#include "handlers/support/PrintLine.h"
 
 namespace Weftline::Services::Scheduler {
 

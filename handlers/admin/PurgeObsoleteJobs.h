@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "BusMessaging.h"
-#include "JobInfo.h"
-#include "JobManager.h"
-#include "MessageContext.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/jobmanager/JobInfo.h"
+#include "platform/jobmanager/JobManager.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageContext.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,12 +1,12 @@
-#include "RemoteLoggingHandler.h"
+#include "handlers/admin/RemoteLoggingHandler.h"
 
 #include <string_view>
 #include <utility>
 
-#include "MakeNotifier.h"
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/notifiers/MakeNotifier.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,15 +1,15 @@
-#include "RemoveJobEx.h"
+#include "handlers/admin/RemoveJobEx.h"
 
 #include <string>
 #include <string_view>
 
-#include "JobStatus.h"
-#include "OptionalValues.h"
-#include "PartTimeJobHandlers.h"
-#include "PrintLine.h"
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/admin/PartTimeJobHandlers.h"
+#include "handlers/support/OptionalValues.h"
+#include "handlers/support/PrintLine.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/jobmanager/JobStatus.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

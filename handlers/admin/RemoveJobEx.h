@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "ServiceMessageHandler.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,15 +1,15 @@
-#include "RemoveObsoleteJobsHandler.h"
+#include "handlers/admin/RemoveObsoleteJobsHandler.h"
 
 #include <exception>
 #include <string>
 #include <utility>
 
-#include "JobManager.h"
-#include "PurgeObsoleteJobs.h"
-#include "RegParamsBuilder.h"
-#include "RespondErrorAndPrint.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/admin/PurgeObsoleteJobs.h"
+#include "handlers/support/RespondErrorAndPrint.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/jobmanager/JobManager.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

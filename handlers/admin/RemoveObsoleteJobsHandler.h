@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "BusConnection.h"
-#include "ServiceMessageHandler.h"
-#include "ThreadStarter.h"
+#include "handlers/admin/ThreadStarter.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

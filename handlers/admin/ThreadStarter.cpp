@@ -1,10 +1,10 @@
-#include "ThreadStarter.h"
+#include "handlers/admin/ThreadStarter.h"
 
 #include <iostream>
 #include <thread>
 #include <utility>
 
-#include "MemoryWatch.h"
+#include "base/concurrency/MemoryWatch.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,6 +1,6 @@
-#include "WeftlineJobKinds.h"
+#include "handlers/admin/WeftlineJobKinds.h"
 
-#include "JobKinds.h"
+#include "Core/src/JobKinds.h"
 
 namespace Weftline::Services::Scheduler {
 

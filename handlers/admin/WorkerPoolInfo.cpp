@@ -1,11 +1,11 @@
-#include "WorkerPoolInfo.h"
+#include "handlers/admin/WorkerPoolInfo.h"
 
 #include <cstddef>
 #include <utility>
 
-#include "JobKinds.h"
-#include "StructureFields.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/StructureFields.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::DataModel {
 

@@ -1,11 +1,11 @@
-#include "WorkerPoolStatusHandler.h"
+#include "handlers/admin/WorkerPoolStatusHandler.h"
 
 #include <utility>
 
-#include "QueryCoordinatorService.h"
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
-#include "WorkerPoolInfo.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/admin/WorkerPoolInfo.h"
+#include "handlers/support/QueryCoordinatorService.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

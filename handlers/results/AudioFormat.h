@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-#include "FormatKeys.h"
-#include "StructureFields.h"
+#include "Core/src/FormatKeys.h"
+#include "Core/src/StructureFields.h"
 
 /// An audio format in its two forms, as with `VideoFormat`.
 namespace Weftline::DataModel {

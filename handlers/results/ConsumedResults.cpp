@@ -1,4 +1,4 @@
-#include "ConsumedResults.h"
+#include "handlers/results/ConsumedResults.h"
 
 #include <cstddef>
 #include <exception>
@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
-#include "BlockingRegion.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/concurrency/BlockingRegion.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -3,10 +3,10 @@
 #include <functional>
 #include <vector>
 
-#include "Parameters.h"
-#include "QueryResults.h"
-#include "ServiceMessageResponse.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "base/parameters/Parameters.h"
+#include "handlers/results/QueryResults.h"
+#include "platform/messaging/ServiceMessageResponse.h"
 
 namespace Weftline::Services::Scheduler {
 

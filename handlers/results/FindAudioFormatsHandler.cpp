@@ -1,17 +1,17 @@
-#include "FindAudioFormatsHandler.h"
+#include "handlers/results/FindAudioFormatsHandler.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <utility>
 #include <vector>
 
-#include "AudioFormat.h"
-#include "ConsumedResults.h"
-#include "FormatsPage.h"
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "VersionedFormats.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/AudioFormat.h"
+#include "handlers/results/ConsumedResults.h"
+#include "handlers/results/FormatsPage.h"
+#include "handlers/results/VersionedFormats.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "FindExportTypesHandler.h"
+#include "handlers/results/FindExportTypesHandler.h"
 
 #include <cstdint>
 #include <set>
@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "ConsumedResults.h"
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/ConsumedResults.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

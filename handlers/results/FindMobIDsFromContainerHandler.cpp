@@ -1,12 +1,12 @@
-#include "FindMobIDsFromContainerHandler.h"
+#include "handlers/results/FindMobIDsFromContainerHandler.h"
 
 #include <utility>
 
-#include "QueryResults.h"
-#include "RegParamsBuilder.h"
-#include "ResultsArray.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/QueryResults.h"
+#include "handlers/results/ResultsArray.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,10 +1,10 @@
-#include "FindSourceAvailabilityHandler.h"
+#include "handlers/results/FindSourceAvailabilityHandler.h"
 
-#include "QueryResults.h"
-#include "RegParamsBuilder.h"
-#include "ResultsArray.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/QueryResults.h"
+#include "handlers/results/ResultsArray.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "FindVideoFormatsHandler.h"
+#include "handlers/results/FindVideoFormatsHandler.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,14 +6,14 @@
 #include <utility>
 #include <vector>
 
-#include "ConsumedResults.h"
-#include "FormatsPage.h"
-#include "RegParamsBuilder.h"
-#include "ResultPage.h"
-#include "SubmissionRegistration.h"
-#include "VersionedFormats.h"
-#include "VideoFormat.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/ConsumedResults.h"
+#include "handlers/results/FormatsPage.h"
+#include "handlers/results/ResultPage.h"
+#include "handlers/results/VersionedFormats.h"
+#include "handlers/results/VideoFormat.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

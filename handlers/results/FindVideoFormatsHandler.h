@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "ServiceMessageHandler.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "StructureFields.h"
-#include "Vocabulary.h"
+#include "Core/src/StructureFields.h"
+#include "Core/src/Vocabulary.h"
 
 /// What the answers about formats consist of. `Format` is either form of a format.
 namespace Weftline::DataModel {

@@ -1,12 +1,12 @@
-#include "GenericProxyMsg.h"
+#include "handlers/results/GenericProxyMsg.h"
 
 #include <exception>
 #include <utility>
 
-#include "BusMessaging.h"
-#include "MsgHandlersUtils.h"
-#include "ServiceMessageDispatch.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/MsgHandlersUtils.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/ServiceMessageDispatch.h"
 
 namespace Weftline::Services::Scheduler {
 

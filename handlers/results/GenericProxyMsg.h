@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "ServiceMessageHandler.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

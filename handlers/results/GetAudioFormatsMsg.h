@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GenericProxyMsg.h"
+#include "handlers/results/GenericProxyMsg.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,9 +1,9 @@
-#include "GetMediaCreationTypesMsg.h"
+#include "handlers/results/GetMediaCreationTypesMsg.h"
 
 #include <utility>
 
-#include "RegParamsBuilder.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

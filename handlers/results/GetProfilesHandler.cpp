@@ -1,13 +1,13 @@
-#include "GetProfilesHandler.h"
+#include "handlers/results/GetProfilesHandler.h"
 
 #include <string>
 
-#include "EventStore.h"
-#include "ObjectStore.h"
-#include "ProfileEntity.h"
-#include "RegParamsBuilder.h"
-#include "StoreLimits.h"
-#include "Vocabulary.h"
+#include "Core/src/ProfileEntity.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/StoreLimits.h"
+#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,13 +1,13 @@
-#include "GetUniqueExportPluginsHandler.h"
+#include "handlers/results/GetUniqueExportPluginsHandler.h"
 
 #include <utility>
 
-#include "HandlerDocumentation.h"
-#include "ObjectStore.h"
-#include "RegParamsBuilder.h"
-#include "StoreLimits.h"
-#include "UniqueExportPlugins.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/StoreLimits.h"
+#include "handlers/results/UniqueExportPlugins.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services::Scheduler {
 

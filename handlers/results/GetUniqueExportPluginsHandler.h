@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "ServiceMessageHandlerV2.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
 
 namespace Weftline::Services::Scheduler {
 

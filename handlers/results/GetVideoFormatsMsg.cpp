@@ -1,10 +1,10 @@
-#include "GetVideoFormatsMsg.h"
+#include "handlers/results/GetVideoFormatsMsg.h"
 
 #include <utility>
 
-#include "RegParamsBuilder.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/SubmissionRegistration.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,13 +1,13 @@
-#include "QueryResults.h"
+#include "handlers/results/QueryResults.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <string>
 
-#include "ObjectStore.h"
-#include "RequiredValues.h"
-#include "StoreLimits.h"
-#include "Vocabulary.h"
+#include "Core/src/RequiredValues.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/results/StoreLimits.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "Parameters.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,4 +1,4 @@
-#include "ResultPage.h"
+#include "handlers/results/ResultPage.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "ResultsArray.h"
+#include "handlers/results/ResultsArray.h"
 
 #include <vector>
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "Parameters.h"
-#include "QueryResults.h"
+#include "base/parameters/Parameters.h"
+#include "handlers/results/QueryResults.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <type_traits>
 
-#include "StructureFields.h"
+#include "Core/src/StructureFields.h"
 
 namespace Weftline::DataModel {
 

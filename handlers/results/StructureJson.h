@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "StructureFields.h"
+#include "Core/src/StructureFields.h"
 
 /// Described structures straight to JSON text, without a tree in between. For the sources of this folder
 /// alone: who includes this sees the JSON library.

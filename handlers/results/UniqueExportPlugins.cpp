@@ -1,11 +1,11 @@
-#include "UniqueExportPlugins.h"
+#include "handlers/results/UniqueExportPlugins.h"
 
 #include <cstddef>
 #include <optional>
 #include <utility>
 
-#include "RequiredValues.h"
-#include "Vocabulary.h"
+#include "Core/src/RequiredValues.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services::Scheduler {
 

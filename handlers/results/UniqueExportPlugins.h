@@ -4,7 +4,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::Services::Scheduler {
 

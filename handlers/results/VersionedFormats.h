@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "Parameters.h"
-#include "StructureConversion.h"
-#include "StructureJson.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/parameters/Parameters.h"
+#include "handlers/results/StructureConversion.h"
+#include "handlers/results/StructureJson.h"
 
 /// For the sources of this folder alone, as `StructureJson.h` is.
 namespace Weftline::Services::Scheduler {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "FormatKeys.h"
-#include "StructureFields.h"
+#include "Core/src/FormatKeys.h"
+#include "Core/src/StructureFields.h"
 
 /// A video format in its two forms. The first is how formats are stored and how version 1 of an answer shows
 /// them; the second, made from it by `ConvertStructure`, is how version 2 shows them. The lists of both forms

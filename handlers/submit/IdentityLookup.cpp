@@ -1,12 +1,12 @@
-#include "IdentityLookup.h"
+#include "handlers/submit/IdentityLookup.h"
 
 #include <cstdint>
 #include <exception>
 #include <iostream>
 #include <string_view>
 
-#include "PlatformLog.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
 
 namespace Weftline::Services {
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "BusMessaging.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/BusMessaging.h"
 
 namespace Weftline::Services {
 

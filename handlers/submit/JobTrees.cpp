@@ -1,6 +1,6 @@
-#include "JobTrees.h"
+#include "handlers/submit/JobTrees.h"
 
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::Services {
 

@@ -1,9 +1,9 @@
-#include "ProfileLookup.h"
+#include "handlers/submit/ProfileLookup.h"
 
 #include <optional>
 
-#include "RequiredValues.h"
-#include "Vocabulary.h"
+#include "Core/src/RequiredValues.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services::Scheduler {
 

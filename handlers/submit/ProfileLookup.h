@@ -3,10 +3,10 @@
 #include <memory>
 #include <string>
 
-#include "EventStore.h"
-#include "ObjectStore.h"
-#include "Parameters.h"
-#include "ProfileEntity.h"
+#include "Core/src/ProfileEntity.h"
+#include "base/parameters/Parameters.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,7 +1,7 @@
-#include "ProxyCreationParams.h"
+#include "handlers/submit/ProxyCreationParams.h"
 
-#include "StructureFields.h"
-#include "Vocabulary.h"
+#include "Core/src/StructureFields.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::DataModel {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,10 +1,10 @@
-#include "SubmissionRequest.h"
+#include "handlers/submit/SubmissionRequest.h"
 
 #include <algorithm>
 #include <string_view>
 
-#include "JobKinds.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::Services {
 

@@ -1,8 +1,8 @@
-#include "SubmitConsolidateHandler.h"
+#include "handlers/submit/SubmitConsolidateHandler.h"
 
-#include "HandlerDocumentation.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

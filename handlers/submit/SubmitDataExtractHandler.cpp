@@ -1,6 +1,6 @@
-#include "SubmitDataExtractHandler.h"
+#include "handlers/submit/SubmitDataExtractHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,6 +1,6 @@
-#include "SubmitDynamicRelinkHandler.h"
+#include "handlers/submit/SubmitDynamicRelinkHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

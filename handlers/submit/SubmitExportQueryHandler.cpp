@@ -1,7 +1,7 @@
-#include "SubmitExportQueryHandler.h"
+#include "handlers/submit/SubmitExportQueryHandler.h"
 
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

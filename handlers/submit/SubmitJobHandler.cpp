@@ -1,4 +1,4 @@
-#include "SubmitJobHandler.h"
+#include "handlers/submit/SubmitJobHandler.h"
 
 #include <chrono>
 #include <cstddef>
@@ -6,17 +6,17 @@
 #include <stdexcept>
 #include <utility>
 
-#include "BusMessaging.h"
-#include "EventStore.h"
-#include "IdentityLookup.h"
-#include "Job.h"
-#include "JobCreatedEvent.h"
-#include "JobTrees.h"
-#include "ObjectStore.h"
-#include "PlatformIdentifiers.h"
-#include "SubmissionRequest.h"
-#include "TimeText.h"
-#include "Vocabulary.h"
+#include "Core/src/Job.h"
+#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/TimeText.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/submit/IdentityLookup.h"
+#include "handlers/submit/JobTrees.h"
+#include "handlers/submit/SubmissionRequest.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/PlatformIdentifiers.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services {
 

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "BusConnection.h"
-#include "SubmitMessageHandler.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/SubmitMessageHandler.h"
 
 namespace Weftline::Services {
 

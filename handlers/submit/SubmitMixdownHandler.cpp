@@ -1,6 +1,6 @@
-#include "SubmitMixdownHandler.h"
+#include "handlers/submit/SubmitMixdownHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

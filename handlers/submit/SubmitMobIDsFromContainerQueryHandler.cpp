@@ -1,7 +1,7 @@
-#include "SubmitMobIDsFromContainerQueryHandler.h"
+#include "handlers/submit/SubmitMobIDsFromContainerQueryHandler.h"
 
-#include "HandlerDocumentation.h"
-#include "SubmissionRegistration.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

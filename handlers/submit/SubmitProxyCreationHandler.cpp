@@ -1,10 +1,10 @@
-#include "SubmitProxyCreationHandler.h"
+#include "handlers/submit/SubmitProxyCreationHandler.h"
 
-#include "HandlerDocumentation.h"
-#include "ProfileLookup.h"
-#include "ProxyCreationParams.h"
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/submit/ProfileLookup.h"
+#include "handlers/submit/ProxyCreationParams.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

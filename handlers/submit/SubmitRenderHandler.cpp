@@ -1,6 +1,6 @@
-#include "SubmitRenderHandler.h"
+#include "handlers/submit/SubmitRenderHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SubmitJobHandler.h"
+#include "handlers/submit/SubmitJobHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

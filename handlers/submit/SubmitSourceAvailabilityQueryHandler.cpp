@@ -1,6 +1,6 @@
-#include "SubmitSourceAvailabilityQueryHandler.h"
+#include "handlers/submit/SubmitSourceAvailabilityQueryHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

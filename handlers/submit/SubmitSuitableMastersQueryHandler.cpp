@@ -1,6 +1,6 @@
-#include "SubmitSuitableMastersQueryHandler.h"
+#include "handlers/submit/SubmitSuitableMastersQueryHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

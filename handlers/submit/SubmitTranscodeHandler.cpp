@@ -1,7 +1,7 @@
-#include "SubmitTranscodeHandler.h"
+#include "handlers/submit/SubmitTranscodeHandler.h"
 
-#include "ProfileLookup.h"
-#include "SubmissionRegistration.h"
+#include "handlers/submit/ProfileLookup.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

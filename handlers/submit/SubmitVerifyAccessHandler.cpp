@@ -1,6 +1,6 @@
-#include "SubmitVerifyAccessHandler.h"
+#include "handlers/submit/SubmitVerifyAccessHandler.h"
 
-#include "SubmissionRegistration.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -1,7 +1,7 @@
-#include "SubmitVideoFormatsQueryHandler.h"
+#include "handlers/submit/SubmitVideoFormatsQueryHandler.h"
 
-#include "SubmissionRegistration.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/support/SubmissionRegistration.h"
 
 namespace Weftline::Services::Scheduler {
 

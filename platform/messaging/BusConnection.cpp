@@ -1,12 +1,12 @@
-#include "BusConnection.h"
+#include "platform/messaging/BusConnection.h"
 
 #include <exception>
 #include <stdexcept>
 #include <utility>
 
-#include "DeploymentMode.h"
-#include "PlatformLog.h"
-#include "ServiceInfo.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/DeploymentMode.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace PlatformAbstraction::Messaging {
 

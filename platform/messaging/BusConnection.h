@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "BusTransport.h"
+#include "platform/messaging/BusTransport.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "MessageResultsFuture.h"
-#include "ServiceMessageDispatch.h"
+#include "platform/messaging/MessageResultsFuture.h"
+#include "platform/messaging/ServiceMessageDispatch.h"
 
 namespace PlatformAbstraction::Messaging {
 

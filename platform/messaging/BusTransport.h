@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "BusMessaging.h"
-#include "ServiceInfoApi.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/ServiceInfoApi.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,4 +1,4 @@
-#include "ConfigurationStore.h"
+#include "platform/messaging/ConfigurationStore.h"
 
 #include <mutex>
 #include <shared_mutex>

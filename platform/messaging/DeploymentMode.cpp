@@ -1,13 +1,13 @@
-#include "DeploymentMode.h"
+#include "platform/messaging/DeploymentMode.h"
 
 #include <map>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
 
-#include "ConfigurationStore.h"
-#include "PlatformLog.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/ConfigurationStore.h"
 
 namespace PlatformAbstraction::Messaging {
 

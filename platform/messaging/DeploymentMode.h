@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "BusTransport.h"
+#include "platform/messaging/BusTransport.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,12 +1,12 @@
-#include "HandlerInvocation.h"
+#include "platform/messaging/HandlerInvocation.h"
 
 #include <algorithm>
 #include <exception>
 #include <new>
 #include <utility>
 
-#include "HandlerErrors.h"
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/HandlerErrors.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -4,9 +4,9 @@
 #include <memory>
 #include <string>
 
-#include "MessageAnswer.h"
-#include "MessageContext.h"
-#include "ServiceInfo.h"
+#include "platform/messaging/MessageAnswer.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace PlatformAbstraction::Messaging {
 

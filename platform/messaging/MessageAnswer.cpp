@@ -1,4 +1,4 @@
-#include "MessageAnswer.h"
+#include "platform/messaging/MessageAnswer.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,4 +1,4 @@
-#include "MessageContext.h"
+#include "platform/messaging/MessageContext.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,4 +1,4 @@
-#include "MessageResultsFuture.h"
+#include "platform/messaging/MessageResultsFuture.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "BlockingRegion.h"
+#include "base/concurrency/BlockingRegion.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "MessageAnswer.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageAnswer.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -3,8 +3,8 @@
 #include <functional>
 #include <string>
 
-#include "MessageAnswer.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageAnswer.h"
 
 namespace PlatformAbstraction::Messaging {
 

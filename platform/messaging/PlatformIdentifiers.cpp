@@ -1,4 +1,4 @@
-#include "PlatformIdentifiers.h"
+#include "platform/messaging/PlatformIdentifiers.h"
 
 #include <boost/uuid/uuid_io.hpp>
 #include <chrono>
@@ -7,9 +7,9 @@
 #include <optional>
 #include <string_view>
 
-#include "ConfigurationStore.h"
-#include "RandomUuid.h"
-#include "Vocabulary.h"
+#include "Core/src/RandomUuid.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/messaging/ConfigurationStore.h"
 
 namespace PlatformAbstraction {
 

@@ -1,4 +1,4 @@
-#include "RegParamsBuilder.h"
+#include "platform/messaging/RegParamsBuilder.h"
 
 #include <utility>
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "RegistrationParams.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace PlatformAbstraction {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction {
 

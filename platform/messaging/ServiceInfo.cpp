@@ -1,4 +1,4 @@
-#include "ServiceInfo.h"
+#include "platform/messaging/ServiceInfo.h"
 
 #include <algorithm>
 #include <stdexcept>

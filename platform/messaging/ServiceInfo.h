@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "ServiceInfoApi.h"
-#include "TaskDesc.h"
+#include "platform/messaging/ServiceInfoApi.h"
+#include "platform/messaging/TaskDesc.h"
 
 namespace PlatformAbstraction::Messaging {
 

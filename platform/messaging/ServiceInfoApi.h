@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "ErrorCode.h"
-#include "ServiceMessageHandler.h"
-#include "ServiceMessageHandlerSet.h"
-#include "ServiceMessageHandlerV2.h"
-#include "SubmitMessageHandler.h"
-#include "SubmitOpJobInfo.h"
+#include "platform/messaging/ErrorCode.h"
+#include "platform/messaging/ServiceMessageHandler.h"
+#include "platform/messaging/ServiceMessageHandlerSet.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/SubmitMessageHandler.h"
+#include "platform/messaging/SubmitOpJobInfo.h"
 
 namespace CommonServices {
 class EventStore;

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Messaging {
 

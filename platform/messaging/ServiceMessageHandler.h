@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "MessageContext.h"
-#include "Parameters.h"
-#include "RegistrationParams.h"
-#include "ServiceMessageResponse.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/messaging/ServiceMessageResponse.h"
 
 namespace PlatformAbstraction::Messaging {
 

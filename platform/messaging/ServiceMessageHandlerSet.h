@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "MessageContext.h"
-#include "RegistrationParams.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace PlatformAbstraction::Messaging {
 

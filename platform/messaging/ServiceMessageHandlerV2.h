@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "MessageContext.h"
-#include "Parameters.h"
-#include "RegistrationParams.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,8 +1,8 @@
-#include "ServiceMessageResponse.h"
+#include "platform/messaging/ServiceMessageResponse.h"
 
 #include <utility>
 
-#include "HandlerInvocation.h"
+#include "platform/messaging/HandlerInvocation.h"
 
 namespace PlatformAbstraction::Messaging {
 

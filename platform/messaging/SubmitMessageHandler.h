@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
-#include "MessageContext.h"
-#include "Parameters.h"
-#include "RegistrationParams.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Weftline {
 

@@ -1,9 +1,9 @@
-#include "CompositeNotifier.h"
+#include "platform/notifiers/CompositeNotifier.h"
 
 #include <stdexcept>
 #include <utility>
 
-#include "NotifierCall.h"
+#include "platform/notifiers/NotifierCall.h"
 
 namespace PlatformAbstraction {
 

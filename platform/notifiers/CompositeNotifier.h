@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "IGenericNotifier.h"
+#include "platform/notifiers/IGenericNotifier.h"
 
 namespace PlatformAbstraction {
 

@@ -1,4 +1,4 @@
-#include "ConsoleNotifier.h"
+#include "platform/notifiers/ConsoleNotifier.h"
 
 #include <algorithm>
 #include <iostream>

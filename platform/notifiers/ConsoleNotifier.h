@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "IGenericNotifier.h"
+#include "platform/notifiers/IGenericNotifier.h"
 
 namespace PlatformAbstraction {
 

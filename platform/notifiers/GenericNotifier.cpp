@@ -1,4 +1,4 @@
-#include "IGenericNotifier.h"
+#include "platform/notifiers/IGenericNotifier.h"
 
 namespace PlatformAbstraction {
 

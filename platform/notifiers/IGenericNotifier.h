@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction {
 

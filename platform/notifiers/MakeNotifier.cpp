@@ -1,11 +1,11 @@
-#include "MakeNotifier.h"
+#include "platform/notifiers/MakeNotifier.h"
 
 #include <string>
 #include <utility>
 
-#include "CompositeNotifier.h"
-#include "ConsoleNotifier.h"
-#include "SafeNotifier.h"
+#include "platform/notifiers/CompositeNotifier.h"
+#include "platform/notifiers/ConsoleNotifier.h"
+#include "platform/notifiers/SafeNotifier.h"
 
 namespace PlatformAbstraction {
 

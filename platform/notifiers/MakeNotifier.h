@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "BusMessaging.h"
-#include "IGenericNotifier.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/notifiers/IGenericNotifier.h"
 
 namespace PlatformAbstraction {
 

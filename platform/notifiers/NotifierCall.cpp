@@ -1,9 +1,9 @@
-#include "NotifierCall.h"
+#include "platform/notifiers/NotifierCall.h"
 
 #include <exception>
 #include <string>
 
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
 
 namespace PlatformAbstraction {
 

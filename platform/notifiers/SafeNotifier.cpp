@@ -1,9 +1,9 @@
-#include "SafeNotifier.h"
+#include "platform/notifiers/SafeNotifier.h"
 
 #include <stdexcept>
 #include <utility>
 
-#include "NotifierCall.h"
+#include "platform/notifiers/NotifierCall.h"
 
 namespace PlatformAbstraction {
 

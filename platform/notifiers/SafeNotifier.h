@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "IGenericNotifier.h"
+#include "platform/notifiers/IGenericNotifier.h"
 
 namespace PlatformAbstraction {
 

@@ -1,4 +1,4 @@
-#include "CallerDirectory.h"
+#include "platform/rest/CallerDirectory.h"
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <stdexcept>
 
-#include "HttpText.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/rest/HttpText.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -1,8 +1,8 @@
-#include "ChunkedBody.h"
+#include "platform/rest/ChunkedBody.h"
 
 #include <algorithm>
 
-#include "HttpText.h"
+#include "platform/rest/HttpText.h"
 
 namespace PlatformAbstraction::Rest {
 

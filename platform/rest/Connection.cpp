@@ -1,4 +1,4 @@
-#include "Connection.h"
+#include "platform/rest/Connection.h"
 
 #include <algorithm>
 #include <boost/asio/buffer.hpp>
@@ -7,9 +7,9 @@
 #include <exception>
 #include <utility>
 
-#include "Failpoint.h"
-#include "IoLoop.h"
-#include "PlatformLog.h"
+#include "base/failpoint/Failpoint.h"
+#include "base/log/PlatformLog.h"
+#include "platform/rest/IoLoop.h"
 
 namespace PlatformAbstraction::Rest {
 

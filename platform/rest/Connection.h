@@ -12,12 +12,12 @@
 #include <string>
 #include <string_view>
 
-#include "ChunkedBody.h"
-#include "ClientStream.h"
-#include "ConnectionCount.h"
-#include "HttpReply.h"
-#include "RequestGate.h"
-#include "RequestHead.h"
+#include "platform/rest/ChunkedBody.h"
+#include "platform/rest/ClientStream.h"
+#include "platform/rest/ConnectionCount.h"
+#include "platform/rest/HttpReply.h"
+#include "platform/rest/RequestGate.h"
+#include "platform/rest/RequestHead.h"
 
 namespace PlatformAbstraction::Rest {
 

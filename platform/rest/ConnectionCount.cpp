@@ -1,4 +1,4 @@
-#include "ConnectionCount.h"
+#include "platform/rest/ConnectionCount.h"
 
 namespace PlatformAbstraction::Rest {
 

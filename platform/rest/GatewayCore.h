@@ -6,10 +6,10 @@
 #include <boost/asio/ssl/context.hpp>
 #include <optional>
 
-#include "ConnectionCount.h"
-#include "MessageSink.h"
-#include "RequestGate.h"
-#include "RestGatewaySettings.h"
+#include "platform/messaging/MessageSink.h"
+#include "platform/rest/ConnectionCount.h"
+#include "platform/rest/RequestGate.h"
+#include "platform/rest/RestGatewaySettings.h"
 
 namespace PlatformAbstraction::Rest {
 

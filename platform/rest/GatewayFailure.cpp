@@ -1,10 +1,10 @@
-#include "GatewayFailure.h"
+#include "platform/rest/GatewayFailure.h"
 
 #include <algorithm>
 #include <array>
 #include <stdexcept>
 
-#include "HandlerInvocation.h"
+#include "platform/messaging/HandlerInvocation.h"
 
 namespace PlatformAbstraction::Rest {
 

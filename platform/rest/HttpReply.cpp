@@ -1,4 +1,4 @@
-#include "HttpReply.h"
+#include "platform/rest/HttpReply.h"
 
 #include <array>
 #include <chrono>

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "GatewayFailure.h"
-#include "MessageAnswer.h"
+#include "platform/messaging/MessageAnswer.h"
+#include "platform/rest/GatewayFailure.h"
 
 namespace PlatformAbstraction::Rest {
 

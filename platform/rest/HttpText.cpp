@@ -1,9 +1,9 @@
-#include "HttpText.h"
+#include "platform/rest/HttpText.h"
 
 #include <algorithm>
 #include <cstddef>
 
-#include "Utf8.h"
+#include "base/parameters/Utf8.h"
 
 namespace PlatformAbstraction::Rest {
 

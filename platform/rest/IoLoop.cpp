@@ -1,4 +1,4 @@
-#include "IoLoop.h"
+#include "platform/rest/IoLoop.h"
 
 #include <algorithm>
 #include <boost/asio/post.hpp>
@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "Connection.h"
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
+#include "platform/rest/Connection.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -11,7 +11,7 @@
 #include <thread>
 #include <unordered_set>
 
-#include "GatewayCore.h"
+#include "platform/rest/GatewayCore.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -1,10 +1,10 @@
-#include "ListenAddresses.h"
+#include "platform/rest/ListenAddresses.h"
 
 #include <algorithm>
 #include <boost/asio/ip/v6_only.hpp>
 #include <string>
 
-#include "RestGateway.h"
+#include "platform/rest/RestGateway.h"
 
 namespace PlatformAbstraction::Rest {
 

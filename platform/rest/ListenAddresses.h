@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "RestGatewaySettings.h"
+#include "platform/rest/RestGatewaySettings.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -1,11 +1,11 @@
-#include "Listener.h"
+#include "platform/rest/Listener.h"
 
 #include <boost/asio/post.hpp>
 #include <chrono>
 #include <string>
 #include <utility>
 
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
 
 namespace PlatformAbstraction::Rest {
 

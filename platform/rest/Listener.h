@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-#include "IoLoop.h"
+#include "platform/rest/IoLoop.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -1,11 +1,11 @@
-#include "OpenFileLimit.h"
+#include "platform/rest/OpenFileLimit.h"
 
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <string>
 
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
 
 namespace PlatformAbstraction::Rest {
 

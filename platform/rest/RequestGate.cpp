@@ -1,11 +1,11 @@
-#include "RequestGate.h"
+#include "platform/rest/RequestGate.h"
 
 #include <algorithm>
 #include <stdexcept>
 #include <utility>
 
-#include "HttpText.h"
-#include "RequestTarget.h"
+#include "platform/rest/HttpText.h"
+#include "platform/rest/RequestTarget.h"
 
 namespace PlatformAbstraction::Rest {
 

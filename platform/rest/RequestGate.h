@@ -7,13 +7,13 @@
 #include <variant>
 #include <vector>
 
-#include "CallerDirectory.h"
-#include "HttpReply.h"
-#include "Parameters.h"
-#include "RegistrationParams.h"
-#include "RequestHead.h"
-#include "RestGatewaySettings.h"
-#include "RouteTable.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/rest/CallerDirectory.h"
+#include "platform/rest/HttpReply.h"
+#include "platform/rest/RequestHead.h"
+#include "platform/rest/RestGatewaySettings.h"
+#include "platform/rest/RouteTable.h"
 
 namespace PlatformAbstraction::Rest {
 

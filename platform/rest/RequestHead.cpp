@@ -1,4 +1,4 @@
-#include "RequestHead.h"
+#include "platform/rest/RequestHead.h"
 
 #include <arpa/inet.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-#include "HttpText.h"
+#include "platform/rest/HttpText.h"
 
 namespace PlatformAbstraction::Rest {
 

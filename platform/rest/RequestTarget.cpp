@@ -1,9 +1,9 @@
-#include "RequestTarget.h"
+#include "platform/rest/RequestTarget.h"
 
 #include <algorithm>
 #include <cstddef>
 
-#include "HttpText.h"
+#include "platform/rest/HttpText.h"
 
 namespace PlatformAbstraction::Rest {
 

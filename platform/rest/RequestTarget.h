@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Rest {
 

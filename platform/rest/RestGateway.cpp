@@ -1,4 +1,4 @@
-#include "RestGateway.h"
+#include "platform/rest/RestGateway.h"
 
 #include <algorithm>
 #include <boost/asio/post.hpp>
@@ -7,12 +7,12 @@
 #include <stdexcept>
 #include <utility>
 
-#include "GatewayCore.h"
-#include "IoLoop.h"
-#include "ListenAddresses.h"
-#include "Listener.h"
-#include "OpenFileLimit.h"
-#include "TlsContext.h"
+#include "platform/rest/GatewayCore.h"
+#include "platform/rest/IoLoop.h"
+#include "platform/rest/ListenAddresses.h"
+#include "platform/rest/Listener.h"
+#include "platform/rest/OpenFileLimit.h"
+#include "platform/rest/TlsContext.h"
 
 namespace PlatformAbstraction::Rest {
 

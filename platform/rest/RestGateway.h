@@ -7,9 +7,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "MessageSink.h"
-#include "RegistrationParams.h"
-#include "RestGatewaySettings.h"
+#include "platform/messaging/MessageSink.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/rest/RestGatewaySettings.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "CallerDirectory.h"
+#include "platform/rest/CallerDirectory.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -1,10 +1,10 @@
-#include "RouteTable.h"
+#include "platform/rest/RouteTable.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 
-#include "RequestTarget.h"
+#include "platform/rest/RequestTarget.h"
 
 namespace PlatformAbstraction::Rest {
 

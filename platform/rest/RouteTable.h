@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "RegistrationParams.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace PlatformAbstraction::Rest {
 

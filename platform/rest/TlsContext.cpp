@@ -1,4 +1,4 @@
-#include "TlsContext.h"
+#include "platform/rest/TlsContext.h"
 
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "PlatformLog.h"
-#include "RestGateway.h"
+#include "base/log/PlatformLog.h"
+#include "platform/rest/RestGateway.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -4,7 +4,7 @@
 
 #include <boost/asio/ssl/context.hpp>
 
-#include "RestGatewaySettings.h"
+#include "platform/rest/RestGatewaySettings.h"
 
 namespace PlatformAbstraction::Rest {
 

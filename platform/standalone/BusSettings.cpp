@@ -1,4 +1,4 @@
-#include "BusSettings.h"
+#include "platform/standalone/BusSettings.h"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +10,8 @@
 #include <span>
 #include <vector>
 
-#include "RequestHead.h"
-#include "SettingValue.h"
+#include "platform/rest/RequestHead.h"
+#include "platform/standalone/SettingValue.h"
 
 namespace PlatformAbstraction::Standalone {
 

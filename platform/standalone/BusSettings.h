@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "InProcessBusSettings.h"
-#include "RestGatewaySettings.h"
+#include "platform/messaging/inprocess/InProcessBusSettings.h"
+#include "platform/rest/RestGatewaySettings.h"
 
 namespace PlatformAbstraction::Standalone {
 

@@ -1,8 +1,8 @@
-#include "SettingValue.h"
+#include "platform/standalone/SettingValue.h"
 
 #include <cstddef>
 
-#include "BusSettings.h"
+#include "platform/standalone/BusSettings.h"
 
 namespace PlatformAbstraction::Standalone {
 

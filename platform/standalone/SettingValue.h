@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Standalone {
 

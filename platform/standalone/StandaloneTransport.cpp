@@ -1,4 +1,4 @@
-#include "StandaloneTransport.h"
+#include "platform/standalone/StandaloneTransport.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,12 +10,12 @@
 #include <string>
 #include <utility>
 
-#include "ConfigurationStore.h"
-#include "PlatformLog.h"
-#include "RestGateway.h"
-#include "ServiceInfo.h"
-#include "StopSignals.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/messaging/ServiceInfo.h"
+#include "platform/rest/RestGateway.h"
+#include "platform/standalone/StopSignals.h"
 
 namespace PlatformAbstraction::Standalone {
 

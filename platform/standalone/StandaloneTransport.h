@@ -4,9 +4,9 @@
 #include <memory>
 #include <vector>
 
-#include "BusSettings.h"
-#include "BusTransport.h"
-#include "InProcessBus.h"
+#include "platform/messaging/BusTransport.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
+#include "platform/standalone/BusSettings.h"
 
 namespace PlatformAbstraction::Standalone {
 

@@ -1,4 +1,4 @@
-#include "StopSignals.h"
+#include "platform/standalone/StopSignals.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 namespace CommonServices {
 

@@ -1,9 +1,9 @@
-#include "EventStore.h"
+#include "platform/stores/EventStore.h"
 
 #include <utility>
 
-#include "EventLog.h"
-#include "StoreChoice.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace CommonServices {
 

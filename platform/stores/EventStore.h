@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "Parameters.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "base/parameters/Parameters.h"
 
 namespace CommonServices {
 

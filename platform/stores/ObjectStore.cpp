@@ -1,14 +1,14 @@
-#include "ObjectStore.h"
+#include "platform/stores/ObjectStore.h"
 
 #include <filesystem>
 #include <string_view>
 #include <utility>
 
-#include "EventStore.h"
-#include "PlatformIdentifiers.h"
-#include "PlatformLog.h"
-#include "RecordStore.h"
-#include "StoreChoice.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/PlatformIdentifiers.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace CommonServices {
 

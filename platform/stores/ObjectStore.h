@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "ObjectStoreException.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace CommonServices {
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "EventLog.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "platform/stores/EventLog.h"
 
 namespace CommonServices {
 

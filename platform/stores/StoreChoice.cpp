@@ -1,15 +1,15 @@
-#include "StoreChoice.h"
+#include "platform/stores/StoreChoice.h"
 
 #include <mutex>
 #include <utility>
 
-#include "ConfigurationStore.h"
-#include "EmbeddedStore.h"
-#include "EventLog.h"
-#include "ObjectStoreException.h"
-#include "PlatformLog.h"
-#include "RecordStore.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/EmbeddedStore.h"
 
 namespace CommonServices::StoreChoice {
 

@@ -2,9 +2,9 @@
 
 #include <iostream>
 
-#include "ConsoleCapture.h"
-#include "HandlerFixture.h"
-#include "ThreadStarter.h"
+#include "handlers/admin/ThreadStarter.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Weftline::Services::Scheduler {
 

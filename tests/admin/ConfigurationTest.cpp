@@ -1,9 +1,9 @@
 #include <stdexcept>
 
-#include "AdminFixture.h"
-#include "ConfigureDXHandler.h"
-#include "RemoteLoggingHandler.h"
-#include "RemoveObsoleteJobsHandler.h"
+#include "handlers/admin/ConfigureDXHandler.h"
+#include "handlers/admin/RemoteLoggingHandler.h"
+#include "handlers/admin/RemoveObsoleteJobsHandler.h"
+#include "tests/admin/AdminFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

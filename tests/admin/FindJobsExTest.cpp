@@ -1,8 +1,8 @@
-#include "FindJobsEx.h"
+#include "handlers/admin/FindJobsEx.h"
 
 #include <algorithm>
 
-#include "AdminFixture.h"
+#include "tests/admin/AdminFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

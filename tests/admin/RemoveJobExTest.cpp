@@ -1,8 +1,8 @@
-#include "RemoveJobEx.h"
+#include "handlers/admin/RemoveJobEx.h"
 
 #include <stdexcept>
 
-#include "AdminFixture.h"
+#include "tests/admin/AdminFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

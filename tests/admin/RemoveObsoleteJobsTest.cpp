@@ -1,8 +1,8 @@
-#include "RemoveObsoleteJobsHandler.h"
+#include "handlers/admin/RemoveObsoleteJobsHandler.h"
 
 #include <stdexcept>
 
-#include "AdminFixture.h"
+#include "tests/admin/AdminFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

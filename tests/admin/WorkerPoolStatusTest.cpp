@@ -1,6 +1,6 @@
-#include "WorkerPoolStatusHandler.h"
+#include "handlers/admin/WorkerPoolStatusHandler.h"
 
-#include "AdminFixture.h"
+#include "tests/admin/AdminFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -8,14 +8,14 @@
 #include <string>
 #include <thread>
 
-#include "EventStore.h"
-#include "Job.h"
-#include "JobCreatedEvent.h"
-#include "JobKinds.h"
-#include "ObjectStore.h"
-#include "StoreChoice.h"
-#include "TempDirectory.h"
-#include "Vocabulary.h"
+#include "Core/src/Job.h"
+#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
+#include "tests/stores/TempDirectory.h"
 
 namespace TestSupport {
 

@@ -8,8 +8,8 @@
 #include <mutex>
 #include <string>
 
-#include "FunctionHandlers.h"
-#include "InProcessBus.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
+#include "tests/messaging/FunctionHandlers.h"
 
 namespace TestSupport {
 

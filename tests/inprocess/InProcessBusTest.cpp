@@ -1,4 +1,4 @@
-#include "InProcessBus.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "BusStories.h"
-#include "HandlerErrors.h"
+#include "platform/messaging/HandlerErrors.h"
+#include "tests/inprocess/BusStories.h"
 
 namespace PlatformAbstraction::Messaging {
 namespace {

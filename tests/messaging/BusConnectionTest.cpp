@@ -1,12 +1,12 @@
-#include "BusConnection.h"
+#include "platform/messaging/BusConnection.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 
-#include "DeploymentMode.h"
-#include "FunctionHandlers.h"
+#include "platform/messaging/DeploymentMode.h"
+#include "tests/messaging/FunctionHandlers.h"
 
 namespace PlatformAbstraction::Messaging {
 namespace {

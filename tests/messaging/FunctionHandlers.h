@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "ServiceInfo.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace TestSupport {
 

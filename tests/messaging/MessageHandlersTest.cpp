@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "FunctionHandlers.h"
-#include "HandlerErrors.h"
-#include "HandlerInvocation.h"
+#include "platform/messaging/HandlerErrors.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "tests/messaging/FunctionHandlers.h"
 
 namespace PlatformAbstraction::Messaging {
 namespace {

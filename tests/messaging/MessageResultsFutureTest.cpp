@@ -1,4 +1,4 @@
-#include "MessageResultsFuture.h"
+#include "platform/messaging/MessageResultsFuture.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <limits>
 #include <thread>
 
-#include "BlockingRegion.h"
+#include "base/concurrency/BlockingRegion.h"
 
 namespace PlatformAbstraction::Messaging {
 namespace {

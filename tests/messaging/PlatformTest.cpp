@@ -1,4 +1,4 @@
-#include "PlatformIdentifiers.h"
+#include "platform/messaging/PlatformIdentifiers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,9 +8,9 @@
 #include <map>
 #include <tuple>
 
-#include "ConfigurationStore.h"
-#include "DeploymentMode.h"
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/messaging/DeploymentMode.h"
 
 namespace PlatformAbstraction {
 namespace {

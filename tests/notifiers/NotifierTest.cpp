@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "CompositeNotifier.h"
-#include "ConsoleCapture.h"
-#include "ConsoleNotifier.h"
-#include "MakeNotifier.h"
-#include "SafeNotifier.h"
+#include "platform/notifiers/CompositeNotifier.h"
+#include "platform/notifiers/ConsoleNotifier.h"
+#include "platform/notifiers/MakeNotifier.h"
+#include "platform/notifiers/SafeNotifier.h"
+#include "tests/support/ConsoleCapture.h"
 
 namespace PlatformAbstraction {
 namespace {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace {
 

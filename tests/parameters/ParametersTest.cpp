@@ -1,4 +1,4 @@
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

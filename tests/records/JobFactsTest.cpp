@@ -4,9 +4,9 @@
 
 #include <map>
 
-#include "JobCreatedEvent.h"
-#include "JobKinds.h"
-#include "TimeText.h"
+#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/TimeText.h"
 
 namespace Weftline::DataModel {
 namespace {

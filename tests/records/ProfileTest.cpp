@@ -4,8 +4,8 @@
 #include <string>
 #include <tuple>
 
-#include "ProfileEntity.h"
-#include "ProfileValues.h"
+#include "Core/src/ProfileEntity.h"
+#include "Core/src/ProfileValues.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

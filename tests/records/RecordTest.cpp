@@ -1,4 +1,4 @@
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "BuildFromRecord.h"
-#include "Job.h"
-#include "Profile.h"
+#include "Core/src/BuildFromRecord.h"
+#include "Core/src/Job.h"
+#include "Core/src/Profile.h"
 
 namespace Weftline::DataModel {
 namespace {

@@ -1,4 +1,4 @@
-#include "StructureFields.h"
+#include "Core/src/StructureFields.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "GatewayFixture.h"
+#include "tests/rest/GatewayFixture.h"
 
 namespace PlatformAbstraction::Rest {
 namespace {

@@ -1,4 +1,4 @@
-#include "FakeSink.h"
+#include "tests/rest/FakeSink.h"
 
 #include <chrono>
 #include <stdexcept>

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <string>
 
-#include "MessageSink.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageSink.h"
 
 namespace PlatformAbstraction::Rest {
 

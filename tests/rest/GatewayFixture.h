@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "FakeSink.h"
-#include "RawClient.h"
-#include "RegistrationParams.h"
-#include "RestGateway.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/rest/RestGateway.h"
+#include "tests/rest/FakeSink.h"
+#include "tests/rest/RawClient.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <thread>
 
-#include "GatewayFixture.h"
+#include "tests/rest/GatewayFixture.h"
 
 namespace PlatformAbstraction::Rest {
 namespace {

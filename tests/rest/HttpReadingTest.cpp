@@ -7,9 +7,9 @@
 #include <tuple>
 #include <vector>
 
-#include "ChunkedBody.h"
-#include "RequestHead.h"
-#include "RequestTarget.h"
+#include "platform/rest/ChunkedBody.h"
+#include "platform/rest/RequestHead.h"
+#include "platform/rest/RequestTarget.h"
 
 namespace PlatformAbstraction::Rest {
 namespace {

@@ -1,4 +1,4 @@
-#include "RawClient.h"
+#include "tests/rest/RawClient.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Rest {
 

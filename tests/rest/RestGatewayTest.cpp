@@ -1,4 +1,4 @@
-#include "RestGateway.h"
+#include "platform/rest/RestGateway.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "GatewayFixture.h"
+#include "tests/rest/GatewayFixture.h"
 
 namespace PlatformAbstraction::Rest {
 namespace {

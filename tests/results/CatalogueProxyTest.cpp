@@ -1,12 +1,12 @@
 #include <stdexcept>
 
-#include "GetAudioFormatsMsg.h"
-#include "GetColorSpacesMsg.h"
-#include "GetExportTypesMsg.h"
-#include "GetMediaCreationTypesMsg.h"
-#include "GetS3DModesMsg.h"
-#include "GetVideoFormatsMsg.h"
-#include "ResultsFixture.h"
+#include "handlers/results/GetAudioFormatsMsg.h"
+#include "handlers/results/GetColorSpacesMsg.h"
+#include "handlers/results/GetExportTypesMsg.h"
+#include "handlers/results/GetMediaCreationTypesMsg.h"
+#include "handlers/results/GetS3DModesMsg.h"
+#include "handlers/results/GetVideoFormatsMsg.h"
+#include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -1,6 +1,6 @@
-#include "GetProfilesHandler.h"
-#include "GetUniqueExportPluginsHandler.h"
-#include "ResultsFixture.h"
+#include "handlers/results/GetProfilesHandler.h"
+#include "handlers/results/GetUniqueExportPluginsHandler.h"
+#include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -1,7 +1,7 @@
-#include "FindAudioFormatsHandler.h"
-#include "FindExportTypesHandler.h"
-#include "FindVideoFormatsHandler.h"
-#include "ResultsFixture.h"
+#include "handlers/results/FindAudioFormatsHandler.h"
+#include "handlers/results/FindExportTypesHandler.h"
+#include "handlers/results/FindVideoFormatsHandler.h"
+#include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

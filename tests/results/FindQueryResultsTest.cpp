@@ -1,7 +1,7 @@
-#include "FindMobIDsFromContainerHandler.h"
-#include "FindSourceAvailabilityHandler.h"
-#include "FindSuitableMastersHandler.h"
-#include "ResultsFixture.h"
+#include "handlers/results/FindMobIDsFromContainerHandler.h"
+#include "handlers/results/FindSourceAvailabilityHandler.h"
+#include "handlers/results/FindSuitableMastersHandler.h"
+#include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -1,4 +1,4 @@
-#include "ResultPage.h"
+#include "handlers/results/ResultPage.h"
 
 #include <gtest/gtest.h>
 

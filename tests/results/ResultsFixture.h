@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HandlerFixture.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "FakeSink.h"
-#include "HandlerFixture.h"
-#include "RawClient.h"
-#include "RestGateway.h"
-#include "RouteTable.h"
-#include "SchedulerService.h"
-#include "ServiceInfo.h"
+#include "platform/messaging/ServiceInfo.h"
+#include "platform/rest/RestGateway.h"
+#include "platform/rest/RouteTable.h"
+#include "service/SchedulerService.h"
+#include "tests/rest/FakeSink.h"
+#include "tests/rest/RawClient.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "service/CommandLine.h"
 
 #include <gtest/gtest.h>
 

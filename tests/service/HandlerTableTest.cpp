@@ -1,9 +1,9 @@
 #include <map>
 #include <set>
 
-#include "HandlerFixture.h"
-#include "SchedulerService.h"
-#include "ServiceInfo.h"
+#include "platform/messaging/ServiceInfo.h"
+#include "service/SchedulerService.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -1,4 +1,4 @@
-#include "OptionParser.h"
+#include "service/OptionParser.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,9 +7,9 @@
 #include <boost/program_options/variables_map.hpp>
 #include <iostream>
 
-#include "BaseOptions.h"
-#include "ConsoleCapture.h"
-#include "EnvironmentVariable.h"
+#include "service/BaseOptions.h"
+#include "tests/service/EnvironmentVariable.h"
+#include "tests/support/ConsoleCapture.h"
 
 namespace Weftline::Services {
 namespace {

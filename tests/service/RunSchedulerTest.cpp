@@ -1,4 +1,4 @@
-#include "RunScheduler.h"
+#include "service/RunScheduler.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,15 +7,15 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "ConfigurationStore.h"
-#include "ConsoleCapture.h"
-#include "DeploymentMode.h"
-#include "EnvironmentVariable.h"
-#include "EventStore.h"
-#include "ObjectStore.h"
-#include "ScriptedService.h"
-#include "StoreSuffix.h"
-#include "TempDirectory.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/messaging/DeploymentMode.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "service/StoreSuffix.h"
+#include "tests/service/EnvironmentVariable.h"
+#include "tests/service/ScriptedService.h"
+#include "tests/stores/TempDirectory.h"
+#include "tests/support/ConsoleCapture.h"
 
 namespace Weftline::Services {
 namespace {

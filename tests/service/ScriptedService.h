@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "BusConnection.h"
-#include "FakeBusMessaging.h"
-#include "FunctionHandlers.h"
-#include "ServiceBase.h"
-#include "ServiceInfoApi.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/ServiceInfoApi.h"
+#include "service/ServiceBase.h"
+#include "tests/messaging/FunctionHandlers.h"
+#include "tests/support/FakeBusMessaging.h"
 
 namespace Weftline::Services {
 

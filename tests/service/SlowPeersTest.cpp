@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include "BlockingRegion.h"
-#include "BusStories.h"
-#include "HandlerFixture.h"
-#include "RawClient.h"
-#include "RestGateway.h"
-#include "SchedulerService.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "base/concurrency/BlockingRegion.h"
+#include "platform/rest/RestGateway.h"
+#include "service/SchedulerService.h"
+#include "tests/inprocess/BusStories.h"
+#include "tests/rest/RawClient.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -1,4 +1,4 @@
-#include "BusSettings.h"
+#include "platform/standalone/BusSettings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "StandaloneTransport.h"
+#include "platform/standalone/StandaloneTransport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,10 +12,10 @@
 #include <string>
 #include <utility>
 
-#include "BusConnection.h"
-#include "ConfigurationStore.h"
-#include "FunctionHandlers.h"
-#include "RawClient.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "tests/messaging/FunctionHandlers.h"
+#include "tests/rest/RawClient.h"
 
 namespace PlatformAbstraction::Standalone {
 namespace {

@@ -7,9 +7,9 @@
 #include <fstream>
 #include <thread>
 
-#include "EmbeddedFixture.h"
-#include "ObjectStoreException.h"
-#include "ReadConnection.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/sqlite/ReadConnection.h"
+#include "tests/stores/EmbeddedFixture.h"
 
 namespace {
 

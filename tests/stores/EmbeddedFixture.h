@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "EmbeddedStore.h"
-#include "EventLog.h"
-#include "ForeignProgram.h"
-#include "RecordStore.h"
-#include "SqliteOptions.h"
-#include "StoreSubjects.h"
-#include "TempDirectory.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/EmbeddedStore.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
+#include "tests/stores/ForeignProgram.h"
+#include "tests/stores/StoreSubjects.h"
+#include "tests/stores/TempDirectory.h"
 
 /// An embedded store in a directory of the test's own, which can be closed and opened anew.
 class EmbeddedFixture : public testing::Test {

@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <thread>
 
-#include "EmbeddedFixture.h"
-#include "FakeEventLog.h"
-#include "FaultyDisk.h"
-#include "ObjectStoreException.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "tests/stores/EmbeddedFixture.h"
+#include "tests/stores/FaultyDisk.h"
+#include "tests/support/FakeEventLog.h"
 
 namespace {
 

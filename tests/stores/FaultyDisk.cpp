@@ -1,4 +1,4 @@
-#include "FaultyDisk.h"
+#include "tests/stores/FaultyDisk.h"
 
 #include <sqlite3.h>
 

@@ -1,4 +1,4 @@
-#include "ForeignProgram.h"
+#include "tests/stores/ForeignProgram.h"
 
 #include <sqlite3.h>
 

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ConfigurationStore.h"
-#include "EventStore.h"
-#include "ObjectStore.h"
-#include "StoreSubjects.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/messaging/ConfigurationStore.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "tests/stores/StoreSubjects.h"
 
 namespace {
 

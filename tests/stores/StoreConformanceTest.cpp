@@ -8,7 +8,7 @@
 #include <thread>
 #include <tuple>
 
-#include "StoreSubjects.h"
+#include "tests/stores/StoreSubjects.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "StoreSubjects.h"
+#include "tests/stores/StoreSubjects.h"
 
-#include "EmbeddedStore.h"
-#include "FakeEventLog.h"
-#include "FakeRecordStore.h"
+#include "platform/stores/sqlite/EmbeddedStore.h"
+#include "tests/support/FakeEventLog.h"
+#include "tests/support/FakeRecordStore.h"
 
 const std::vector<StoreFactory>& StoreFactories() {
     static const auto makeEmbedded = [] {

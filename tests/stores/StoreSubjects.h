@@ -5,9 +5,9 @@
 #include <ostream>
 #include <string>
 
-#include "EventLog.h"
-#include "RecordStore.h"
-#include "TempDirectory.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/RecordStore.h"
+#include "tests/stores/TempDirectory.h"
 
 /// An implementation under test, with what it stands on.
 struct StoreSubject {

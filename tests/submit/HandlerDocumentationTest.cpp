@@ -1,7 +1,7 @@
-#include "HandlerDocumentation.h"
+#include "handlers/support/HandlerDocumentation.h"
 
-#include "EmbeddedResources.h"
-#include "SubmitFixture.h"
+#include "resources/EmbeddedResources.h"
+#include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {
 namespace {

@@ -1,8 +1,8 @@
-#include "IdentityLookup.h"
+#include "handlers/submit/IdentityLookup.h"
 
 #include <stdexcept>
 
-#include "SubmitFixture.h"
+#include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {
 namespace {

@@ -1,7 +1,7 @@
-#include "SubmitConsolidateHandler.h"
-#include "SubmitFixture.h"
-#include "SubmitProxyCreationHandler.h"
-#include "SubmitTranscodeHandler.h"
+#include "handlers/submit/SubmitConsolidateHandler.h"
+#include "handlers/submit/SubmitProxyCreationHandler.h"
+#include "handlers/submit/SubmitTranscodeHandler.h"
+#include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {
 namespace {

@@ -1,5 +1,5 @@
-#include "ObjectStoreException.h"
-#include "SubmitFixture.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <iostream>
 
-#include "ConsoleCapture.h"
-#include "HandlerFixture.h"
-#include "SubmitJobHandler.h"
+#include "handlers/submit/SubmitJobHandler.h"
+#include "tests/support/ConsoleCapture.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Weftline::Services {
 

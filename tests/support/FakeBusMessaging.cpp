@@ -1,4 +1,4 @@
-#include "FakeBusMessaging.h"
+#include "tests/support/FakeBusMessaging.h"
 
 #include <utility>
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "BusMessaging.h"
+#include "platform/messaging/BusMessaging.h"
 
 namespace TestSupport {
 

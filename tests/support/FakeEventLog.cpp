@@ -1,4 +1,4 @@
-#include "FakeEventLog.h"
+#include "tests/support/FakeEventLog.h"
 
 #include <algorithm>
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "EventLog.h"
-#include "FakeRecordStore.h"
+#include "platform/stores/EventLog.h"
+#include "tests/support/FakeRecordStore.h"
 
 namespace TestSupport {
 

@@ -1,9 +1,9 @@
-#include "FakeRecordStore.h"
+#include "tests/support/FakeRecordStore.h"
 
 #include <algorithm>
 
-#include "ObjectStoreException.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace TestSupport {
 

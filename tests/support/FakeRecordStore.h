@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "RecordStore.h"
+#include "platform/stores/RecordStore.h"
 
 namespace TestSupport {
 

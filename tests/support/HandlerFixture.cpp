@@ -1,9 +1,9 @@
-#include "HandlerFixture.h"
+#include "tests/support/HandlerFixture.h"
 
 #include <exception>
 #include <utility>
 
-#include "ServiceInfoApi.h"
+#include "platform/messaging/ServiceInfoApi.h"
 
 namespace TestSupport {
 

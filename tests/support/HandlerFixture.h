@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "BusConnection.h"
-#include "FakeBusMessaging.h"
-#include "MessageContext.h"
-#include "Parameters.h"
-#include "ServiceMessageHandler.h"
-#include "ServiceMessageHandlerV2.h"
-#include "StoresInPlace.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/BusConnection.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/ServiceMessageHandler.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "tests/support/FakeBusMessaging.h"
+#include "tests/support/StoresInPlace.h"
 
 namespace TestSupport {
 

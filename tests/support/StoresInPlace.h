@@ -2,10 +2,10 @@
 
 #include <memory>
 
-#include "EventStore.h"
-#include "FakeEventLog.h"
-#include "FakeRecordStore.h"
-#include "ObjectStore.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
+#include "tests/support/FakeEventLog.h"
+#include "tests/support/FakeRecordStore.h"
 
 namespace TestSupport {
 

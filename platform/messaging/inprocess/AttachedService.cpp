@@ -1,9 +1,9 @@
-#include "AttachedService.h"
+#include "platform/messaging/inprocess/AttachedService.h"
 
 #include <utility>
 
-#include "InProcessMessaging.h"
-#include "ServiceDirectory.h"
+#include "platform/messaging/inprocess/InProcessMessaging.h"
+#include "platform/messaging/inprocess/ServiceDirectory.h"
 
 namespace PlatformAbstraction::Messaging {
 

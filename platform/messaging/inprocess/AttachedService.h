@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "BusMessaging.h"
-#include "MessageSink.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageSink.h"
 
 namespace PlatformAbstraction::Messaging {
 

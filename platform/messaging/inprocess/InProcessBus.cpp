@@ -1,10 +1,10 @@
-#include "InProcessBus.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
 
 #include <stdexcept>
 #include <utility>
 
-#include "InProcessMessaging.h"
-#include "ServiceDirectory.h"
+#include "platform/messaging/inprocess/InProcessMessaging.h"
+#include "platform/messaging/inprocess/ServiceDirectory.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <memory>
 
-#include "AttachedService.h"
-#include "InProcessBusSettings.h"
-#include "ServiceInfo.h"
+#include "platform/messaging/ServiceInfo.h"
+#include "platform/messaging/inprocess/AttachedService.h"
+#include "platform/messaging/inprocess/InProcessBusSettings.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,10 +1,10 @@
-#include "InProcessMessaging.h"
+#include "platform/messaging/inprocess/InProcessMessaging.h"
 
 #include <string>
 #include <utility>
 
-#include "HandlerInvocation.h"
-#include "ServiceDirectory.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/inprocess/ServiceDirectory.h"
 
 namespace PlatformAbstraction::Messaging {
 

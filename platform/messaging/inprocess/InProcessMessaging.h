@@ -3,8 +3,8 @@
 #include <memory>
 #include <optional>
 
-#include "BusMessaging.h"
-#include "QueuedMessage.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/inprocess/QueuedMessage.h"
 
 namespace PlatformAbstraction::Messaging {
 

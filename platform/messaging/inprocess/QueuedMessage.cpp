@@ -1,10 +1,10 @@
-#include "QueuedMessage.h"
+#include "platform/messaging/inprocess/QueuedMessage.h"
 
 #include <exception>
 #include <string>
 #include <utility>
 
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -4,9 +4,9 @@
 #include <memory>
 #include <variant>
 
-#include "MessageResultsFuture.h"
-#include "MessageSink.h"
-#include "Parameters.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageResultsFuture.h"
+#include "platform/messaging/MessageSink.h"
 
 namespace PlatformAbstraction::Messaging {
 

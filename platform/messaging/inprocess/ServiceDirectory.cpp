@@ -1,4 +1,4 @@
-#include "ServiceDirectory.h"
+#include "platform/messaging/inprocess/ServiceDirectory.h"
 
 #include <algorithm>
 #include <stdexcept>

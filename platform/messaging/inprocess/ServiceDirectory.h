@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "InProcessBusSettings.h"
-#include "ServiceEndpoint.h"
+#include "platform/messaging/inprocess/InProcessBusSettings.h"
+#include "platform/messaging/inprocess/ServiceEndpoint.h"
 
 namespace PlatformAbstraction::Messaging {
 

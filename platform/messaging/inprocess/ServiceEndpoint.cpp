@@ -1,11 +1,11 @@
-#include "ServiceEndpoint.h"
+#include "platform/messaging/inprocess/ServiceEndpoint.h"
 
 #include <utility>
 #include <vector>
 
-#include "HandlerInvocation.h"
-#include "InProcessMessaging.h"
-#include "PlatformLog.h"
+#include "base/log/PlatformLog.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/inprocess/InProcessMessaging.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <unordered_map>
 
-#include "InProcessBusSettings.h"
-#include "QueuedMessage.h"
-#include "ServiceInfo.h"
-#include "WorkerPool.h"
+#include "platform/messaging/ServiceInfo.h"
+#include "platform/messaging/inprocess/InProcessBusSettings.h"
+#include "platform/messaging/inprocess/QueuedMessage.h"
+#include "platform/messaging/inprocess/WorkerPool.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,11 +1,11 @@
-#include "WorkerPool.h"
+#include "platform/messaging/inprocess/WorkerPool.h"
 
 #include <exception>
 #include <string>
 #include <utility>
 
-#include "MemoryWatch.h"
-#include "PlatformLog.h"
+#include "base/concurrency/MemoryWatch.h"
+#include "base/log/PlatformLog.h"
 
 namespace PlatformAbstraction::Messaging {
 

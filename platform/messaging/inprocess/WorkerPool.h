@@ -12,10 +12,10 @@
 #include <thread>
 #include <vector>
 
-#include "BlockingRegion.h"
-#include "InProcessBusSettings.h"
-#include "MessageSink.h"
-#include "QueuedMessage.h"
+#include "base/concurrency/BlockingRegion.h"
+#include "platform/messaging/MessageSink.h"
+#include "platform/messaging/inprocess/InProcessBusSettings.h"
+#include "platform/messaging/inprocess/QueuedMessage.h"
 
 namespace PlatformAbstraction::Messaging {
 

@@ -1,8 +1,8 @@
-#include "Connection.h"
+#include "platform/stores/sqlite/Connection.h"
 
 #include <sqlite3.h>
 
-#include "JoinedWrites.h"
+#include "platform/stores/sqlite/JoinedWrites.h"
 
 namespace CommonServices::Sqlite {
 

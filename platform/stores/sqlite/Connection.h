@@ -2,7 +2,7 @@
 
 #include <SQLiteCpp/Database.h>
 
-#include "SqliteOptions.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace CommonServices::Sqlite {
 

@@ -1,13 +1,13 @@
-#include "EmbeddedStore.h"
+#include "platform/stores/sqlite/EmbeddedStore.h"
 
 #include <SQLiteCpp/Exception.h>
 #include <sqlite3.h>
 
 #include <filesystem>
 
-#include "ObjectStoreException.h"
-#include "SqliteEventLog.h"
-#include "SqliteRecordStore.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/sqlite/SqliteEventLog.h"
+#include "platform/stores/sqlite/SqliteRecordStore.h"
 
 namespace CommonServices {
 

@@ -1,6 +1,6 @@
-#include "EventSignal.h"
+#include "platform/stores/sqlite/EventSignal.h"
 
-#include "BlockingRegion.h"
+#include "base/concurrency/BlockingRegion.h"
 
 namespace CommonServices::Sqlite {
 

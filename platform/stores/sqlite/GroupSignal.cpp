@@ -1,4 +1,4 @@
-#include "GroupSignal.h"
+#include "platform/stores/sqlite/GroupSignal.h"
 
 #include <linux/futex.h>
 #include <sys/syscall.h>

@@ -1,4 +1,4 @@
-#include "JoinedWrites.h"
+#include "platform/stores/sqlite/JoinedWrites.h"
 
 #include <sqlite3.h>
 
@@ -8,7 +8,7 @@
 #include <new>
 #include <vector>
 
-#include "ObjectStoreException.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace CommonServices::Sqlite {
 

@@ -1,4 +1,4 @@
-#include "LogKeeper.h"
+#include "platform/stores/sqlite/LogKeeper.h"
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Exception.h>
@@ -9,9 +9,9 @@
 #include <chrono>
 #include <system_error>
 
-#include "Connection.h"
-#include "StoreFile.h"
-#include "WriteConnection.h"
+#include "platform/stores/sqlite/Connection.h"
+#include "platform/stores/sqlite/StoreFile.h"
+#include "platform/stores/sqlite/WriteConnection.h"
 
 namespace CommonServices::Sqlite {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "SqliteOptions.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace SQLite {
 class Database;

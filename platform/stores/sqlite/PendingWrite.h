@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "WriteConnection.h"
+#include "platform/stores/sqlite/WriteConnection.h"
 
 namespace CommonServices::Sqlite {
 

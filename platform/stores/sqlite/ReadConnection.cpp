@@ -1,4 +1,4 @@
-#include "ReadConnection.h"
+#include "platform/stores/sqlite/ReadConnection.h"
 
 #include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Statement.h>
@@ -6,9 +6,9 @@
 
 #include <map>
 
-#include "Connection.h"
-#include "RecordRow.h"
-#include "SqliteLayout.h"
+#include "platform/stores/sqlite/Connection.h"
+#include "platform/stores/sqlite/RecordRow.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "EventLog.h"
-#include "SqliteOptions.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace CommonServices::Sqlite {
 

@@ -1,8 +1,8 @@
-#include "ReaderPool.h"
+#include "platform/stores/sqlite/ReaderPool.h"
 
 #include <utility>
 
-#include "BlockingRegion.h"
+#include "base/concurrency/BlockingRegion.h"
 
 namespace CommonServices::Sqlite {
 

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "ReadConnection.h"
+#include "platform/stores/sqlite/ReadConnection.h"
 
 namespace CommonServices::Sqlite {
 

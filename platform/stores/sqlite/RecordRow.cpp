@@ -1,4 +1,4 @@
-#include "RecordRow.h"
+#include "platform/stores/sqlite/RecordRow.h"
 
 #include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Exception.h>

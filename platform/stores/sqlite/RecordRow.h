@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
 
 namespace SQLite {
 class Statement;

@@ -1,4 +1,4 @@
-#include "SqliteEventLog.h"
+#include "platform/stores/sqlite/SqliteEventLog.h"
 
 #include <SQLiteCpp/Exception.h>
 
@@ -6,7 +6,7 @@
 #include <limits>
 #include <utility>
 
-#include "ObjectStoreException.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace CommonServices::Sqlite {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "EventLog.h"
-#include "SqliteFile.h"
+#include "platform/stores/EventLog.h"
+#include "platform/stores/sqlite/SqliteFile.h"
 
 namespace CommonServices::Sqlite {
 

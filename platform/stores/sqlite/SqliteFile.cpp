@@ -1,6 +1,6 @@
-#include "SqliteFile.h"
+#include "platform/stores/sqlite/SqliteFile.h"
 
-#include "SqliteLayout.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
 

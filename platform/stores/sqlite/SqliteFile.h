@@ -4,10 +4,10 @@
 #include <set>
 #include <string>
 
-#include "EventSignal.h"
-#include "ReaderPool.h"
-#include "SqliteWriter.h"
-#include "StoreFile.h"
+#include "platform/stores/sqlite/EventSignal.h"
+#include "platform/stores/sqlite/ReaderPool.h"
+#include "platform/stores/sqlite/SqliteWriter.h"
+#include "platform/stores/sqlite/StoreFile.h"
 
 namespace CommonServices::Sqlite {
 

@@ -1,4 +1,4 @@
-#include "SqliteLayout.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
@@ -6,8 +6,8 @@
 
 #include <algorithm>
 
-#include "ObjectStoreException.h"
-#include "Vocabulary.h"
+#include "Core/src/Vocabulary.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace CommonServices::Sqlite {
 

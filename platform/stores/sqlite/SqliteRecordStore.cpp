@@ -1,12 +1,12 @@
-#include "SqliteRecordStore.h"
+#include "platform/stores/sqlite/SqliteRecordStore.h"
 
 #include <SQLiteCpp/Exception.h>
 
 #include <algorithm>
 #include <utility>
 
-#include "ObjectStoreException.h"
-#include "SqliteEventLog.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/sqlite/SqliteEventLog.h"
 
 namespace CommonServices::Sqlite {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "RecordStore.h"
-#include "SqliteFile.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/SqliteFile.h"
 
 namespace CommonServices::Sqlite {
 

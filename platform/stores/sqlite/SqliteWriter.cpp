@@ -1,14 +1,14 @@
-#include "SqliteWriter.h"
+#include "platform/stores/sqlite/SqliteWriter.h"
 
 #include <SQLiteCpp/Exception.h>
 #include <sqlite3.h>
 
 #include <system_error>
 
-#include "BlockingRegion.h"
-#include "Failpoint.h"
-#include "ObjectStoreException.h"
-#include "PlatformLog.h"
+#include "base/concurrency/BlockingRegion.h"
+#include "base/failpoint/Failpoint.h"
+#include "base/log/PlatformLog.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace CommonServices::Sqlite {
 

@@ -7,11 +7,11 @@
 #include <string>
 #include <thread>
 
-#include "EventSignal.h"
-#include "LogKeeper.h"
-#include "StoreFile.h"
-#include "WriteConnection.h"
-#include "WriteQueue.h"
+#include "platform/stores/sqlite/EventSignal.h"
+#include "platform/stores/sqlite/LogKeeper.h"
+#include "platform/stores/sqlite/StoreFile.h"
+#include "platform/stores/sqlite/WriteConnection.h"
+#include "platform/stores/sqlite/WriteQueue.h"
 
 namespace CommonServices::Sqlite {
 

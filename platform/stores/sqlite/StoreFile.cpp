@@ -1,4 +1,4 @@
-#include "StoreFile.h"
+#include "platform/stores/sqlite/StoreFile.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <system_error>
 
-#include "ObjectStoreException.h"
-#include "SqliteLayout.h"
+#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
 

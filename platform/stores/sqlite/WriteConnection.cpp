@@ -1,4 +1,4 @@
-#include "WriteConnection.h"
+#include "platform/stores/sqlite/WriteConnection.h"
 
 #include <SQLiteCpp/Statement.h>
 #include <sqlite3.h>
@@ -6,12 +6,12 @@
 #include <optional>
 #include <thread>
 
-#include "Connection.h"
-#include "Failpoint.h"
-#include "FreeMemory.h"
-#include "JoinedWrites.h"
-#include "RecordRow.h"
-#include "SqliteLayout.h"
+#include "base/concurrency/FreeMemory.h"
+#include "base/failpoint/Failpoint.h"
+#include "platform/stores/sqlite/Connection.h"
+#include "platform/stores/sqlite/JoinedWrites.h"
+#include "platform/stores/sqlite/RecordRow.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
 

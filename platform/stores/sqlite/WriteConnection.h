@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "SqliteOptions.h"
-#include "wf_Record.h"
+#include "Core/src/wf_Record.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace CommonServices::Sqlite {
 

@@ -1,8 +1,8 @@
-#include "WriteQueue.h"
+#include "platform/stores/sqlite/WriteQueue.h"
 
 #include <utility>
 
-#include "BlockingRegion.h"
+#include "base/concurrency/BlockingRegion.h"
 
 namespace CommonServices::Sqlite {
 

@@ -8,8 +8,8 @@
 #include <mutex>
 #include <vector>
 
-#include "GroupSignal.h"
-#include "PendingWrite.h"
+#include "platform/stores/sqlite/GroupSignal.h"
+#include "platform/stores/sqlite/PendingWrite.h"
 
 namespace CommonServices::Sqlite {
 

@@ -1,14 +1,14 @@
-#include "Coordinator.h"
+#include "farm/coordinator/Coordinator.h"
 
 #include <map>
 #include <mutex>
 
-#include "BusStories.h"
-#include "CoordinatorService.h"
-#include "FarmFixture.h"
-#include "FarmProtocol.h"
-#include "KeptPosition.h"
-#include "StoresInPlace.h"
+#include "farm/coordinator/CoordinatorService.h"
+#include "farm/coordinator/KeptPosition.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "tests/farm/FarmFixture.h"
+#include "tests/inprocess/BusStories.h"
+#include "tests/support/StoresInPlace.h"
 
 namespace Quillon::Farm {
 namespace {

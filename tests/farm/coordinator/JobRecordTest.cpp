@@ -1,9 +1,9 @@
-#include "JobRecord.h"
+#include "farm/coordinator/JobRecord.h"
 
 #include <gtest/gtest.h>
 
-#include "JobKinds.h"
-#include "Vocabulary.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -3,12 +3,12 @@
 #include <string>
 #include <vector>
 
-#include "HandlerErrors.h"
-#include "JobKinds.h"
-#include "OpenOffsets.h"
-#include "Vocabulary.h"
-#include "WorkQueue.h"
-#include "WorkerRoster.h"
+#include "Core/src/JobKinds.h"
+#include "Core/src/Vocabulary.h"
+#include "farm/coordinator/OpenOffsets.h"
+#include "farm/coordinator/WorkQueue.h"
+#include "farm/coordinator/WorkerRoster.h"
+#include "platform/messaging/HandlerErrors.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -1,9 +1,9 @@
-#include "IdentityService.h"
+#include "farm/iam/IdentityService.h"
 
 #include <gtest/gtest.h>
 
-#include "HandlerFixture.h"
-#include "HandlerInvocation.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "tests/support/HandlerFixture.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -1,11 +1,11 @@
-#include "JobIndex.h"
+#include "farm/jobmonitor/JobIndex.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <fstream>
 
-#include "TempDirectory.h"
+#include "tests/stores/TempDirectory.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -5,12 +5,12 @@
 #include <thread>
 #include <vector>
 
-#include "BusStories.h"
-#include "FarmFixture.h"
-#include "JobAnswer.h"
-#include "JobDirectory.h"
-#include "JobManager.h"
-#include "JobMonitorService.h"
+#include "farm/jobmonitor/JobAnswer.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/jobmonitor/JobMonitorService.h"
+#include "platform/jobmanager/JobManager.h"
+#include "tests/farm/FarmFixture.h"
+#include "tests/inprocess/BusStories.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -1,4 +1,4 @@
-#include "Catalogue.h"
+#include "farm/workers/Catalogue.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "Catalogues.h"
-#include "TempDirectory.h"
+#include "farm/workers/Catalogues.h"
+#include "tests/stores/TempDirectory.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -2,8 +2,8 @@
 #include <utility>
 #include <vector>
 
-#include "MediaWorkerService.h"
-#include "WorkerFixture.h"
+#include "farm/workers/MediaWorkerService.h"
+#include "tests/farm/workers/WorkerFixture.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -1,9 +1,9 @@
-#include "MetadataWorkerService.h"
+#include "farm/workers/MetadataWorkerService.h"
 
 #include <iterator>
 #include <thread>
 
-#include "WorkerFixture.h"
+#include "tests/farm/workers/WorkerFixture.h"
 
 namespace Quillon::Farm {
 namespace {

@@ -8,11 +8,11 @@
 #include <string>
 #include <utility>
 
-#include "FakeBusMessaging.h"
-#include "HandlerFixture.h"
-#include "HandlerInvocation.h"
-#include "StoresInPlace.h"
-#include "WorkerSettings.h"
+#include "farm/workers/WorkerSettings.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "tests/support/FakeBusMessaging.h"
+#include "tests/support/HandlerFixture.h"
+#include "tests/support/StoresInPlace.h"
 
 namespace Quillon::Farm {
 

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "farm/workers/WorkerSettings.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/ServiceInfo.h"
+
+namespace Quillon::Farm {
+
+/// The metadata worker of the local farm, ready to be attached: it answers the six catalogue messages and
+/// carries out evaluations, metadata operations and queries, whose results it leaves in the object store.
+///
+/// `catalogueDirectory` holds catalogues to be used instead of those that are built in; it may be empty.
+/// Throws `std::runtime_error` that names the file when one of them cannot be used.
+std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeMetadataWorkerService(
+    const WorkerSettings& settings, const std::string& catalogueDirectory);
+
+/// Reports the workers in with the coordinator, which has to be on the bus already.
+void ReportMetadataWorkers(PlatformAbstraction::Messaging::BusMessaging& messaging, const std::string& realm);
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/ServiceMessageDispatch.h"
+
+namespace Weftline::Services::Scheduler {
+
+// Asks the coordinator of the realm and gives its whole answer. Fails as `MsgHandlersUtils::WaitForResult`
+// does, with a thrown `Parameters` for an error answer, and blocks as long. Any thread may call.
+
+/// Puts one request on its way.
+using SendRequestFunction =
+    std::function<std::shared_ptr<PlatformAbstraction::Messaging::MessageResultsFuture>(
+        const PlatformAbstraction::Messaging::ServiceMessageDispatch& dispatch)>;
+
+/// Asks over the bus that the message in hand came by.
+CoreServices::Parameters QueryCoordinatorService(
+    const std::shared_ptr<PlatformAbstraction::Messaging::MessageContext>& context, const std::string& realm,
+    const std::string& operation, const CoreServices::Parameters& parameters);
+
+CoreServices::Parameters QueryCoordinatorService(
+    const std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging>& busMessaging,
+    const std::string& realm, const std::string& operation, const CoreServices::Parameters& parameters);
+
+CoreServices::Parameters QueryCoordinatorService(const SendRequestFunction& sendRequest,
+                                                 const std::string& realm, const std::string& operation,
+                                                 const CoreServices::Parameters& parameters);
+
+}  // namespace Weftline::Services::Scheduler
