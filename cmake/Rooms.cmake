@@ -22,6 +22,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 reports null dereferences and dangling pointers inside its own library under -O2.
     target_compile_options(quillon_warnings INTERFACE -Wno-null-dereference -Wno-restrict
                            -Wlogical-op -Wduplicated-cond)
+else()
+    target_compile_options(quillon_warnings INTERFACE -Wthread-safety)
 endif()
 
 set(QUILLON_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, 'address,undefined' or 'thread'")
