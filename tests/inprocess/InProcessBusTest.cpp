@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <future>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -56,6 +57,36 @@ TEST(InProcessBus, RequestsAreAnsweredAndTheCallersContextTravels) {
     EXPECT_EQ(relayed, caller.toJSON());
     EXPECT_EQ(EndOf(*asking->GetMessaging()->SendRequest(To("asked", "whoAsks"))), "{}");
     EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("asked", "fail"))), "MY_CODE");
+}
+
+// Whoever is asked several times for the sake of one message can tell that it is one.
+TEST(InProcessBus, WhatAHandlerSendsCarriesTheMessageThatItHandles) {
+    std::mutex mutex;
+    std::vector<MessageId> parents;
+    const auto note = [&](const auto& request, const auto& context) {
+        const std::lock_guard lock(mutex);
+        parents.push_back(context->GetParentMessage());
+        return request;
+    };
+    const auto askTwice = [](const auto& request, const auto& context) {
+        const auto messaging = context->GetContextBusMessaging();
+        EndOf(*messaging->SendRequest(To("asked", "note")));
+        EndOf(*messaging->SendRequest(To("asked", "note")));
+        return request;
+    };
+    const auto bus = MakeBus();
+    bus->Attach(MakeService("asked", {{"note", note}}));
+    bus->Attach(MakeService("asking", {{"askTwice", askTwice}}));
+    const auto outside = bus->GetMessaging();
+    EXPECT_EQ(EndOf(*outside->SendRequest(To("asked", "note"))), "{}");
+    EXPECT_EQ(EndOf(*outside->SendRequest(To("asking", "askTwice"))), "{}");
+    EXPECT_EQ(EndOf(*outside->SendRequest(To("asking", "askTwice"))), "{}");
+    ASSERT_EQ(parents.size(), 5U);
+    EXPECT_TRUE(parents[0].IsEmpty());
+    EXPECT_FALSE(parents[1].IsEmpty());
+    EXPECT_EQ(parents[1], parents[2]);
+    EXPECT_EQ(parents[3], parents[4]);
+    EXPECT_FALSE(parents[1] == parents[3]);
 }
 
 TEST(InProcessBus, WhatIsNotThereIsToldAtOnce) {

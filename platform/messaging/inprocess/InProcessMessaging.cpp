@@ -50,8 +50,10 @@ std::shared_ptr<MessageResultsFuture> EndedFuture(std::optional<MessageAnswer> e
 }  // namespace
 
 InProcessMessaging::InProcessMessaging(std::shared_ptr<const ServiceDirectory> directory,
-                                       CoreServices::Parameters contextParameters)
-    : m_pDirectory(std::move(directory)), m_contextParameters(std::move(contextParameters)) {}
+                                       CoreServices::Parameters contextParameters, MessageId handled)
+    : m_pDirectory(std::move(directory)),
+      m_contextParameters(std::move(contextParameters)),
+      m_handled(handled) {}
 
 std::shared_ptr<MessageResultsFuture> InProcessMessaging::SendRequest(
     const ServiceMessageDispatch& dispatch) {
@@ -85,7 +87,10 @@ std::shared_ptr<MessageResultsFuture> InProcessMessaging::BroadcastNotification(
 
 std::unique_ptr<QueuedMessage> InProcessMessaging::MakeMessage(const ServiceMessageDispatch& dispatch,
                                                                QueuedMessage::Receiver receiver) const {
-    return std::make_unique<QueuedMessage>(dispatch.parameters, m_contextParameters, std::move(receiver));
+    auto message =
+        std::make_unique<QueuedMessage>(dispatch.parameters, m_contextParameters, std::move(receiver));
+    message->parent = m_handled;
+    return message;
 }
 
 std::optional<MessageAnswer> InProcessMessaging::Send(const ServiceMessageDispatch& dispatch,

@@ -12,11 +12,12 @@ class ServiceDirectory;
 
 /// Sends over the bus of one process. The messages carry the context tree that it was made with: the one of
 /// the message being answered, so that whoever is asked on a caller's behalf knows the caller, or an empty
-/// one. Outlives the bus; its messages then end with an error.
+/// one. `handled` is the message being answered, the parent of all that is sent. Outlives the bus; its
+/// messages then end with an error.
 class InProcessMessaging final : public BusMessaging {
 public:
     InProcessMessaging(std::shared_ptr<const ServiceDirectory> directory,
-                       CoreServices::Parameters contextParameters);
+                       CoreServices::Parameters contextParameters, MessageId handled = {});
 
     std::shared_ptr<MessageResultsFuture> SendRequest(const ServiceMessageDispatch& dispatch) override;
     std::shared_ptr<MessageResultsFuture> SendNotification(const ServiceMessageDispatch& dispatch) override;
@@ -32,6 +33,7 @@ private:
 
     const std::shared_ptr<const ServiceDirectory> m_pDirectory;
     const CoreServices::Parameters m_contextParameters;
+    const MessageId m_handled;
 };
 
 }  // namespace PlatformAbstraction::Messaging

@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageContext.h"
 #include "platform/messaging/MessageResultsFuture.h"
 #include "platform/messaging/MessageSink.h"
 
@@ -28,6 +29,7 @@ public:
 
     CoreServices::Parameters request;
     CoreServices::Parameters contextParameters;
+    MessageId parent;           ///< the message under whose handling it was sent
     std::size_t operation = 0;  ///< the place of the handler in the table of the service
     /// Sent by a handler at work that may wait for the answer: such a message is taken while the bus stops.
     bool isPartOfWorkUnderWay = false;

@@ -37,8 +37,10 @@ public:
 private:
     MessageAnswer AnswerOf(const Operation& operation, const QueuedMessage& message) const noexcept {
         try {
-            auto messaging = std::make_shared<InProcessMessaging>(m_pDirectory, message.contextParameters);
-            auto context = std::make_shared<MessageContext>(message.contextParameters, std::move(messaging));
+            auto messaging =
+                std::make_shared<InProcessMessaging>(m_pDirectory, message.contextParameters, NewMessageId());
+            auto context = std::make_shared<MessageContext>(message.contextParameters, std::move(messaging),
+                                                            message.parent);
             return operation.answer(message.request, std::move(context));
         } catch (...) {
             return AnswerOfCurrentException();
