@@ -1,24 +1,13 @@
 #include "farm/workers/MetadataTaskHandler.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
-#include "Core/src/JobKinds.h"
+#include "Core/src/SubmitOperations.h"
 #include "farm/workers/QueryAnswers.h"
 #include "farm/workers/SpendTime.h"
 
 namespace Quillon::Farm {
-
-namespace {
-
-bool IsEvaluation(std::string_view taskKind) {
-    const auto& operations = Weftline::SubmitOperations::kAll;
-    return std::any_of(operations.begin(), operations.end(),
-                       [taskKind](const auto& operation) { return operation.evalTaskKind == taskKind; });
-}
-
-}  // namespace
 
 MetadataTaskHandler::MetadataTaskHandler(WorkerSettings settings,
                                          std::shared_ptr<const Catalogues> catalogues,
@@ -30,7 +19,7 @@ MetadataTaskHandler::MetadataTaskHandler(WorkerSettings settings,
 // The results come last, so that a task that was stopped has left none.
 void MetadataTaskHandler::CarryOut(const Task& task,
                                    PlatformAbstraction::Messaging::BusMessaging& /*messaging*/) {
-    if (!IsEvaluation(task.kind)) {
+    if (Weftline::SubmitOperations::FindByEvalTaskKind(task.kind) == nullptr) {
         throw std::runtime_error("The metadata worker knows no task \"" + task.kind + "\".");
     }
     SpendTime(m_settings.taskTime, m_settings.stop);

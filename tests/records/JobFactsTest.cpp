@@ -34,8 +34,8 @@ TEST(TaskDisplayName, MatchesTheWholeTextOfATaskThatWorkersRun) {
         EXPECT_EQ(TaskDisplayName("orvik.quillon.task." + task), name) << task;
     }
     EXPECT_EQ(TaskDisplayName("transcode"), "");
-    for (const auto& operation : SubmitOperations::kAll) {
-        EXPECT_EQ(TaskDisplayName(operation.evalTaskKind), "") << operation.name;
+    for (const auto* operation : SubmitOperations::kAll) {
+        EXPECT_EQ(TaskDisplayName(operation->evalTaskKind), "") << operation->name;
     }
 }
 
