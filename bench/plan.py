@@ -26,6 +26,28 @@ def _submissions(store, title, wanted):
                   (_at_most(20),) if (store, connections) == (FRESH, 64) else (), max)
 
 
+def _turns():
+    """Of another build, and of this one beside it; only where another build was named."""
+    for connections in (1, 64):
+        label = "in turns, %d connection%s, " % (connections, "s" * (connections > 1))
+        for name, title, of in (("beside", "the other build", None), ("here", "this build", "beside-%d" % connections)):
+            name = "%s-%d" % (name, connections)
+            yield Row(label + title, name, "rate", "/s", (Wanted(None, of + ".rate"),) if of else (), statistics.median)
+            yield Row("  processor time a job", name, "cpu_us", "us", (Wanted(None, of + ".cpu_us"),) if of else (),
+                      statistics.median)
+
+
+def _hostile():
+    yield Row("honest submissions, 16 connections, 99 of 100 in", "hostile-0", "p99", "ms")
+    for number, bound in ((1, 2), (32, 4)):
+        yield Row("  beside %d of refused 4 MiB bodies" % number, "hostile-%d" % number, "p99", "ms",
+                  (_at_most(bound, "hostile-0.p99"),))
+    for name, title in (("parallel", "64 worst bodies at once"), ("unfinished", "4,000 unfinished bodies"),
+                        ("waiting", "64 worst bodies while the store waits")):
+        yield Row("memory, peak, " + title, "memory-" + name, "mb", "MB", (_at_most(400),))
+        yield Row("  above idle two seconds later", "memory-" + name, "left_mb", "MB", (_at_most(50),))
+
+
 def rows(jobs):
     large = "store of {:,} jobs".format(jobs)
     kept = {connections: (_at_least(0.9, "%s-%d.rate" % (FRESH, connections)),) for connections in CONNECTIONS}
@@ -40,11 +62,15 @@ def rows(jobs):
         Row("  all in one statement", "database-terse", "rate", "/s"),
         Row("peer: queue, beanstalkd", "queue", "rate", "/s"),
         Row("  99 of 100 answered in", "queue", "p99", "ms", (), max),
+        Row("peer: values in a log, Redis without HTTP", "values", "rate", "/s"),
+        Row("  99 of 100 answered in", "values", "p99", "ms", (), max),
         *_submissions(FRESH, "fresh store", {
             1: (_at_least(0.4, "disk.rate"),),
             64: (_at_least(4, "database-usual.rate"), _at_least(4, "queue.rate"), _at_least(0.25, "http.rate")),
             512: (_at_least(1, "fresh-64.rate"),)}),
         *_submissions(LARGE, large, kept),
+        *_turns(),
+        *_hostile(),
         Row("catalogue messages, 64 connections", "catalogue", "rate", "/s", (_at_least(0.4, "http.rate"),)),
         Row("  99 of 100 answered in", "catalogue", "p99", "ms", (), max),
         Row("find, first page of 10,000 formats", "find-first", "time", "ms", (_at_most(60),), statistics.median),

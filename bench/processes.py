@@ -90,3 +90,9 @@ def memory_mb(process, field):
         if line.startswith(field + ":"):
             return int(line.split()[1]) * 1024 / 1e6
     raise KeyError(field)
+
+
+def cpu_seconds(process):
+    """Processor time of the process so far, of all its threads."""
+    fields = pathlib.Path("/proc/%d/stat" % process.pid).read_text().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")

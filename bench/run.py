@@ -23,12 +23,14 @@ import micro
 import plan
 import service
 import table
-from peers import beanstalkd, nginx, postgres
-from rows import catalogue, find, footprint, listing, submissions
+from peers import beanstalkd, nginx, postgres, redis
+from rows import catalogue, find, footprint, hostile, listing, submissions, turns
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 CONNECTIONS = 64
-GROUPS = ("disk", "http", "database", "queue", "submissions", "large", "catalogue", "find", "listing", "footprint")
+GROUPS = ("disk", "http", "database", "queue", "values", "submissions", "large", "catalogue", "find", "listing",
+          "footprint", "hostile", "turns")
+TURNS = 5
 NEED_LARGE_STORE = {"large", "listing", "footprint"}
 
 
@@ -52,6 +54,10 @@ class Bench:
             self._listing()
         if "footprint" in groups:
             self._note("footprint", lambda place: footprint.measure(self._build, place, self._large, self._body))
+        if "turns" in groups and self._options.beside:
+            self._turns()
+        if "hostile" in groups:
+            self._hostile()
         for number in range(self._options.rounds):
             self._round("round %d of %d: " % (number + 1, self._options.rounds))
         if "find" in groups:
@@ -77,6 +83,8 @@ class Bench:
                 self._add("database-", postgres.measure(place, self._texts(), CONNECTIONS, seconds))
         step("queue", "queue", lambda place: beanstalkd.measure(
             place, build / "bench/bin/QueueLoad", body, CONNECTIONS, seconds))
+        step("values", "values", lambda place: redis.measure(
+            place, sum(len(text.encode()) for text in self._texts().values()), CONNECTIONS, 10_000 * seconds))
         for connections in (64, 512):
             self._fresh(label, connections)
             self._filled(label, connections)
@@ -99,6 +107,19 @@ class Bench:
         if "large" in self._options.only:
             self._note("%s-%d" % (plan.LARGE, connections), lambda place: submissions.measure(
                 self._build, place, self._large, self._body, connections, self._options.seconds), label)
+
+    def _turns(self):
+        for number in range(TURNS):
+            for connections in (1, CONNECTIONS):
+                for name, build in (("beside", self._options.beside.resolve()), ("here", self._build)):
+                    self._note("%s-%d" % (name, connections), lambda place: turns.measure(
+                        build, place, self._body, connections, self._options.seconds), "turn %d: " % (number + 1))
+
+    def _hostile(self):
+        with self._place("beside hostile callers") as place:
+            self._add("hostile-", hostile.honest(self._build, place, self._body, self._options.seconds))
+        with self._place("memory of hostile callers") as place:
+            self._add("memory-", hostile.memory(self._build, place))
 
     def _fill(self):
         self._say("filling a store with {:,} jobs".format(self._options.jobs))
@@ -150,6 +171,7 @@ class Bench:
 def read_options():
     parser = argparse.ArgumentParser(description="Measures the service on this machine.")
     parser.add_argument("--build", type=pathlib.Path, default=ROOT / "build/release", help="the build tree")
+    parser.add_argument("--beside", type=pathlib.Path, help="another build tree, measured in turns with this one")
     parser.add_argument("--directory", type=pathlib.Path, help="where everything is written; in the build tree")
     parser.add_argument("--json", type=pathlib.Path, default=ROOT / "build/bench.json", help="the table as JSON")
     parser.add_argument("--seconds", type=int, help="how long each load lasts, in each round")

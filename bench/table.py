@@ -6,8 +6,8 @@ import statistics
 
 @dataclasses.dataclass(frozen=True)
 class Wanted:
-    """A bound of a row's value, or, where `of` names another row, of their ratio."""
-    bound: float
+    """A bound of a row's value, or, where `of` names another row, of their ratio; without one the ratio is shown."""
+    bound: float | None
     of: str = None
     at_least: bool = True
 
@@ -18,6 +18,8 @@ class Wanted:
             if not others:
                 return None
             value = _ratio(own, others)
+        if self.bound is None:
+            return {"of": self.of, "ratio": value, "wanted": "", "met": None}
         return {"of": self.of, "ratio": value if self.of else None, "wanted": "%s %g" % (
             ">=" if self.at_least else "<=", self.bound), "met": value >= self.bound if self.at_least else
             value <= self.bound}
@@ -76,6 +78,6 @@ def lines(results):
             second = ("", "", "", "")
             if check:
                 ratio = "%.2f" % check["ratio"] if check["ratio"] is not None else ""
-                second = (ratio, check["of"] or "", check["wanted"], "yes" if check["met"] else "NO")
+                second = (ratio, check["of"] or "", check["wanted"], "" if check["met"] is None else "yes" if check["met"] else "NO")
             yield (form % (first + second)).rstrip()
             first = ("", "", "")

@@ -31,7 +31,7 @@ install_servers() {
         install_packages run bench
         return
     fi
-    for server in nginx beanstalkd; do
+    for server in nginx beanstalkd redis-server; do
         PATH=$PATH:/usr/sbin command -v "$server" >/dev/null || new+=("$server")
     done
     compgen -G '/usr/lib/postgresql/*/bin/postgres' >/dev/null || new+=(postgresql)
