@@ -28,8 +28,6 @@ using Weftline::Record;
 namespace {
 
 constexpr std::size_t kBatch = 256;
-// A stop waits for a read that waits for events, so that is kept short.
-constexpr std::chrono::milliseconds kReadWait{200};
 constexpr std::chrono::milliseconds kKeepEvery{1000};
 constexpr std::chrono::milliseconds kPauseAfterFailure{1000};
 
@@ -82,8 +80,8 @@ void JobFollower::ReadOn(const std::stop_token& stop) {
         return;
     }
     const auto log = CommonServices::StoreChoice::Events();
-    for (const LoggedEvent& event :
-         log->Read(std::string(Weftline::Topics::JobEvents), m_read, kBatch, kReadWait)) {
+    for (const LoggedEvent& event : log->Read(std::string(Weftline::Topics::JobEvents), m_read, kBatch,
+                                              {CommonServices::StoreChoice::LongestEventWait(), stop})) {
         if (stop.stop_requested()) {
             return;
         }

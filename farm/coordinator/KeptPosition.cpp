@@ -34,7 +34,7 @@ std::int64_t ReadOffset(const std::string& json) try {
 
 bool IsInLog(std::int64_t offset) {
     return !CommonServices::StoreChoice::Events()
-                ->Read(std::string(Weftline::Topics::JobEvents), offset - 1, 1, std::chrono::milliseconds(0))
+                ->Read(std::string(Weftline::Topics::JobEvents), offset - 1, 1, {})
                 .empty();
 }
 

@@ -19,6 +19,7 @@ namespace Quillon::Farm {
 
 using CommonServices::LoggedEvent;
 using CommonServices::ObjectStore;
+using CommonServices::StoreChoice::LongestEventWait;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
@@ -28,13 +29,13 @@ constexpr std::size_t kBatch = 256;
 constexpr std::size_t kReadAtOnce = 8;  // records, of which each may be megabytes
 // A page is asked for by somebody who waits. An index that is being made anew is shown as far as it has come.
 constexpr milliseconds kCatchUpPatience{1000};
-constexpr milliseconds kWaitForEvents{200};
 // Events that come in quick succession are read together.
 constexpr milliseconds kBetweenReads{100};
 constexpr milliseconds kPauseAfterFailure{2000};
 constexpr std::int32_t kMostSubTasks = 500;
 
-std::vector<LoggedEvent> ReadEvents(std::int64_t afterOffset, std::size_t limit, milliseconds wait) {
+std::vector<LoggedEvent> ReadEvents(std::int64_t afterOffset, std::size_t limit,
+                                    const CommonServices::EventWait& wait = {}) {
     return CommonServices::StoreChoice::Events()->Read(std::string(Weftline::Topics::JobEvents), afterOffset,
                                                        limit, wait);
 }
@@ -68,7 +69,7 @@ void JobDirectory::StartOverIfLogIsAnother() {
     if (position.offset == 0) {
         return;
     }
-    const auto last = ReadEvents(position.offset - 1, 1, milliseconds(0));
+    const auto last = ReadEvents(position.offset - 1, 1);
     if (last.empty() || last[0].offset != position.offset || last[0].record.recordID != position.eventId) {
         PlatformAbstraction::Log::Info("The index of jobs is made anew, for it belongs to another store.");
         m_index.Clear();
@@ -79,7 +80,7 @@ void JobDirectory::Follow(const std::stop_token& stop) {
     bool isFailing = false;
     while (!stop.stop_requested()) {
         try {
-            if (!ReadEvents(m_index.Position().offset, 1, kWaitForEvents).empty()) {
+            if (!ReadEvents(m_index.Position().offset, 1, {LongestEventWait(), stop}).empty()) {
                 while (ReadBatch() == kBatch && !stop.stop_requested()) {
                 }
             }
@@ -105,7 +106,7 @@ void JobDirectory::CatchUp() {
 
 std::size_t JobDirectory::ReadBatch() {
     const std::lock_guard lock(m_readingMutex);
-    const auto events = ReadEvents(m_index.Position().offset, kBatch, milliseconds(0));
+    const auto events = ReadEvents(m_index.Position().offset, kBatch);
     std::vector<std::string> ids;
     ids.reserve(events.size());
     for (const LoggedEvent& event : events) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,12 @@ namespace CommonServices {
 struct LoggedEvent {
     std::int64_t offset = 0;
     Weftline::Record record;
+};
+
+/// How long a reader waits for an event: at most that long, and not beyond the stop.
+struct EventWait {
+    std::chrono::milliseconds longest{0};
+    std::stop_token stop = {};
 };
 
 /// Where events are kept, by topic and in order. `EventStore` is a thin value over the one of the process.
@@ -31,9 +38,9 @@ public:
     virtual bool Append(const Weftline::Record& record, bool durable) = 0;
 
     /// The events of a topic behind `afterOffset` (0: from the first), in order, at most `limit`. Where there
-    /// is none yet it waits for one, at most `wait`, and then gives an empty list.
+    /// is none yet it waits for one, and gives an empty list when the wait is over.
     virtual std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset,
-                                          std::size_t limit, std::chrono::milliseconds wait) = 0;
+                                          std::size_t limit, const EventWait& wait) = 0;
 };
 
 }  // namespace CommonServices

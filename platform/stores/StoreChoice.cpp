@@ -1,5 +1,8 @@
 #include "platform/stores/StoreChoice.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <mutex>
 #include <utility>
 
@@ -108,6 +111,17 @@ std::shared_ptr<EventLog> Events() {
     }
     choice.events = choice.embedded.events;
     return choice.events;
+}
+
+std::chrono::milliseconds LongestEventWait() {
+    constexpr std::int32_t kDefault = 2000;
+    constexpr std::int32_t kShortest = 10;  // less would keep a core busy with reading an idle log
+    const std::string text =
+        PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::EventMaxPollingTimeoutMs));
+    std::int32_t wait = kDefault;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), wait);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size() && wait >= 0;
+    return std::chrono::milliseconds(isNumber ? std::max(wait, kShortest) : kDefault);
 }
 
 }  // namespace CommonServices::StoreChoice

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -28,6 +29,10 @@ std::shared_ptr<RecordStore> Records();
 void SetEvents(std::shared_ptr<EventLog> events);
 /// The caller's log, or else what the configuration store asks for.
 std::shared_ptr<EventLog> Events();
+
+/// The longest wait of whoever reads events: `eventMaxPollingTimeoutMs` of the configuration store, or two
+/// seconds where that is no number of milliseconds.
+std::chrono::milliseconds LongestEventWait();
 
 }  // namespace StoreChoice
 

@@ -160,7 +160,7 @@ protected:
         event.recordData = text;
         return log.Append(event, durable);
     }
-    Names Texts(std::int64_t offset, std::size_t limit, std::chrono::milliseconds wait = 0ms) {
+    Names Texts(std::int64_t offset, std::size_t limit, const CommonServices::EventWait& wait = {}) {
         Names texts;
         for (const LoggedEvent& event : log.Read(kTopic, offset, limit, wait)) {
             texts.push_back(event.record.recordData);
@@ -175,23 +175,30 @@ protected:
 TEST_P(EventLogConformance, KeepsEventsInOrderByTopic) {
     ASSERT_TRUE(Append("1") && Append("elsewhere", true, "other") && Append("2", false) && Append("1"));
     EXPECT_THAT(Texts(0, 100), ElementsAre("1", "2", "1"));
-    const auto events = log.Read(kTopic, 0, 100, 0ms);
+    const auto events = log.Read(kTopic, 0, 100, {});
     EXPECT_TRUE(0 < events[0].offset && events[0].offset < events[1].offset &&
                 events[1].offset < events[2].offset);
     EXPECT_EQ(events[0].record.recordType + events[0].record.recordID, "JobCreatedthe same");
     EXPECT_THAT(Texts(events[0].offset, 1), ElementsAre("2"));
     EXPECT_THAT(Texts(events[2].offset, 100), IsEmpty());
-    EXPECT_THAT(Texts(0, 0, 1ms), IsEmpty());
-    EXPECT_THAT(log.Read("nothing", 0, 100, 1ms), IsEmpty());
+    EXPECT_THAT(Texts(0, 0, {1ms}), IsEmpty());
+    EXPECT_THAT(log.Read("nothing", 0, 100, {1ms}), IsEmpty());
 }
 
 TEST_P(EventLogConformance, AnEventEndsTheWaitOfEveryReaderOfItsTopic) {
-    const auto wait = [this] { return Texts(0, 100, 1h); };
+    const auto wait = [this] { return Texts(0, 100, {1h}); };
     auto one = std::async(std::launch::async, wait);
     auto other = std::async(std::launch::async, wait);
     ASSERT_TRUE(Append("elsewhere", true, "other") && Append("here"));
     EXPECT_THAT(one.get(), ElementsAre("here"));
     EXPECT_THAT(other.get(), ElementsAre("here"));
+}
+
+TEST_P(EventLogConformance, AStopEndsTheWait) {
+    std::stop_source stop;
+    auto reader = std::async(std::launch::async, [&] { return Texts(0, 100, {1h, stop.get_token()}); });
+    stop.request_stop();
+    EXPECT_THAT(reader.get(), IsEmpty());
 }
 
 const auto kNameOfRow = [](const auto& row) { return row.param.name; };

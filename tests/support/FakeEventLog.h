@@ -17,6 +17,7 @@ namespace TestSupport {
 class FakeEventLog final : public CommonServices::EventLog {
 public:
     std::atomic<StoreFault> appendFault{StoreFault::None};
+    std::atomic<std::chrono::milliseconds> longestWait{};  ///< that a reader has asked for
     std::atomic<bool> allDurable{true};  ///< whether every append so far asked for durability
 
     /// All events of all topics, in order.
@@ -24,11 +25,12 @@ public:
 
     bool Append(const Weftline::Record& record, bool durable) override;
     std::vector<CommonServices::LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset,
-                                                  std::size_t limit, std::chrono::milliseconds wait) override;
+                                                  std::size_t limit,
+                                                  const CommonServices::EventWait& wait) override;
 
 private:
     mutable std::mutex m_mutex;
-    std::condition_variable m_appended;
+    std::condition_variable_any m_appended;
     std::vector<Weftline::Record> m_events;  // guarded by m_mutex; the offset is the place plus one
 };
 

@@ -5,22 +5,26 @@
 namespace CommonServices::Sqlite {
 
 std::uint64_t EventSignal::Count() const {
-    const std::scoped_lock lock(m_mutex);
+    const PlatformAbstraction::MutexLock lock(m_mutex);
     return m_count;
 }
 
 void EventSignal::Raise() {
     {
-        const std::scoped_lock lock(m_mutex);
+        const PlatformAbstraction::MutexLock lock(m_mutex);
         ++m_count;
     }
     m_raised.notify_all();
 }
 
-void EventSignal::WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_point deadline) {
+void EventSignal::WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_point deadline,
+                           const std::stop_token& stop) {
     const PlatformAbstraction::BlockingRegion blocking;
-    std::unique_lock lock(m_mutex);
-    m_raised.wait_until(lock, deadline, [this, seen] { return m_count != seen; });
+    PlatformAbstraction::MutexLock lock(m_mutex);
+    m_raised.wait_until(lock, stop, deadline, [this, seen] {
+        m_mutex.AssertHeld();
+        return m_count != seen;
+    });
 }
 
 }  // namespace CommonServices::Sqlite

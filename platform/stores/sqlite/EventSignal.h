@@ -3,7 +3,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
+#include <stop_token>
+
+#include "base/concurrency/Mutex.h"
 
 namespace CommonServices::Sqlite {
 
@@ -13,14 +15,15 @@ public:
     /// To be read before looking for events, so that none that comes after is missed.
     std::uint64_t Count() const;
     void Raise();
-    /// Returns when the count is past `seen`, at the latest at `deadline`. The thread counts as blocked
-    /// meanwhile.
-    void WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_point deadline);
+    /// Returns when the count is past `seen`, at the latest at `deadline` or on the stop. The thread counts
+    /// as blocked meanwhile.
+    void WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_point deadline,
+                  const std::stop_token& stop);
 
 private:
-    mutable std::mutex m_mutex;  // guards what follows
-    std::condition_variable m_raised;
-    std::uint64_t m_count = 0;
+    mutable PlatformAbstraction::Mutex m_mutex;
+    std::condition_variable_any m_raised;
+    std::uint64_t m_count QUILLON_GUARDED_BY(m_mutex) = 0;
 };
 
 }  // namespace CommonServices::Sqlite

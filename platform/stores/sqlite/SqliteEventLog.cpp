@@ -28,21 +28,21 @@ bool SqliteEventLog::Append(const Weftline::Record& record, bool durable) {
 }
 
 std::vector<LoggedEvent> SqliteEventLog::Read(const std::string& topic, std::int64_t afterOffset,
-                                              std::size_t limit, std::chrono::milliseconds wait) try {
+                                              std::size_t limit, const EventWait& wait) try {
     if (limit == 0) {
         return {};
     }
     constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int64_t>::max());
     const auto most = static_cast<std::int64_t>(std::min(limit, kMost));
-    const auto deadline = std::chrono::steady_clock::now() + wait;
+    const auto deadline = std::chrono::steady_clock::now() + wait.longest;
     for (;;) {
         const std::uint64_t seen = m_pFile->Events().Count();
         std::vector<LoggedEvent> found = m_pFile->Readers().Take()->ReadEvents(topic, afterOffset, most);
         const auto now = std::chrono::steady_clock::now();
-        if (!found.empty() || now >= deadline) {
+        if (!found.empty() || now >= deadline || wait.stop.stop_requested()) {
             return found;
         }
-        m_pFile->Events().WaitPast(seen, std::min(deadline, now + kForeignEventPoll));
+        m_pFile->Events().WaitPast(seen, std::min(deadline, now + kForeignEventPoll), wait.stop);
     }
 } catch (const SQLite::Exception& fault) {
     throw ObjectStoreException(std::string("The event log cannot be read: ") + fault.what());

@@ -16,7 +16,7 @@ public:
 
     bool Append(const Weftline::Record& record, bool durable) override;
     std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset, std::size_t limit,
-                                  std::chrono::milliseconds wait) override;
+                                  const EventWait& wait) override;
 
 private:
     const std::shared_ptr<SqliteFile> m_pFile;

@@ -6,6 +6,7 @@
 #include "farm/coordinator/CoordinatorService.h"
 #include "farm/coordinator/KeptPosition.h"
 #include "farm/protocol/FarmProtocol.h"
+#include "platform/messaging/ConfigurationStore.h"
 #include "tests/farm/FarmFixture.h"
 #include "tests/inprocess/BusStories.h"
 #include "tests/support/StoresInPlace.h"
@@ -283,6 +284,24 @@ TEST_F(CoordinatorTest, WaitsForAStoreThatFails) {
     EXPECT_TRUE(Reaches("j", JobStates::Completed));
     EXPECT_EQ(CountWork("j"), 1U);
     StopFarm();
+}
+
+TEST_F(CoordinatorTest, WaitsForEventsAsLongAsTheServiceSays) {
+    const std::string key(Weftline::Options::EventMaxPollingTimeoutMs);
+    const std::pair<const char*, std::chrono::milliseconds> rows[] = {
+        {"86400000", std::chrono::hours(24)}, {"0", std::chrono::milliseconds(10)},
+        {"soon", std::chrono::seconds(2)},    {"-1", std::chrono::seconds(2)},
+        {"9s", std::chrono::seconds(2)},      {"99999999999", std::chrono::seconds(2)},
+    };
+    for (const auto& [text, longest] : rows) {
+        CloseStore();
+        const TestSupport::StoresInPlace stores;
+        PlatformAbstraction::AddConfigData(key, text);
+        StartFarm(Succeed, Succeed);
+        EXPECT_TRUE(Eventually([&] { return stores.events->longestWait.load() == longest; })) << text;
+        StopFarm();  // at once, however long the wait
+    }
+    PlatformAbstraction::AddConfigData(key, "");
 }
 
 }  // namespace
