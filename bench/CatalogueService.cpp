@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "Core/src/Vocabulary.h"
-#include "handlers/results/GetVideoFormatsMsg.h"
+#include "handlers/results/CatalogueMessages.h"
 #include "platform/messaging/BusTransport.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/ServiceInfo.h"

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "Core/src/wf_Record.h"
-#include "handlers/results/FindVideoFormatsHandler.h"
-#include "handlers/results/GetProfilesHandler.h"
+#include "handlers/results/FormatResults.h"
+#include "handlers/results/StoreListings.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
 #include "platform/stores/RecordStore.h"

@@ -1,42 +1,53 @@
 #include "handlers/results/QueryResults.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <string>
+#include <vector>
 
-#include "Core/src/RequiredValues.h"
 #include "Core/src/Vocabulary.h"
-#include "handlers/results/StoreLimits.h"
-#include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services::Scheduler {
 
-using CommonServices::ObjectStore;
+using CoreServices::Parameters;
 
-namespace {
+constexpr QueryResults kSourceAvailabilityResults{
+    .message = {.name = "findSourceAvailability",
+                .description = "Find Source Availability result",
+                .example = "Find Source Availability result by ID obtained via submitSourceAvailabilityQuery",
+                .pagedExample = {},
+                .collection = Collections::SourceAvailabilities,
+                .recordType = RecordTypes::SourceAvailability},
+    .arrayKey = Keys::Results,
+};
 
-// A query's results go all at once, so that a process that dies meanwhile leaves all of them or none. Only
-// more than any query has are cut: submissions wait for each piece, a second or two.
-constexpr std::size_t kMostDeletedAtOnce = 50'000;
+constexpr QueryResults kMobIDsFromContainerResults{
+    .message = {.name = "findMobIDsFromContainer",
+                .description = "Find MobIDsFromContainer result",
+                .example =
+                    "Find MobIDsFromContainer result by ID obtained via submitMobIDsFromContainerQuery",
+                .pagedExample = {},
+                .collection = Collections::MobIDs,
+                .recordType = RecordTypes::MobID},
+    .arrayKey = Keys::Results,
+};
 
-}  // namespace
+constexpr QueryResults kSuitableMastersResults{
+    .message = {.name = "findSuitableMasters",
+                .description = "Find Suitable Masters",
+                .example = "Find Suitable Masters by ID obtained via submitSuitableMastersQuery",
+                .pagedExample = {},
+                .collection = Collections::MasterMobDescs,
+                .recordType = RecordTypes::MasterMobDesc},
+    .arrayKey = Keys::MasterMobDescs,
+};
 
-std::vector<Record> FindResults(const ResultKind& kind, const CoreServices::Parameters& request) {
-    const std::string queryID = GetRequiredString(request, Keys::QueryID);
-    return ObjectStore().FindRecordsWithReferencedID(std::string(kind.collection),
-                                                     std::string(kind.recordType), std::string(Keys::QueryID),
-                                                     queryID, 0, kAllRecords);
-}
-
-void DeleteResults(const std::vector<Record>& results) {
-    for (std::size_t begin = 0; begin < results.size(); begin += kMostDeletedAtOnce) {
-        std::vector<std::string> ids;
-        const std::size_t end = std::min(results.size(), begin + kMostDeletedAtOnce);
-        for (std::size_t place = begin; place < end; ++place) {
-            ids.push_back(results[place].recordID);
-        }
-        ObjectStore().DeleteMany(ids);
+Parameters FetchQueryResults(const QueryResults& row, const Parameters& request) {
+    const std::vector<Record> records = FindResults(row.message, request);
+    Parameters answer;
+    answer.AddEmptyArray(row.arrayKey);
+    for (const Record& record : records) {
+        answer.AddArrayChildParameters(row.arrayKey, Parameters::fromJSON(record.recordData));
     }
+    DeleteResults(records);
+    return answer;
 }
 
 }  // namespace Weftline::Services::Scheduler

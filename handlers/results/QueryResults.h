@@ -1,47 +1,52 @@
 #pragma once
 
-#include <cstddef>
+#include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
-#include "Core/src/wf_Record.h"
-#include "base/parameters/Parameters.h"
+#include "handlers/results/FindMessage.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
 
 namespace Weftline::Services::Scheduler {
 
-// The records in which the farm leaves the results of a query, each referring to the query's id. A fetch
-// consumes them. Nothing guards them between finding and deleting: two fetches at once may both have them.
-// Store failures are thrown. Any thread may call.
-
-/// The query id in documented examples.
-inline constexpr std::string_view kExampleQueryID = "c38c9b22-8000-440a-8f25-4a5a6907da19";
-
-/// Where the results of one kind of query lie.
-struct ResultKind {
-    std::string_view collection;
-    std::string_view recordType;
+/// A find message that hands results back as they are stored, in a tree with the one array `arrayKey`, empty
+/// where there are no results.
+struct QueryResults {
+    FindMessage message;
+    std::string_view arrayKey;
 };
 
-/// All results of the query that `queryID` of the request names, in the store's order. Throws
-/// `std::runtime_error` when the request names none.
-std::vector<Record> FindResults(const ResultKind& kind, const CoreServices::Parameters& request);
+extern const QueryResults kSourceAvailabilityResults;
+extern const QueryResults kMobIDsFromContainerResults;
+extern const QueryResults kSuitableMastersResults;
 
-/// The trees of the results whose places `keep(place)` picks, in order. The others are parsed too and
-/// dropped: a result that is not JSON fails here, with a `std::runtime_error`, wherever it stands.
-template <class Keep>
-std::vector<CoreServices::Parameters> ParseResults(const std::vector<Record>& results, Keep keep) {
-    std::vector<CoreServices::Parameters> trees;
-    for (std::size_t place = 0; place < results.size(); ++place) {
-        auto tree = CoreServices::Parameters::fromJSON(results[place].recordData);
-        if (keep(place)) {
-            trees.push_back(std::move(tree));
-        }
+/// The results are deleted once the answer is built, so that a fetch that failed before can be tried again.
+/// Fails by throwing.
+CoreServices::Parameters FetchQueryResults(const QueryResults& row, const CoreServices::Parameters& request);
+
+template <const QueryResults& kRow>
+class FindQueryResultsHandler : public PlatformAbstraction::Messaging::ServiceMessageHandlerV2 {
+public:
+    PlatformAbstraction::RegistrationParams GetRegistrationParams() const final {
+        return DescribeFindMessage(kRow.message);
     }
-    return trees;
-}
+    CoreServices::Parameters HandleMessageV2(
+        const CoreServices::Parameters& request,
+        std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> /*context*/) final {
+        return FetchQueryResults(kRow, request);
+    }
+};
 
-/// A store that refuses is not noticed: the results then stay for the next fetch.
-void DeleteResults(const std::vector<Record>& results);
+using FindSourceAvailabilityHandler = FindQueryResultsHandler<kSourceAvailabilityResults>;
+using FindSuitableMastersHandler = FindQueryResultsHandler<kSuitableMastersResults>;
+
+class FindMobIDsFromContainerHandler final : public FindQueryResultsHandler<kMobIDsFromContainerResults> {
+public:
+    explicit FindMobIDsFromContainerHandler(std::string realm) : m_realm(std::move(realm)) {}
+
+private:
+    const std::string m_realm;  // where the service is registered; the store knows no realms
+};
 
 }  // namespace Weftline::Services::Scheduler

@@ -29,11 +29,10 @@ ResultPage::ResultPage(std::int32_t size, std::int32_t offset, std::size_t total
     m_end = std::min(AsPlace(AddWrapping(start, size)), m_total);
 }
 
-std::size_t ResultPage::Count() const {
+void ResultPage::CheckOrder() const {
     if (m_end < m_begin) {
         throw std::length_error("vector too long");
     }
-    return m_end - m_begin;
 }
 
 }  // namespace Weftline::Services::Scheduler

@@ -17,9 +17,8 @@ public:
     /// The page begins behind the end of the list. A page that begins at the end is empty and not beyond.
     bool IsBeyondTotal() const noexcept { return m_begin > m_total; }
     bool Contains(std::size_t place) const noexcept { return m_begin <= place && place < m_end; }
-    /// How many elements the page has; it must not be beyond the list. Throws `std::length_error` ("vector
-    /// too long") for a page that ends before it begins.
-    std::size_t Count() const;
+    /// Throws `std::length_error` ("vector too long") for a page that ends before it begins.
+    void CheckOrder() const;
 
 private:
     std::uint64_t m_total;

@@ -1,11 +1,6 @@
 #include <stdexcept>
 
-#include "handlers/results/GetAudioFormatsMsg.h"
-#include "handlers/results/GetColorSpacesMsg.h"
-#include "handlers/results/GetExportTypesMsg.h"
-#include "handlers/results/GetMediaCreationTypesMsg.h"
-#include "handlers/results/GetS3DModesMsg.h"
-#include "handlers/results/GetVideoFormatsMsg.h"
+#include "handlers/results/CatalogueMessages.h"
 #include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {

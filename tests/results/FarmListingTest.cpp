@@ -1,5 +1,4 @@
-#include "handlers/results/GetProfilesHandler.h"
-#include "handlers/results/GetUniqueExportPluginsHandler.h"
+#include "handlers/results/StoreListings.h"
 #include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {

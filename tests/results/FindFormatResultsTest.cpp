@@ -1,6 +1,4 @@
-#include "handlers/results/FindAudioFormatsHandler.h"
-#include "handlers/results/FindExportTypesHandler.h"
-#include "handlers/results/FindVideoFormatsHandler.h"
+#include "handlers/results/FormatResults.h"
 #include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {

@@ -1,6 +1,4 @@
-#include "handlers/results/FindMobIDsFromContainerHandler.h"
-#include "handlers/results/FindSourceAvailabilityHandler.h"
-#include "handlers/results/FindSuitableMastersHandler.h"
+#include "handlers/results/QueryResults.h"
 #include "tests/results/ResultsFixture.h"
 
 namespace Weftline::Services::Scheduler {
