@@ -7,6 +7,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "fuzz/FuzzTarget.h"
@@ -23,11 +24,10 @@ using CoreServices::Parameters;
 
 class EchoSink final : public Messaging::MessageSink {
 public:
-    Acceptance Deliver(const std::string& /*operation*/, Parameters request, Parameters /*context*/,
-                       AnswerCallback onAnswer) override {
+    void Deliver(std::string_view /*operation*/, Parameters request, Parameters /*context*/,
+                 AnswerCallback onAnswer) override {
         ++m_taken;
         onAnswer(Messaging::MessageAnswer::OfResults(std::move(request)));
-        return Acceptance::Accepted;
     }
     /// How many messages came since the last call.
     int TakeCount() { return m_taken.exchange(0); }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <functional>
-#include <string>
+#include <string_view>
 
 #include "base/parameters/Parameters.h"
 #include "platform/messaging/MessageAnswer.h"
@@ -14,18 +14,13 @@ class MessageSink {
 public:
     virtual ~MessageSink() = default;
 
-    /// Called once, on a thread of the service, with the answer.
+    /// Called once with the answer: on a thread of the service, or, where the message is not taken, with the
+    /// error that says why ("QUEUE_FULL", "SERVICE_STOPPING", "OPERATION_NOT_FOUND") before `Deliver`
+    /// returns.
     using AnswerCallback = std::function<void(MessageAnswer answer)>;
 
-    enum class Acceptance {
-        Accepted,   ///< the callback will come
-        NotFound,   ///< no such operation; no callback
-        QueueFull,  ///< no callback; the sender may come again
-        Stopping,   ///< no callback; the service takes no more messages
-    };
-
-    virtual Acceptance Deliver(const std::string& operation, CoreServices::Parameters request,
-                               CoreServices::Parameters contextParameters, AnswerCallback onAnswer) = 0;
+    virtual void Deliver(std::string_view operation, CoreServices::Parameters request,
+                         CoreServices::Parameters contextParameters, AnswerCallback onAnswer) = 0;
 };
 
 }  // namespace PlatformAbstraction::Messaging

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/parameters/Parameters.h"
@@ -14,6 +15,21 @@ enum class HTTPMethod : std::int32_t {
     Post = 2,    ///< a submission with a body
     Delete = 8,  ///< a removal
 };
+
+/// "GET", "POST" or "DELETE". Throws `std::invalid_argument` for another code.
+std::string_view MethodName(HTTPMethod method);
+
+/// One part of a REST path between its strokes.
+struct PathSegment {
+    std::string text;  ///< of a placeholder: its name
+    bool isPlaceholder = false;
+
+    bool operator==(const PathSegment&) const = default;
+};
+using PathPattern = std::vector<PathSegment>;
+
+/// A REST path as paths are told apart; a stroke at its begin plays no part.
+PathPattern ReadPathPattern(std::string_view restPath);
 
 /// A labelled sample request, published with a handler's registration.
 struct MessageExample {

@@ -2,43 +2,22 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 namespace PlatformAbstraction::Messaging {
 
 namespace {
 
-std::string MethodText(HTTPMethod method) {
-    switch (method) {
-        case HTTPMethod::Get:
-            return "GET";
-        case HTTPMethod::Post:
-            return "POST";
-        case HTTPMethod::Delete:
-            return "DELETE";
-    }
-    return "method " + std::to_string(static_cast<std::int32_t>(method));
-}
-
-// The path as a gateway tells paths apart: the name of a placeholder plays no part.
-std::string PathPattern(std::string_view path) {
-    std::string pattern;
-    while (!path.empty()) {
-        const std::size_t open = path.find('{');
-        const std::size_t close = open == path.npos ? path.npos : path.find('}', open);
-        if (close == path.npos) {
-            break;
-        }
-        pattern.append(path.substr(0, open)).append("{}");
-        path.remove_prefix(close + 1);
-    }
-    return pattern.append(path);
-}
-
+// The name of a placeholder plays no part.
 bool IsSameRoute(const RegistrationParams& left, const RegistrationParams& right) {
-    return !left.restPath.empty() && left.restMethod == right.restMethod &&
-           PathPattern(left.restPath) == PathPattern(right.restPath);
+    if (left.restPath.empty() || right.restPath.empty() || left.restMethod != right.restMethod) {
+        return false;
+    }
+    return std::ranges::equal(ReadPathPattern(left.restPath), ReadPathPattern(right.restPath),
+                              [](const PathSegment& one, const PathSegment& two) {
+                                  return one.isPlaceholder == two.isPlaceholder &&
+                                         (one.isPlaceholder || one.text == two.text);
+                              });
 }
 
 template <typename Handler>
@@ -184,9 +163,10 @@ std::string ServiceInfo::Register(RegistrationParams registration) {
                                      "\" is registered already.");
         }
         if (IsSameRoute(registration, other)) {
-            throw std::runtime_error("The REST path " + MethodText(registration.restMethod) + " \"" +
-                                     registration.restPath + "\" of the message \"" + registration.name +
-                                     "\" is taken by the message \"" + other.name + "\".");
+            throw std::runtime_error("The REST path " + std::string(MethodName(registration.restMethod)) +
+                                     " \"" + registration.restPath + "\" of the message \"" +
+                                     registration.name + "\" is taken by the message \"" + other.name +
+                                     "\".");
         }
     }
     return m_registrations.emplace_back(std::move(registration)).name;

@@ -18,7 +18,6 @@ namespace {
 namespace asio = boost::asio;
 using boost::system::error_code;
 using Messaging::MessageAnswer;
-using Messaging::MessageSink;
 
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
 
@@ -332,21 +331,8 @@ void Connection::Deliver() {
                        });
         }
     };
-    switch (m_loop.GetCore().sink.Deliver(*route.operation,
-                                          std::get<CoreServices::Parameters>(std::move(made)),
-                                          std::move(m_request->admitted.context), std::move(onAnswer))) {
-        case MessageSink::Acceptance::Accepted:
-            break;
-        case MessageSink::Acceptance::NotFound:
-            Send(ReplyOf(GatewayFailure::OperationNotFound));
-            break;
-        case MessageSink::Acceptance::QueueFull:
-            Send(ReplyOf(GatewayFailure::QueueFull));
-            break;
-        case MessageSink::Acceptance::Stopping:
-            Send(ReplyOf(GatewayFailure::Stopping));
-            break;
-    }
+    m_loop.GetCore().sink.Deliver(route.operation, std::get<CoreServices::Parameters>(std::move(made)),
+                                  std::move(m_request->admitted.context), std::move(onAnswer));
 }
 
 void Connection::OnAnswer(std::uint64_t request, HttpReply reply) {

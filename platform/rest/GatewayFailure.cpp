@@ -29,8 +29,6 @@ FailureOnTheWire Describe(GatewayFailure failure) {
             return {403, "FOREIGN_ORIGIN", "This web origin may not call."};
         case GatewayFailure::PathNotFound:
             return {404, Messaging::kNotFound, "There is nothing at this path."};
-        case GatewayFailure::OperationNotFound:
-            return {404, Messaging::kOperationNotFound, "There is no such message."};
         case GatewayFailure::MethodNotAllowed:
             return {405, Messaging::kMethodNotAllowed, "This path does not take the method."};
         case GatewayFailure::RequestTimeout:
@@ -44,8 +42,6 @@ FailureOnTheWire Describe(GatewayFailure failure) {
             return {431, "HEADERS_TOO_LARGE", "The head of the request is too large."};
         case GatewayFailure::InternalError:
             return {500, Messaging::kGenericServiceError, "The request could not be carried out."};
-        case GatewayFailure::QueueFull:
-            return {503, Messaging::kQueueFull, "Too many messages are waiting; try again later."};
         case GatewayFailure::Stopping:
             return {503, Messaging::kServiceStopping, "The service is stopping."};
     }

@@ -15,14 +15,12 @@ enum class GatewayFailure {
     ForeignHost,
     ForeignOrigin,
     PathNotFound,
-    OperationNotFound,
     MethodNotAllowed,
     RequestTimeout,
     BodyTooLarge,
     UnsupportedMediaType,
     HeadTooLarge,
     InternalError,
-    QueueFull,
     Stopping,
 };
 

@@ -13,8 +13,8 @@ namespace PlatformAbstraction::Rest {
 
 /// Where a request goes.
 struct Route {
-    const std::string* operation = nullptr;  ///< the message's registered name; lives as long as the table
-    std::string_view pathMethods;            ///< what the path takes, as `Allow` names it; lives as long
+    std::string_view operation;    ///< the message's registered name; lives as long as the table
+    std::string_view pathMethods;  ///< what the path takes, as `Allow` names it; lives as long
     std::vector<std::pair<std::string, std::string>> placeholders;  ///< name and decoded text
 };
 
@@ -35,17 +35,12 @@ public:
     Answer Find(std::string_view method, const std::vector<std::string>& segments) const;
 
 private:
-    struct Segment {
-        std::string text;  // of the placeholder: its name
-        bool isPlaceholder = false;
-    };
     struct Path {
-        std::vector<Segment> segments;
+        PathPattern pattern;
         std::vector<std::pair<std::string, std::string>> operations;  // by method
         std::string methods;                                          // joined for `Allow`
     };
 
-    static Path ReadPattern(const std::string& restPath);
     static bool Matches(const Path& path, const std::vector<std::string>& segments);
     static Route MakeRoute(const Path& path, const std::string& operation,
                            const std::vector<std::string>& segments);
@@ -55,8 +50,5 @@ private:
     std::vector<Path> m_paths;  // those without placeholders first: they win
     std::unordered_set<std::string> m_names;
 };
-
-/// "GET", "POST" or "DELETE".
-std::string_view MethodName(HTTPMethod method);
 
 }  // namespace PlatformAbstraction::Rest

@@ -21,7 +21,6 @@ using CoreServices::Parameters;
 using testing::AllOf;
 using testing::HasSubstr;
 using namespace TestSupport;  // NOLINT(google-build-using-namespace)
-using Acceptance = MessageSink::Acceptance;
 using Futures = std::vector<std::shared_ptr<MessageResultsFuture>>;
 
 Parameters Echo(const Parameters& request, const ContextPointer& /*context*/) {
@@ -38,6 +37,15 @@ FunctionHandlerV2::Function Relay(const std::string& service, const std::string&
     };
 }
 
+/// What a message from outside is answered with.
+MessageAnswer AnswerOf(MessageSink& sink, std::string_view operation, const Parameters& context = {}) {
+    auto answered = std::make_shared<std::promise<MessageAnswer>>();
+    auto answer = answered->get_future();
+    sink.Deliver(operation, {}, context,
+                 [answered](MessageAnswer given) { answered->set_value(std::move(given)); });
+    return answer.wait_for(kDeadline) == std::future_status::ready ? answer.get() : MessageAnswer();
+}
+
 TEST(InProcessBus, RequestsAreAnsweredAndTheCallersContextTravels) {
     const auto bus = MakeBus();
     const auto showCaller = [](const auto&, const auto& context) { return context->GetContextParameters(); };
@@ -47,13 +55,8 @@ TEST(InProcessBus, RequestsAreAnsweredAndTheCallersContextTravels) {
     bus->Attach(MakeService("asked", {{"whoAsks", showCaller}, {"fail", fail}}));
     const auto asking = bus->Attach(MakeService("asking", {{"passOn", Relay("asked", "whoAsks")}}));
     const Parameters caller = Parameters::fromJSON(R"({"identity":{"identityId":"me"}})");
-    std::promise<MessageAnswer> answered;
-    const auto onAnswer = [&](MessageAnswer answer) { answered.set_value(std::move(answer)); };
-    EXPECT_EQ(asking->Deliver("passOn", {}, caller, onAnswer), Acceptance::Accepted);
-    auto answer = answered.get_future();
-    ASSERT_EQ(answer.wait_for(kDeadline), std::future_status::ready);
     std::string relayed;
-    EXPECT_TRUE(answer.get().results.GetParameter("relayed", relayed));
+    EXPECT_TRUE(AnswerOf(*asking, "passOn", caller).results.GetParameter("relayed", relayed));
     EXPECT_EQ(relayed, caller.toJSON());
     EXPECT_EQ(EndOf(*asking->GetMessaging()->SendRequest(To("asked", "whoAsks"))), "{}");
     EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("asked", "fail"))), "MY_CODE");
@@ -110,7 +113,7 @@ TEST(InProcessBus, WhatIsNotThereIsToldAtOnce) {
         const bool isThere = std::string(end) != "SERVICE_NOT_FOUND";
         EXPECT_EQ(EndOf(*messaging->BroadcastNotification(dispatch)), isThere ? end : "{}");
     }
-    EXPECT_EQ(attached->Deliver("Echo", {}, {}, nullptr), Acceptance::NotFound);
+    EXPECT_EQ(AnswerOf(*attached, "Echo").code, "OPERATION_NOT_FOUND");
     std::string code;
     std::string text;
     messaging->SendRequest(rows[3].first)->GetErrorDetails(code, text);
@@ -194,7 +197,9 @@ TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
     EXPECT_EQ(EndOf(*messaging->SendRequest(To("busy", "work"))), "QUEUE_FULL");
     EXPECT_EQ(EndOf(*messaging->SendNotification(To("busy", "work"))), "QUEUE_FULL");
     EXPECT_EQ(EndOf(*messaging->BroadcastNotification(To("busy", "work"))), "QUEUE_FULL");
-    EXPECT_EQ(attached->Deliver("work", {}, {}, nullptr), Acceptance::QueueFull);
+    const MessageAnswer refusal = AnswerOf(*attached, "work");
+    EXPECT_EQ(refusal.code + ": " + refusal.message,
+              "QUEUE_FULL: Too many messages are waiting; try again later.");
     hold.opened.Add();
     for (const auto& future : taken) {
         EXPECT_EQ(EndOf(*future), "{}");
@@ -246,8 +251,11 @@ protected:
     std::string EndAt(const std::string& service, const std::string& operation) {
         return EndOf(*m_pMessaging->SendRequest(To(service, operation)));
     }
-    Acceptance Deliver() {
-        return m_pAttached->Deliver("hold", {}, {}, [](const MessageAnswer&) {});
+    // A message that is taken is answered later.
+    bool IsStopping() {
+        const auto code = std::make_shared<std::string>();
+        m_pAttached->Deliver("hold", {}, {}, [code](const MessageAnswer& answer) { *code = answer.code; });
+        return *code == "SERVICE_STOPPING";
     }
 
     const std::shared_ptr<Hold> m_pHold = std::make_shared<Hold>();
@@ -262,7 +270,7 @@ TEST_F(InProcessBusStop, WorkUnderWayAndWaitingIsAnswered) {
     const auto waiting = m_pMessaging->SendRequest(To("a", "hold"));
     ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
     auto stopped = std::async(std::launch::async, [this] { m_pBus->Stop(kDeadline); });
-    EXPECT_TRUE(WaitUntil([this] { return Deliver() == Acceptance::Stopping; }));
+    EXPECT_TRUE(WaitUntil([this] { return IsStopping(); }));
     EXPECT_EQ(EndAt("a", "hold"), "SERVICE_STOPPING");
     EXPECT_EQ(EndOf(*m_pMessaging->SendNotification(To("a", "hold"))), "SERVICE_STOPPING");
     m_pHold->opened.Add();
@@ -272,7 +280,7 @@ TEST_F(InProcessBusStop, WorkUnderWayAndWaitingIsAnswered) {
     EXPECT_EQ(EndOf(*waiting), R"({"relayed":"{}"})");
     ASSERT_EQ(stopped.wait_for(kDeadline), std::future_status::ready);
     EXPECT_TRUE(m_pHandler.expired());
-    EXPECT_EQ(Deliver(), Acceptance::Stopping);
+    EXPECT_TRUE(IsStopping());
     EXPECT_EQ(EndAt("b", "echo"), "SERVICE_STOPPING");
     EXPECT_EQ(EndAt("b", "other"), "OPERATION_NOT_FOUND");
     EXPECT_THROW(m_pBus->Attach(MakeService("c", {})), std::logic_error);

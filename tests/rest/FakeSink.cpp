@@ -6,23 +6,19 @@
 
 namespace PlatformAbstraction::Rest {
 
-FakeSink::Acceptance FakeSink::Deliver(const std::string& operation, CoreServices::Parameters request,
-                                       CoreServices::Parameters contextParameters, AnswerCallback onAnswer) {
+void FakeSink::Deliver(std::string_view operation, CoreServices::Parameters request,
+                       CoreServices::Parameters contextParameters, AnswerCallback onAnswer) {
     const std::lock_guard lock(m_mutex);
     if (m_throws) {
         throw std::runtime_error("secret of the process");
     }
-    if (m_acceptance != Acceptance::Accepted) {
-        return m_acceptance;
-    }
-    m_lastMessage = operation + " " + request.toJSON() + " " + contextParameters.toJSON();
+    m_lastMessage = std::string(operation) + " " + request.toJSON() + " " + contextParameters.toJSON();
     if (m_holds) {
         m_held.push_back(std::move(onAnswer));
         m_arrived.notify_all();
     } else {
         onAnswer(m_answer);
     }
-    return Acceptance::Accepted;
 }
 
 void FakeSink::RespondWith(Messaging::MessageAnswer answer) {

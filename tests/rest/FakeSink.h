@@ -5,20 +5,20 @@
 #include <deque>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "base/parameters/Parameters.h"
 #include "platform/messaging/MessageSink.h"
 
 namespace PlatformAbstraction::Rest {
 
-/// A service that answers at once with what it was given, or holds its answers back, or takes nothing.
+/// A service that answers at once with what it was given, or holds its answers back.
 class FakeSink final : public Messaging::MessageSink {
 public:
-    Acceptance Deliver(const std::string& operation, CoreServices::Parameters request,
-                       CoreServices::Parameters contextParameters, AnswerCallback onAnswer) override;
+    void Deliver(std::string_view operation, CoreServices::Parameters request,
+                 CoreServices::Parameters contextParameters, AnswerCallback onAnswer) override;
 
     void RespondWith(Messaging::MessageAnswer answer);
-    void Accept(Acceptance acceptance) { m_acceptance = acceptance; }
     void Hold() { m_holds = true; }
     void ThrowOnDeliver() { m_throws = true; }
     /// The oldest answer that is held back, once there is one.
@@ -30,7 +30,6 @@ public:
 private:
     std::mutex m_mutex;
     std::condition_variable m_arrived;
-    std::atomic<Acceptance> m_acceptance = Acceptance::Accepted;
     std::atomic<bool> m_holds = false;
     std::atomic<bool> m_throws = false;
     Messaging::MessageAnswer m_answer;

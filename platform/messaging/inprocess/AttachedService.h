@@ -1,7 +1,7 @@
 #pragma once
 
 #include <memory>
-#include <string>
+#include <string_view>
 
 #include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/MessageSink.h"
@@ -13,14 +13,14 @@ class ServiceEndpoint;
 
 /// One instance of a service on the bus of one process, for whoever attached it: the place for messages from
 /// outside, and the service's own way to talk. Letting it go does not detach the service. After the bus has
-/// stopped it is `Stopping`. Any thread may call.
+/// stopped it takes nothing. Any thread may call.
 class AttachedService final : public MessageSink {
 public:
     AttachedService(std::shared_ptr<const ServiceDirectory> directory,
                     std::shared_ptr<ServiceEndpoint> endpoint);
 
-    Acceptance Deliver(const std::string& operation, CoreServices::Parameters request,
-                       CoreServices::Parameters contextParameters, AnswerCallback onAnswer) override;
+    void Deliver(std::string_view operation, CoreServices::Parameters request,
+                 CoreServices::Parameters contextParameters, AnswerCallback onAnswer) override;
 
     /// Its messages carry an empty context tree.
     std::shared_ptr<BusMessaging> GetMessaging() const;

@@ -10,8 +10,6 @@ namespace PlatformAbstraction::Messaging {
 
 namespace {
 
-using Acceptance = MessageSink::Acceptance;
-
 std::string Quoted(const std::string& text) {
     return '"' + text + '"';
 }

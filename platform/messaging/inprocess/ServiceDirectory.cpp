@@ -16,18 +16,18 @@ constexpr std::chrono::hours kLongestPatience{24};
 ServiceGroup::ServiceGroup(std::vector<std::shared_ptr<ServiceEndpoint>> instances)
     : m_instances(std::move(instances)) {}
 
-MessageSink::Acceptance ServiceGroup::PostToOne(const std::string& operation,
-                                                std::unique_ptr<QueuedMessage>& message) const {
+Acceptance ServiceGroup::PostToOne(std::string_view operation,
+                                   std::unique_ptr<QueuedMessage>& message) const {
     const std::size_t turn = m_instances.size() == 1 ? 0 : m_nextTurn.fetch_add(1, std::memory_order_relaxed);
-    auto result = MessageSink::Acceptance::NotFound;
+    auto result = Acceptance::NotFound;
     for (std::size_t i = 0; i < m_instances.size(); ++i) {
         const auto one = m_instances[(turn + i) % m_instances.size()]->Post(operation, message);
-        if (one == MessageSink::Acceptance::Accepted) {
+        if (one == Acceptance::Accepted) {
             return one;
         }
         // An instance that is full or stopping tells the sender more than one that does not know the
         // operation.
-        result = one == MessageSink::Acceptance::NotFound ? result : one;
+        result = one == Acceptance::NotFound ? result : one;
     }
     return result;
 }

@@ -21,8 +21,7 @@ public:
     const std::vector<std::shared_ptr<ServiceEndpoint>>& GetInstances() const { return m_instances; }
 
     /// To the instance whose turn it is, or to the next one that takes the message.
-    MessageSink::Acceptance PostToOne(const std::string& operation,
-                                      std::unique_ptr<QueuedMessage>& message) const;
+    Acceptance PostToOne(std::string_view operation, std::unique_ptr<QueuedMessage>& message) const;
 
 private:
     const std::vector<std::shared_ptr<ServiceEndpoint>> m_instances;

@@ -89,8 +89,7 @@ bool ServiceEndpoint::IsAt(const std::string& service, const std::string& realm,
     return m_version == version && m_name == service && m_realm == realm;
 }
 
-ServiceEndpoint::Acceptance ServiceEndpoint::Post(const std::string& operation,
-                                                  std::unique_ptr<QueuedMessage>& message) {
+Acceptance ServiceEndpoint::Post(std::string_view operation, std::unique_ptr<QueuedMessage>& message) {
     const auto found = m_operations.find(operation);
     if (found == m_operations.end()) {
         return Acceptance::NotFound;

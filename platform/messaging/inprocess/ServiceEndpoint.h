@@ -3,9 +3,11 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 
 #include "platform/messaging/ServiceInfo.h"
 #include "platform/messaging/inprocess/InProcessBusSettings.h"
@@ -20,8 +22,6 @@ class ServiceDirectory;
 /// by the directory and by whoever attached the service. Any thread may call, also after the end.
 class ServiceEndpoint {
 public:
-    using Acceptance = MessageSink::Acceptance;
-
     /// Messages may be answered from here on; their handlers talk through `directory`.
     ServiceEndpoint(const ServiceInfo& service, const InProcessBusSettings& settings,
                     std::shared_ptr<const ServiceDirectory> directory);
@@ -32,7 +32,7 @@ public:
     bool IsAt(const std::string& service, const std::string& realm, std::int32_t version) const;
 
     /// Takes the message if it is `Accepted`, and leaves it to the caller otherwise.
-    Acceptance Post(const std::string& operation, std::unique_ptr<QueuedMessage>& message);
+    Acceptance Post(std::string_view operation, std::unique_ptr<QueuedMessage>& message);
 
     /// The three steps of the end; see `WorkerPool`. `Close` answers what nobody came to with an error and
     /// lets the handlers go.
@@ -44,8 +44,9 @@ private:
     const std::string m_name;
     const std::string m_realm;
     const std::int32_t m_version;
-    std::unordered_map<std::string, std::size_t> m_operations;  // constant after construction
-    std::shared_ptr<WorkerPool> m_pPool;                        // constant after construction
+    // Constant after construction:
+    std::map<std::string, std::size_t, std::less<>> m_operations;  // the places in the runner's table
+    std::shared_ptr<WorkerPool> m_pPool;
 };
 
 }  // namespace PlatformAbstraction::Messaging

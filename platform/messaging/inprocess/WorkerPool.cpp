@@ -32,7 +32,7 @@ WorkerPool::WorkerPool(const InProcessBusSettings& settings, Runner runner)
       m_maxQueued(settings.maxQueuedMessages),
       m_pRunner(std::make_shared<const Runner>(std::move(runner))) {}
 
-WorkerPool::Acceptance WorkerPool::Post(Work& work) {
+Acceptance WorkerPool::Post(Work& work) {
     Worker* woken = nullptr;
     {
         const std::lock_guard lock(m_mutex);

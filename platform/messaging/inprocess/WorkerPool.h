@@ -13,11 +13,18 @@
 #include <vector>
 
 #include "base/concurrency/BlockingRegion.h"
-#include "platform/messaging/MessageSink.h"
 #include "platform/messaging/inprocess/InProcessBusSettings.h"
 #include "platform/messaging/inprocess/QueuedMessage.h"
 
 namespace PlatformAbstraction::Messaging {
+
+/// Whether a service has taken a message.
+enum class Acceptance {
+    Accepted,
+    NotFound,   ///< no such operation
+    QueueFull,  ///< the sender may come again
+    Stopping,   ///< the service takes no more messages
+};
 
 /// The queue and the threads of one service.
 ///
@@ -33,7 +40,6 @@ namespace PlatformAbstraction::Messaging {
 class WorkerPool final : public std::enable_shared_from_this<WorkerPool>, private BlockingObserver {
 public:
     using Work = std::unique_ptr<QueuedMessage>;
-    using Acceptance = MessageSink::Acceptance;
     using Clock = std::chrono::steady_clock;
     /// Answers one message; does not throw.
     using Runner = std::function<void(QueuedMessage& message)>;
