@@ -10,6 +10,7 @@
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/ParseDateTime.h"
 #include "handlers/support/PrintLine.h"
+#include "platform/jobmanager/JobManagerMessages.h"
 
 namespace Weftline::Services::Scheduler {
 
@@ -23,7 +24,9 @@ namespace {
 
 constexpr std::int32_t kPageSize = 25;
 constexpr int kMostEmptyPages = 1000;  // in a row; a manager that gives more of them has no more jobs
-constexpr std::size_t kCutTail = 5;    // behind the seconds of a job's date: ".000Z", or most of a fraction
+constexpr std::int32_t kSubTaskPageSize = 100;
+constexpr std::int32_t kMostSubTasks = 1'000'000;  // that refuse to go; a manager with more of them is wrong
+constexpr std::size_t kCutTail = 5;  // behind the seconds of a job's date: ".000Z", or most of a fraction
 
 std::vector<std::string> ReadSubTasks(const Parameters& details) {
     std::vector<std::string> ids(details.GetArrayNumValues(Keys::SubTaskJobIDs));
@@ -33,6 +36,12 @@ std::vector<std::string> ReadSubTasks(const Parameters& details) {
         }
     }
     return ids;
+}
+
+bool HasMoreSubTasks(const Parameters& details) {
+    bool hasMore = false;
+    details.GetParameter(CommonServices::JobManagerKeys::MoreSubTasks, hasMore);
+    return hasMore;
 }
 
 void Purge(const Parameters& request, const JobManager& jobManager, const MessageContext& context) {
@@ -108,6 +117,17 @@ int RemoveJobAndSubTasks(const std::shared_ptr<BusMessaging>& busMessaging, cons
     };
     for (const std::string& subTask : ReadSubTasks(job.details)) {
         remove(subTask);
+    }
+    bool hasMore = HasMoreSubTasks(job.details);
+    for (std::int32_t offset = 0; hasMore;) {
+        const auto page = jobManager.FindSubTasks(busMessaging, job.jobId, offset, kSubTaskPageSize);
+        const int before = count;
+        for (const JobInfo& subTask : page) {
+            remove(subTask.jobId);
+        }
+        // What was removed made room for those behind it.
+        offset += count > before ? 0 : kSubTaskPageSize;
+        hasMore = !page.empty() && offset < kMostSubTasks;
     }
     remove(job.jobId);
     return count;

@@ -20,7 +20,7 @@ struct JobInfo {
     std::int32_t priority = 0;
     std::int32_t progress = 0;         ///< percent
     CoreServices::Parameters info;     ///< for people
-    CoreServices::Parameters details;  ///< for programs: `SubTaskJobIDs`
+    CoreServices::Parameters details;  ///< for programs: `SubTaskJobIDs`, `moreSubTasks`
 };
 
 /// The job as a tree, with every key. For whoever answers in the job manager's place.

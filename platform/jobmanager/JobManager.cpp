@@ -22,9 +22,8 @@ namespace {
 
 constexpr std::int64_t kPatienceMicroseconds = 10'000'000;
 
-[[noreturn]] void FailToFindJobs(std::string_view why) {
-    std::string text(JobManagerOperations::FindJobsByKind);
-    throw std::runtime_error(text.append(" at the job manager ").append(why));
+[[noreturn]] void Fail(std::string_view operation, std::string_view why) {
+    throw std::runtime_error(std::string(operation).append(" at the job manager ").append(why));
 }
 
 std::string JobManagerName() {
@@ -42,33 +41,33 @@ ServiceMessageDispatch MakeDispatch(std::string_view operation, Parameters body,
     return dispatch;
 }
 
-Parameters AwaitJobs(MessageResultsFuture& future) {
+Parameters AwaitJobs(std::string_view operation, MessageResultsFuture& future) {
     if (!future.WaitForDone(kPatienceMicroseconds) || future.HasTimedOut()) {
-        FailToFindJobs("was not answered in time");
+        Fail(operation, "was not answered in time");
     }
     if (future.HasError()) {
         std::string code;
         std::string message = "no details";
         const bool hasDetails = future.GetErrorDetails(code, message);
-        FailToFindJobs("has error: " + (hasDetails ? code + " : " + message : message));
+        Fail(operation, "has error: " + (hasDetails ? code + " : " + message : message));
     }
     Parameters answer;
     if (!future.GetResults(answer)) {
-        FailToFindJobs("was answered with no tree");
+        Fail(operation, "was answered with no tree");
     }
     return answer;
 }
 
-std::vector<JobInfo> ReadJobs(const Parameters& answer) {
+std::vector<JobInfo> ReadJobs(std::string_view operation, const Parameters& answer) {
     Parameters list;
     if (!answer.GetChildParameters(Keys::Results, list) || !list.IsArray()) {
-        FailToFindJobs("was answered without \"results\"");
+        Fail(operation, "was answered without \"results\"");
     }
     std::vector<JobInfo> jobs(list.GetArrayNumValues());
     for (std::size_t n = 0; n < jobs.size(); ++n) {
         Parameters tree;
         if (!answer.GetArrayNthChildParameters(Keys::Results, n, tree)) {
-            FailToFindJobs("was answered with a job that is no tree");
+            Fail(operation, "was answered with a job that is no tree");
         }
         jobs[n] = ReadJobInfo(tree);
     }
@@ -86,18 +85,32 @@ std::vector<JobInfo> JobManager::FindJobsByKind(const BusPointer& busMessaging, 
     body.SetParameter(Keys::Limit, limit);
     const auto future = busMessaging->SendRequest(
         MakeDispatch(JobManagerOperations::FindJobsByKind, std::move(body), identity));
-    const Parameters answer = AwaitJobs(*future);
+    const Parameters answer = AwaitJobs(JobManagerOperations::FindJobsByKind, *future);
 
-    std::vector<JobInfo> jobs = ReadJobs(answer);
+    std::vector<JobInfo> jobs = ReadJobs(JobManagerOperations::FindJobsByKind, answer);
     std::int32_t toldTotal = 0;
     if (!answer.GetParameter(JobManagerKeys::Total, toldTotal)) {
-        FailToFindJobs("was answered without \"total\"");
+        Fail(JobManagerOperations::FindJobsByKind, "was answered without \"total\"");
     }
     if (answer.HasParameter(Keys::Limit) && !answer.GetParameter(Keys::Limit, limit)) {
-        FailToFindJobs("was answered with a \"limit\" that is no number");
+        Fail(JobManagerOperations::FindJobsByKind, "was answered with a \"limit\" that is no number");
     }
     total = toldTotal;
     return jobs;
+}
+
+std::vector<JobInfo> JobManager::FindSubTasks(const BusPointer& busMessaging, const std::string& jobId,
+                                              std::int32_t offset, std::int32_t limit) const {
+    Parameters parent;
+    parent.SetParameter(Keys::Id, jobId);
+    Parameters filter;
+    filter.SetChildParameters(Keys::Parent, std::move(parent));
+    Parameters body;
+    body.SetParameter(Keys::Offset, offset);
+    body.SetParameter(Keys::Limit, limit);
+    body.SetChildParameters(Keys::Body, std::move(filter));
+    const auto future = busMessaging->SendRequest(MakeDispatch(Operations::FindJobs, std::move(body), {}));
+    return ReadJobs(Operations::FindJobs, AwaitJobs(Operations::FindJobs, *future));
 }
 
 bool JobManager::RemoveJob(const BusPointer& busMessaging, const Parameters& identity,

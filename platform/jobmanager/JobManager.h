@@ -27,6 +27,11 @@ public:
                                         const CoreServices::Parameters& identity, const std::string& kind,
                                         std::int32_t offset, std::int32_t& limit, std::int32_t& total) const;
 
+    /// One page of the jobs that have this one as their parent, those from the `offset`th. Throws as
+    /// `FindJobsByKind` does.
+    std::vector<JobInfo> FindSubTasks(const BusPointer& busMessaging, const std::string& jobId,
+                                      std::int32_t offset, std::int32_t limit) const;
+
     /// True when the manager says that the job was removed; `jobInfo` then becomes one of that id and nothing
     /// more. False for an error, an empty answer, one of another shape, and when none came in time.
     bool RemoveJob(const BusPointer& busMessaging, const CoreServices::Parameters& identity,

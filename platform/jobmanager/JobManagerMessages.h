@@ -22,6 +22,14 @@
 /// least five characters (".000Z", or a fraction of six digits), which nobody reads: a job whose date has
 /// none counts as one of unknown age and is never purged.
 ///
+/// `details` names the subtask jobs, or the first of them: where `moreSubTasks` is there and true, `findJobs`
+/// lists them all.
+///
+/// `findJobs`: one page of the subtask jobs of a job, in an order that stays the same between pages.
+///
+///     {"offset":0,"limit":100,"body":{"parent":{"id":"..."}}}
+///     {"results":[{"id":"...",...}]}
+///
 /// `removeJob`: takes the job away.
 ///
 ///     {"id":"...","identity":{...}}
@@ -40,6 +48,7 @@ namespace JobManagerKeys {
 inline constexpr std::string_view CreationDateTime = "creationDateTime";
 inline constexpr std::string_view Details = "details";
 inline constexpr std::string_view Info = "info";
+inline constexpr std::string_view MoreSubTasks = "moreSubTasks";
 inline constexpr std::string_view Total = "total";
 }  // namespace JobManagerKeys
 
