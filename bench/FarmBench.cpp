@@ -14,7 +14,6 @@
 #include "Core/src/Job.h"
 #include "Core/src/JobCreatedEvent.h"
 #include "Core/src/JobKinds.h"
-#include "farm/jobmonitor/JobAnswer.h"
 #include "farm/jobmonitor/JobDirectory.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
@@ -112,27 +111,27 @@ void UseFarm(const benchmark::State& state) {
 std::size_t Describe(const std::vector<Quillon::Farm::ListedJob>& page) {
     std::size_t bytes = 0;
     for (const auto& job : page) {
-        bytes += Quillon::Farm::DescribeJob(job.record, job.entry).toJSON().size();
+        bytes += Quillon::Farm::DescribeJob(job).toJSON().size();
     }
     return bytes;
 }
 
 void FindNewestJobs(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(Describe(g_farm->Jobs().Newest({}, 0, kPage)));
+        benchmark::DoNotOptimize(Describe(g_farm->Jobs().Newest({}, {0, kPage})));
     }
 }
 
 void FindOneCreatorsRoots(benchmark::State& state) {
     const JobFilter filter{"somebody", ""};
     for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(Describe(g_farm->Jobs().Newest(filter, 0, kPage / 2)));
+        benchmark::DoNotOptimize(Describe(g_farm->Jobs().Newest(filter, {0, kPage / 2})));
     }
 }
 
 void FindOldestOfKind(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(Describe(g_farm->Jobs().OfKind(g_kind, 0, kPage)));
+        benchmark::DoNotOptimize(Describe(g_farm->Jobs().OfKind(g_kind, {0, kPage})));
         benchmark::DoNotOptimize(g_farm->Jobs().CountOfKind(g_kind));
     }
 }

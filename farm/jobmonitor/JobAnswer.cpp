@@ -7,6 +7,7 @@
 #include "Core/src/Vocabulary.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "platform/jobmanager/JobInfo.h"
+#include "platform/jobmanager/JobManagerMessages.h"
 
 namespace Quillon::Farm {
 
@@ -42,10 +43,13 @@ Parameters InfoOf(const Record& job, const std::string& status) {
     return info;
 }
 
-Parameters DetailsOf(const std::vector<std::string>& subTasks) {
+Parameters DetailsOf(const SubTasks& subTasks) {
     Parameters details;
-    for (const std::string& id : subTasks) {
+    for (const std::string& id : subTasks.ids) {
         details.AddArrayParameter(Shared::SubTaskJobIDs, id);
+    }
+    if (subTasks.areMore) {
+        details.SetParameter(CommonServices::JobManagerKeys::MoreSubTasks, true);
     }
     return details;
 }
@@ -69,7 +73,8 @@ IndexedJob MakeEntry(const Record& job, std::int64_t order) {
             TextOf(ReadTree(job.recordPublicData), Shared::JobKind)};
 }
 
-Parameters DescribeJob(const Record& job, const IndexedJob& entry, const std::vector<std::string>& subTasks) {
+Parameters DescribeJob(const ListedJob& listed, const SubTasks& subTasks) {
+    const Record& job = listed.record;
     const Parameters publicData = ReadTree(job.recordPublicData);
     CommonServices::JobInfo info;
     info.jobId = job.recordID;
@@ -92,7 +97,7 @@ Parameters DescribeJob(const Record& job, const IndexedJob& entry, const std::ve
     answer.SetParameter(Shared::Description, job.description);
     answer.SetParameter(Shared::JobQueue, TextOf(publicData, Shared::JobQueue));
     answer.SetParameter(Shared::CreatedDateTime, TextOf(publicData, Shared::CreatedDateTime));
-    answer.SetChildParameters(Shared::Parent, ParentOf(entry));
+    answer.SetChildParameters(Shared::Parent, ParentOf(listed.entry));
     return answer;
 }
 

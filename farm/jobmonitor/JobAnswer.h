@@ -12,14 +12,25 @@
 /// it can be read.
 namespace Quillon::Farm {
 
+/// A job's record together with what the index knows of it.
+struct ListedJob {
+    Weftline::Record record;
+    IndexedJob entry;
+};
+
+/// The jobs that have a job as their parent, the oldest first, as far as one list goes.
+struct SubTasks {
+    std::vector<std::string> ids;
+    bool areMore = false;  ///< than `ids` names
+};
+
 IndexedJob MakeEntry(const Weftline::Record& job, std::int64_t order);
 
 /// The job as every answer of the monitor tells it: the keys that clients of a job manager read
 /// (`CommonServices::WriteJobInfo`), then `description`, `jobQueue`, `createdDateTime` and `parent` with its
 /// `id`, null where there is none. A job that nobody has touched yet has the status "Created". `info` tells
-/// of a failed job its `failureReason`; `details` lists the `subTasks`, where there are some.
-CoreServices::Parameters DescribeJob(const Weftline::Record& job, const IndexedJob& entry,
-                                     const std::vector<std::string>& subTasks = {});
+/// of a failed job its `failureReason`; `details` names the subtasks, where there are some.
+CoreServices::Parameters DescribeJob(const ListedJob& listed, const SubTasks& subTasks = {});
 
 /// A date as job managers tell it, "2026-11-22T20:06:45.000Z", of one as records hold it; empty where that is
 /// none.

@@ -9,7 +9,6 @@
 #include "Core/src/JobCreatedEvent.h"
 #include "Core/src/Vocabulary.h"
 #include "base/log/PlatformLog.h"
-#include "farm/jobmonitor/JobAnswer.h"
 #include "farm/protocol/Pause.h"
 #include "platform/stores/EventLog.h"
 #include "platform/stores/ObjectStore.h"
@@ -32,7 +31,7 @@ constexpr milliseconds kCatchUpPatience{1000};
 // Events that come in quick succession are read together.
 constexpr milliseconds kBetweenReads{100};
 constexpr milliseconds kPauseAfterFailure{2000};
-constexpr std::int32_t kMostSubTasks = 500;
+constexpr std::int32_t kMostSubTasks = 100;  // named with their parent; whoever wants more lists them
 
 std::vector<LoggedEvent> ReadEvents(std::int64_t afterOffset, std::size_t limit,
                                     const CommonServices::EventWait& wait = {}) {
@@ -139,48 +138,48 @@ std::optional<ListedJob> JobDirectory::Find(const std::string& jobId) {
     return ListedJob{std::move(*record), std::move(entry)};
 }
 
-std::vector<ListedJob> JobDirectory::Newest(const JobFilter& filter, std::int32_t offset,
-                                            std::int32_t limit) {
-    return Insist([&] { return ReadNewest(filter, offset, limit); });
+std::vector<ListedJob> JobDirectory::Newest(const JobFilter& filter, const JobPage& page) {
+    return ReadPage({page.call, filter, {}}, page, JobIndex::kNewest,
+                    [&](const PagePlaces::Start& start, std::int32_t limit) {
+                        return m_index.Newest(filter, start.place, start.skip, limit);
+                    });
 }
 
-std::vector<ListedJob> JobDirectory::ReadNewest(const JobFilter& filter, std::int32_t offset,
-                                                std::int32_t limit) {
-    CatchUp();
-    std::vector<ListedJob> page;
-    std::int64_t before = JobIndex::kNewest;
-    std::int32_t skip = std::max(offset, 0);
-    for (std::int32_t missing = limit; missing > 0;
-         missing = limit - static_cast<std::int32_t>(page.size())) {
-        std::vector<IndexedJob> entries = m_index.Newest(filter, before, skip, missing);
-        if (entries.empty()) {
-            break;
+std::vector<ListedJob> JobDirectory::OfKind(const std::string& kind, const JobPage& page) {
+    return ReadPage({page.call, {}, kind}, page, JobIndex::kOldest,
+                    [&](const PagePlaces::Start& start, std::int32_t limit) {
+                        return m_index.OfKind(kind, start.place, start.skip, limit);
+                    });
+}
+
+template <class Read>
+std::vector<ListedJob> JobDirectory::ReadPage(const Listing& listing, const JobPage& page, std::int64_t first,
+                                              const Read& read) {
+    const std::int64_t offset = std::max(page.offset, 0);
+    const auto limit = static_cast<std::size_t>(std::max(page.limit, 0));
+    return Insist([&] {
+        CatchUp();
+        PagePlaces::Start start = m_places.Find(listing, offset, first);
+        std::int64_t beginning = first;
+        std::vector<ListedJob> jobs;
+        while (jobs.size() < limit) {
+            std::vector<IndexedJob> entries = read(start, static_cast<std::int32_t>(limit - jobs.size()));
+            if (entries.empty()) {
+                m_places.Forget(listing);
+                return jobs;
+            }
+            if (first == JobIndex::kNewest && offset == 0 && beginning == first) {
+                beginning = entries.front().order + 1;
+            }
+            start = {entries.back().order, 0};
+            Collect(std::move(entries), jobs);
         }
-        before = entries.back().order;
-        skip = 0;
-        Collect(std::move(entries), page);
-    }
-    return page;
-}
-
-std::vector<ListedJob> JobDirectory::OfKind(const std::string& kind, std::int32_t offset,
-                                            std::int32_t limit) {
-    return Insist([&] { return ReadOfKind(kind, offset, limit); });
-}
-
-// The jobs that are gone leave the index at once, and then the same page is asked for again.
-std::vector<ListedJob> JobDirectory::ReadOfKind(const std::string& kind, std::int32_t offset,
-                                                std::int32_t limit) {
-    CatchUp();
-    for (;;) {
-        std::vector<ListedJob> page;
-        std::vector<IndexedJob> entries = m_index.OfKind(kind, std::max(offset, 0), std::max(limit, 0));
-        const std::size_t asked = entries.size();
-        Collect(std::move(entries), page);
-        if (page.size() == asked) {
-            return page;
+        if (limit > 0) {
+            m_places.GoOn(listing, offset == 0, beginning, start.place,
+                          offset + static_cast<std::int64_t>(limit));
         }
-    }
+        return jobs;
+    });
 }
 
 void JobDirectory::Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page) {
@@ -201,8 +200,14 @@ void JobDirectory::Collect(std::vector<IndexedJob> entries, std::vector<ListedJo
     m_index.Remove(gone);
 }
 
-std::vector<std::string> JobDirectory::SubTasksOf(const std::string& jobId) {
-    return Insist([&] { return m_index.ChildrenOf(jobId, kMostSubTasks); });
+SubTasks JobDirectory::SubTasksOf(const std::string& jobId) {
+    SubTasks subTasks;
+    subTasks.ids = Insist([&] { return m_index.ChildrenOf(jobId, kMostSubTasks + 1); });
+    subTasks.areMore = subTasks.ids.size() > kMostSubTasks;
+    if (subTasks.areMore) {
+        subTasks.ids.pop_back();
+    }
+    return subTasks;
 }
 
 std::int64_t JobDirectory::CountOfKind(const std::string& kind) {
@@ -211,7 +216,7 @@ std::int64_t JobDirectory::CountOfKind(const std::string& kind) {
 
 bool JobDirectory::Remove(const std::string& jobId) {
     // The store does not tell whether the record was there, so nobody else may delete between the two steps.
-    const std::lock_guard lock(m_removalMutex);
+    const PlatformAbstraction::MutexLock lock(m_removalMutex);
     if (!FindRecord(jobId)) {
         return false;
     }

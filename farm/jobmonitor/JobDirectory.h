@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
@@ -10,15 +9,12 @@
 
 #include "Core/src/wf_Record.h"
 #include "base/concurrency/FairMutex.h"
+#include "base/concurrency/Mutex.h"
+#include "farm/jobmonitor/JobAnswer.h"
 #include "farm/jobmonitor/JobIndex.h"
+#include "farm/jobmonitor/PagePlaces.h"
 
 namespace Quillon::Farm {
-
-/// A job's record together with what the index knows of it.
-struct ListedJob {
-    Weftline::Record record;
-    IndexedJob entry;
-};
 
 /// The jobs as the job monitor lists them: their records in the store, found through an index that follows
 /// the event log. A job whose record is gone is dropped from the index when it is met. Any thread may call.
@@ -33,20 +29,23 @@ public:
 
     std::optional<ListedJob> Find(const std::string& jobId);
 
-    /// Pages are full as long as there are jobs. Negative numbers count as 0.
-    std::vector<ListedJob> Newest(const JobFilter& filter, std::int32_t offset, std::int32_t limit);
-    std::vector<ListedJob> OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
+    /// The newest first. Pages are full as long as there are jobs, and those of one call repeat and miss
+    /// none (`PagePlaces`). Negative numbers count as 0.
+    std::vector<ListedJob> Newest(const JobFilter& filter, const JobPage& page);
+    /// The oldest first, likewise.
+    std::vector<ListedJob> OfKind(const std::string& kind, const JobPage& page);
     std::int64_t CountOfKind(const std::string& kind);
-    /// The ids of the jobs that have this one as their parent, at most some hundreds.
-    std::vector<std::string> SubTasksOf(const std::string& jobId);
+    SubTasks SubTasksOf(const std::string& jobId);
 
     /// False when the job is not there: of several removals at the same time one alone gives true.
     bool Remove(const std::string& jobId);
 
 private:
     void StartOverIfLogIsAnother();
-    std::vector<ListedJob> ReadNewest(const JobFilter& filter, std::int32_t offset, std::int32_t limit);
-    std::vector<ListedJob> ReadOfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
+    /// A page of the list that begins behind the place `first`; `read` reads the index.
+    template <class Read>
+    std::vector<ListedJob> ReadPage(const Listing& listing, const JobPage& page, std::int64_t first,
+                                    const Read& read);
     /// Reads what has come to the log, for a limited time.
     void CatchUp();
     std::size_t ReadBatch();
@@ -54,10 +53,11 @@ private:
     void Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page);
 
     JobIndex m_index;
+    PagePlaces m_places;
     // Held over one batch, so that batches come in order. A page gets its turn beside an index that is made
     // anew.
     PlatformAbstraction::FairMutex m_readingMutex;
-    std::mutex m_removalMutex;  // held from the look for a record until it is deleted
+    PlatformAbstraction::Mutex m_removalMutex;  // held from the look for a record until it is deleted
 };
 
 }  // namespace Quillon::Farm

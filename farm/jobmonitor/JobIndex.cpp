@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <map>
 #include <utility>
 
 #include "base/log/PlatformLog.h"
@@ -115,8 +114,12 @@ private:
     SQLite::Statement& m_statement;
 };
 
-std::vector<IndexedJob> ReadJobs(SQLite::Statement& statement) {
+std::vector<IndexedJob> ReadPage(SQLite::Statement& statement, std::int64_t place, std::int64_t skip,
+                                 std::int32_t limit) {
     const Running running(statement);
+    statement.bind(1, place);
+    statement.bind(2, skip);
+    statement.bind(3, limit);
     std::vector<IndexedJob> jobs;
     while (statement.executeStep()) {
         jobs.push_back({statement.getColumn(0).getInt64(), statement.getColumn(1).getString(),
@@ -129,15 +132,6 @@ std::vector<IndexedJob> ReadJobs(SQLite::Statement& statement) {
 void Run(SQLite::Statement& statement) {
     const Running running(statement);
     statement.exec();
-}
-
-// What is remembered of lists only helps those who page through them now.
-template <class Remembered>
-void MakeRoomIn(Remembered& lists) {
-    constexpr std::size_t kMost = 64;
-    if (lists.size() >= kMost) {
-        lists.clear();
-    }
 }
 
 }  // namespace
@@ -154,7 +148,7 @@ struct JobIndex::Tables {
           byParent(database, PageSql(" AND parent = ?5")),
           byBoth(database, PageSql(" AND creator = ?4 AND parent = ?5")),
           ofKind(database, std::string("SELECT ") + kColumns +
-                               " FROM jobs WHERE kind = ?1 AND place > ?2 ORDER BY place LIMIT ?4 OFFSET ?3"),
+                               " FROM jobs WHERE place > ?1 AND kind = ?4 ORDER BY place LIMIT ?3 OFFSET ?2"),
           countOfKind(database, "SELECT jobs FROM counts WHERE kind = ?1"),
           children(database, "SELECT id FROM jobs WHERE parent = ?1 ORDER BY place LIMIT ?2") {}
 
@@ -172,14 +166,6 @@ struct JobIndex::Tables {
         return page;
     }
 
-    /// The beginning of a page of a kind that was reached before: its offset among the jobs of the kind, and
-    /// the place of the job in front of it.
-    using Marks = std::map<std::pair<std::string, std::int64_t>, std::int64_t>;
-
-    /// By creator and parent, the place of the job with which a list began.
-    using Beginnings =
-        std::map<std::pair<std::optional<std::string>, std::optional<std::string>>, std::int64_t>;
-
     SQLite::Database database;
     SQLite::Statement add;
     SQLite::Statement move;
@@ -192,8 +178,6 @@ struct JobIndex::Tables {
     SQLite::Statement ofKind;
     SQLite::Statement countOfKind;
     SQLite::Statement children;
-    Marks marks;  // true until a job is removed, since jobs are only added at the end
-    Beginnings beginnings;
 };
 
 JobIndex::JobIndex(const std::string& path)
@@ -204,7 +188,7 @@ JobIndex::~JobIndex() = default;
 // Damage behind the first page shows only when somebody comes to it.
 template <class Work>
 auto JobIndex::With(const Work& work) {
-    const std::lock_guard lock(m_mutex);
+    const PlatformAbstraction::MutexLock lock(m_mutex);
     if (!m_pTables) {
         m_pTables = std::make_unique<Tables>(m_path);
     }
@@ -253,7 +237,6 @@ void JobIndex::Remove(const std::vector<std::string>& ids) {
         return;
     }
     With([&](Tables& tables) {
-        tables.marks.clear();
         SQLite::Transaction transaction(tables.database);
         for (const std::string& id : ids) {
             tables.remove.bindNoCopy(1, id);
@@ -265,8 +248,6 @@ void JobIndex::Remove(const std::vector<std::string>& ids) {
 
 void JobIndex::Clear() {
     With([](Tables& tables) {
-        tables.marks.clear();
-        tables.beginnings.clear();
         SQLite::Transaction transaction(tables.database);
         tables.database.exec(
             "DELETE FROM jobs; DELETE FROM counts; UPDATE position SET eventOffset = 0, eventId = ''");
@@ -274,44 +255,16 @@ void JobIndex::Clear() {
     });
 }
 
-std::vector<IndexedJob> JobIndex::Newest(const JobFilter& filter, std::int64_t before, std::int32_t offset,
+std::vector<IndexedJob> JobIndex::Newest(const JobFilter& filter, std::int64_t before, std::int64_t skip,
                                          std::int32_t limit) {
-    return With([&](Tables& tables) {
-        const std::pair key(filter.creator, filter.parent);
-        const auto beginning = tables.beginnings.find(key);
-        if (before == kNewest && offset > 0 && beginning != tables.beginnings.end()) {
-            before = beginning->second + 1;
-        }
-        SQLite::Statement& page = tables.PageOf(filter);
-        page.bind(1, before);
-        page.bind(2, offset);
-        page.bind(3, limit);
-        std::vector<IndexedJob> jobs = ReadJobs(page);
-        if (before == kNewest && offset == 0 && !jobs.empty()) {
-            MakeRoomIn(tables.beginnings);
-            tables.beginnings[key] = jobs.front().order;
-        }
-        return jobs;
-    });
+    return With([&](Tables& tables) { return ReadPage(tables.PageOf(filter), before, skip, limit); });
 }
 
-std::vector<IndexedJob> JobIndex::OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit) {
+std::vector<IndexedJob> JobIndex::OfKind(const std::string& kind, std::int64_t after, std::int64_t skip,
+                                         std::int32_t limit) {
     return With([&](Tables& tables) {
-        const auto mark = tables.marks.find({kind, offset});
-        const bool isMarked = mark != tables.marks.end();
-        tables.ofKind.bindNoCopy(1, kind);
-        tables.ofKind.bind(2, isMarked ? mark->second : 0);
-        tables.ofKind.bind(3, isMarked ? 0 : offset);
-        tables.ofKind.bind(4, limit);
-        std::vector<IndexedJob> jobs = ReadJobs(tables.ofKind);
-        if (isMarked) {
-            tables.marks.erase(mark);
-        }
-        if (!jobs.empty() && jobs.size() == static_cast<std::size_t>(limit)) {
-            MakeRoomIn(tables.marks);
-            tables.marks[{kind, std::int64_t{offset} + limit}] = jobs.back().order;
-        }
-        return jobs;
+        tables.ofKind.bindNoCopy(4, kind);
+        return ReadPage(tables.ofKind, after, skip, limit);
     });
 }
 

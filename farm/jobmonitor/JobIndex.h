@@ -4,11 +4,12 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "base/concurrency/Mutex.h"
 
 namespace Quillon::Farm {
 
@@ -48,7 +49,9 @@ public:
 /// file as another `std::runtime_error`.
 class JobIndex {
 public:
+    // Places before all jobs, for those who read the newest or the oldest first.
     static constexpr std::int64_t kNewest = std::numeric_limits<std::int64_t>::max();
+    static constexpr std::int64_t kOldest = std::numeric_limits<std::int64_t>::min();
 
     /// Makes the file (0600) where there is none; its directory has to be there. An empty path keeps the
     /// index in memory.
@@ -66,14 +69,13 @@ public:
     /// Back to the state without jobs.
     void Clear();
 
-    /// The newest jobs before `before`, the newest first, at most `limit` after leaving out `offset`. An
-    /// offset from `kNewest` counts from the job that was the newest when the list was last begun, at offset
-    /// 0: jobs that come meanwhile do not shift the pages.
-    std::vector<IndexedJob> Newest(const JobFilter& filter, std::int64_t before, std::int32_t offset,
+    /// Jobs announced before the place, the newest first: at most `limit` after leaving out `skip`. What is
+    /// left out costs as much as what is read, so whoever goes on page by page names the place.
+    std::vector<IndexedJob> Newest(const JobFilter& filter, std::int64_t before, std::int64_t skip,
                                    std::int32_t limit);
-    /// The jobs of a kind, the oldest first, so that jobs that come meanwhile do not shift the pages. Going
-    /// on page by page costs no more at the end than at the beginning.
-    std::vector<IndexedJob> OfKind(const std::string& kind, std::int32_t offset, std::int32_t limit);
+    /// Jobs of a kind announced after the place, the oldest first, likewise.
+    std::vector<IndexedJob> OfKind(const std::string& kind, std::int64_t after, std::int64_t skip,
+                                   std::int32_t limit);
     std::int64_t CountOfKind(const std::string& kind);
     /// The ids of the jobs of a parent, the oldest first.
     std::vector<std::string> ChildrenOf(const std::string& parent, std::int32_t limit);
@@ -86,8 +88,8 @@ private:
     auto With(const Work& work);
 
     const std::string m_path;
-    std::mutex m_mutex;
-    std::unique_ptr<Tables> m_pTables;  // guarded by m_mutex; none where opening failed
+    PlatformAbstraction::Mutex m_mutex;
+    std::unique_ptr<Tables> m_pTables QUILLON_GUARDED_BY(m_mutex);  // none where opening failed
 };
 
 }  // namespace Quillon::Farm

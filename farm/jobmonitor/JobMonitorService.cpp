@@ -1,15 +1,205 @@
 #include "farm/jobmonitor/JobMonitorService.h"
 
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
 #include "Core/src/Vocabulary.h"
-#include "farm/jobmonitor/FindJobHandler.h"
-#include "farm/jobmonitor/FindJobsByKindHandler.h"
-#include "farm/jobmonitor/FindJobsHandler.h"
-#include "farm/jobmonitor/RemoveJobHandler.h"
+#include "farm/jobmonitor/JobDirectory.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/FarmRequests.h"
 #include "platform/jobmanager/JobManagerMessages.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/ServiceMessageHandlerV2.h"
 
 namespace Quillon::Farm {
 
+using CoreServices::Parameters;
+using PlatformAbstraction::RegistrationParams;
+using PlatformAbstraction::Messaging::MessageContext;
 using PlatformAbstraction::Messaging::ServiceInfo;
+namespace Messaging = PlatformAbstraction::Messaging;
+namespace Shared = Weftline::Keys;
+
+namespace {
+
+using ContextPointer = std::shared_ptr<MessageContext>;
+
+/// One message of the monitor.
+class MonitorHandler : public Messaging::ServiceMessageHandlerV2 {
+public:
+    MonitorHandler(std::string_view operation, std::string_view description,
+                   std::shared_ptr<JobDirectory> jobs)
+        : m_operation(operation), m_description(description), m_pJobs(std::move(jobs)) {}
+
+    RegistrationParams GetRegistrationParams() const final {
+        return PlatformAbstraction::RegParamsBuilder()
+            .SetName(m_operation)
+            .SetDescription(m_description)
+            .GetResult();
+    }
+
+protected:
+    JobDirectory& Jobs() const { return *m_pJobs; }
+
+private:
+    const std::string m_operation;
+    const std::string m_description;
+    const std::shared_ptr<JobDirectory> m_pJobs;
+};
+
+[[noreturn]] void FailForMissing(const std::string& jobId) {
+    throw Messaging::ResourceNotFoundHandlerError("There is no job \"" + jobId + "\"");
+}
+
+// `offset` and `limit`, brought into bounds.
+JobPage ReadJobPage(const Parameters& request, const MessageContext& context) {
+    constexpr std::int32_t kUsualLimit = 100;
+    constexpr std::int32_t kMostLimit = 1000;
+    return {std::max(ValueOr(request, Shared::Offset, 0), 0),
+            std::clamp(ValueOr(request, Shared::Limit, kUsualLimit), 0, kMostLimit),
+            context.GetParentMessage()};
+}
+
+// An empty tree where the key is missing.
+Parameters ReadChild(const Parameters& tree, std::string_view key) {
+    Parameters child;
+    if (tree.HasParameter(key) && (!tree.GetChildParameters(key, child) || child.IsArray())) {
+        throw Messaging::BadRequestHandlerError("\"" + std::string(key) + "\" is of the wrong type");
+    }
+    return child;
+}
+
+bool IsNull(const Parameters& tree, std::string_view key) {
+    Parameters null;
+    null.SetParameterNull(key);
+    Parameters value;
+    return value.CopyValue(tree, key, key) && value == null;
+}
+
+JobFilter ReadFilter(const Parameters& request) {
+    const Parameters body = ReadChild(request, Shared::Body);
+    JobFilter filter;
+    if (body.HasParameter(Shared::CreatedBy)) {
+        filter.creator = RequiredValue<std::string>(ReadChild(body, Shared::CreatedBy), Shared::IdentityId);
+    }
+    if (body.HasParameter(Shared::Parent)) {
+        const Parameters parent = ReadChild(body, Shared::Parent);
+        filter.parent =
+            IsNull(parent, Shared::Id) ? std::string() : RequiredValue<std::string>(parent, Shared::Id);
+    }
+    return filter;
+}
+
+/// Tells one job, found by its `clientKey`, as the tree `body`. A job that is not there is an error.
+class FindJobHandler final : public MonitorHandler {
+public:
+    explicit FindJobHandler(std::shared_ptr<JobDirectory> jobs)
+        : MonitorHandler(Weftline::Operations::FindJob, "Finds a job by its client key", std::move(jobs)) {}
+
+    Parameters HandleMessageV2(const Parameters& request, ContextPointer /*context*/) override {
+        const auto clientKey = RequiredValue<std::string>(request, Shared::ClientKey);
+        const auto job = Jobs().Find(clientKey);
+        if (!job) {
+            FailForMissing(clientKey);
+        }
+        Parameters answer;
+        answer.SetChildParameters(Shared::Body, DescribeJob(*job));
+        return answer;
+    }
+};
+
+/// Tells a page of the jobs, the newest first, as the array `results`. `body` may ask for the jobs of a
+/// creator (`createdBy` with its `identityId`) and for those of a parent (`parent` with its `id`; null for
+/// jobs that have none). A page has 100 jobs where `limit` does not say, and never more than 1000.
+class FindJobsHandler final : public MonitorHandler {
+public:
+    explicit FindJobsHandler(std::shared_ptr<JobDirectory> jobs)
+        : MonitorHandler(Weftline::Operations::FindJobs, "Lists jobs, the newest first", std::move(jobs)) {}
+
+    Parameters HandleMessageV2(const Parameters& request, ContextPointer context) override {
+        Parameters answer;
+        answer.AddEmptyArray(Shared::Results);
+        for (const ListedJob& job : Jobs().Newest(ReadFilter(request), ReadJobPage(request, *context))) {
+            answer.AddArrayChildParameters(Shared::Results, DescribeJob(job));
+        }
+        return answer;
+    }
+};
+
+/// Tells a page of the jobs of a `kind`, the oldest first, in the form of JobManagerMessages.h.
+class FindJobsByKindHandler final : public MonitorHandler {
+public:
+    explicit FindJobsByKindHandler(std::shared_ptr<JobDirectory> jobs)
+        : MonitorHandler(CommonServices::JobManagerOperations::FindJobsByKind,
+                         "Lists the jobs of a kind, the oldest first", std::move(jobs)) {}
+
+    Parameters HandleMessageV2(const Parameters& request, ContextPointer context) override {
+        const auto kind = RequiredValue<std::string>(request, Shared::Kind);
+        const JobPage page = ReadJobPage(request, *context);
+        Parameters answer;
+        answer.AddEmptyArray(Shared::Results);
+        for (const ListedJob& job : Jobs().OfKind(kind, page)) {
+            answer.AddArrayChildParameters(Shared::Results,
+                                           DescribeJob(job, Jobs().SubTasksOf(job.entry.id)));
+        }
+        constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
+        answer.SetParameter(Shared::Limit, page.limit);
+        answer.SetParameter(CommonServices::JobManagerKeys::Total,
+                            static_cast<std::int32_t>(std::min(Jobs().CountOfKind(kind), kMost)));
+        return answer;
+    }
+};
+
+/// Removes a job by its `id`, whatever its state: the coordinator gives it up first, so that nothing writes
+/// its record again. The answer has the `id`. A job that is not there is an error.
+class RemoveJobHandler final : public MonitorHandler {
+public:
+    RemoveJobHandler(std::shared_ptr<JobDirectory> jobs, std::string coordinatorRealm)
+        : MonitorHandler(Weftline::Operations::RemoveJob, "Removes a job", std::move(jobs)),
+          m_coordinatorRealm(std::move(coordinatorRealm)) {}
+
+    Parameters HandleMessageV2(const Parameters& request, ContextPointer context) override {
+        const auto jobId = RequiredValue<std::string>(request, Shared::Id);
+        if (!Jobs().Find(jobId)) {
+            FailForMissing(jobId);
+        }
+        TellCoordinator(*context->GetContextBusMessaging(), jobId);
+        if (!Jobs().Remove(jobId)) {
+            FailForMissing(jobId);  // somebody else was faster
+        }
+        Parameters answer;
+        answer.SetParameter(Shared::Id, jobId);
+        return answer;
+    }
+
+private:
+    void TellCoordinator(Messaging::BusMessaging& messaging, const std::string& jobId) const {
+        constexpr std::int64_t kPatienceMicroseconds = 5'000'000;
+        Messaging::ServiceMessageDispatch forget(std::string(Weftline::ServiceNames::Coordinator),
+                                                 m_coordinatorRealm, kServiceVersion,
+                                                 std::string(Operations::ForgetJob));
+        forget.parameters.SetParameter(Shared::Id, jobId);
+        const auto future = messaging.SendRequest(forget);
+        if (!future->WaitForDone(kPatienceMicroseconds)) {
+            throw std::runtime_error("The coordinator did not give up the job \"" + jobId + "\" in time");
+        }
+        std::string code;
+        std::string message;
+        // Where there is no coordinator nobody writes the record.
+        if (future->HasError() &&
+            !(future->GetErrorDetails(code, message) && code == Messaging::kServiceNotFound)) {
+            throw std::runtime_error("The coordinator did not give up the job \"" + jobId + "\": " + message);
+        }
+    }
+
+    const std::string m_coordinatorRealm;
+};
+
+}  // namespace
 
 std::shared_ptr<ServiceInfo> MakeJobMonitorService(const std::shared_ptr<JobDirectory>& jobs,
                                                    const std::string& coordinatorRealm) {

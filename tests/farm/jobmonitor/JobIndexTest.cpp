@@ -32,21 +32,6 @@ protected:
     const std::string path = directory.File("index");
 };
 
-TEST_F(JobIndexTest, WalksAKindOldestFirstWhileJobsComeAndGo) {
-    JobIndex index(path);
-    index.Add(Jobs(1, 6), {6, "e6"});
-    EXPECT_EQ(Ids(index.OfKind("k", 0, 2)), "1 2");
-    index.Add(Jobs(7, 7), {7, "e7"});
-    EXPECT_EQ(Ids(index.OfKind("k", 2, 2)), "3 4");
-    EXPECT_EQ(index.CountOfKind("k"), 7);
-    index.Remove({"1", "5", "not there"});
-    EXPECT_EQ(Ids(index.OfKind("k", 4, 2)), "7") << "offsets count the jobs that are there";
-    EXPECT_EQ(Ids(index.OfKind("k", 2, 2)), "4 6");
-    EXPECT_EQ(index.CountOfKind("k"), 5);
-    EXPECT_EQ(Ids(index.OfKind("other", 0, 2)), "");
-    EXPECT_EQ(index.CountOfKind("other"), 0);
-}
-
 TEST_F(JobIndexTest, KeepsJobsAndPositionAndTheFirstAnnouncement) {
     {
         JobIndex index(path);
@@ -74,16 +59,6 @@ TEST_F(JobIndexTest, BeginsAnewOnAFileThatItCannotUse) {
     JobIndex index(path);
     index.Add(Jobs(1, 1), {1, "e1"});
     EXPECT_EQ(Ids(index.Newest({}, JobIndex::kNewest, 0, 9)), "1");
-}
-
-TEST_F(JobIndexTest, PagesDoNotShiftWhileJobsCome) {
-    JobIndex index(path);
-    index.Add(Jobs(1, 4), {4, "e4"});
-    EXPECT_EQ(Ids(index.Newest({}, JobIndex::kNewest, 0, 2)), "4 3");
-    index.Add(Jobs(5, 7), {7, "e7"});
-    EXPECT_EQ(Ids(index.Newest({}, JobIndex::kNewest, 2, 2)), "2 1");
-    EXPECT_EQ(Ids(index.Newest({}, JobIndex::kNewest, 0, 2)), "7 6") << "a list that is begun again";
-    EXPECT_EQ(Ids(index.Newest({}, JobIndex::kNewest, 2, 2)), "5 4");
 }
 
 }  // namespace

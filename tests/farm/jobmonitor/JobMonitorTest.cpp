@@ -1,13 +1,18 @@
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <fstream>
+#include <iterator>
 #include <latch>
+#include <sstream>
 #include <thread>
 #include <vector>
 
 #include "farm/jobmonitor/JobAnswer.h"
 #include "farm/jobmonitor/JobDirectory.h"
 #include "farm/jobmonitor/JobMonitorService.h"
+#include "handlers/admin/FindJobsEx.h"
+#include "handlers/admin/PurgeObsoleteJobs.h"
 #include "platform/jobmanager/JobManager.h"
 #include "tests/farm/FarmFixture.h"
 #include "tests/inprocess/BusStories.h"
@@ -42,14 +47,22 @@ protected:
         return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(dispatch));
     }
     /// The ids of the jobs that `findJobs` gives.
-    std::string FindJobs(const std::string& request) {
-        const std::string answer = Ask("findJobs", request);
+    std::string FindJobs(const std::string& request) { return IdsIn(Ask("findJobs", request)); }
+    static std::string IdsIn(const std::string& answer) {
         const Parameters results = Parameters::fromJSON(answer).GetChildParameters(Shared::Results);
         std::string ids;
         for (std::size_t n = 0; n < results.GetArrayNumValues(); ++n) {
             std::string id;
             results.GetArrayNthChildParameters(n).GetParameter(Shared::Id, id);
             ids += (ids.empty() ? "" : " ") + id;
+        }
+        return ids;
+    }
+
+    static std::string Ids(const std::vector<ListedJob>& page) {
+        std::string ids;
+        for (const ListedJob& job : page) {
+            ids += (ids.empty() ? "" : " ") + job.entry.id;
         }
         return ids;
     }
@@ -122,9 +135,89 @@ TEST_F(JobMonitorTest, KeepsPagesFullWhenRecordsAreGone) {
     ASSERT_TRUE(ObjectStore().DeleteMany({"9", "7", "6", "3"}));
     EXPECT_EQ(FindJobs(R"({"limit":3})"), "8 5 4");
     EXPECT_EQ(jobs->CountOfKind(std::string(JobKinds::Transcode)), 6) << "job 3 was not met yet";
-    EXPECT_EQ(jobs->OfKind(std::string(JobKinds::Transcode), 0, 3).size(), 3U);
+    EXPECT_EQ(jobs->OfKind(std::string(JobKinds::Transcode), {0, 3}).size(), 3U);
     EXPECT_EQ(FindJobs(R"({"offset":3,"limit":3})"), "2 1");
     EXPECT_EQ(jobs->CountOfKind(std::string(JobKinds::Transcode)), 5);
+}
+
+TEST_F(JobMonitorTest, APageGoesOnWhereTheOneBeforeOfItsCallEnded) {
+    for (int n = 1; n <= 6; ++n) {
+        Submit({.id = std::to_string(n)});
+    }
+    const std::string kind(JobKinds::Transcode);
+    const Messaging::MessageId one{1, 1};
+    const Messaging::MessageId another{1, 2};
+    EXPECT_EQ(Ids(jobs->Newest({}, {0, 2, one})), "6 5");
+    EXPECT_EQ(Ids(jobs->OfKind(kind, {0, 2, one})), "1 2");
+    Submit({.id = "7"});
+    EXPECT_EQ(Ids(jobs->Newest({}, {0, 2, another})), "7 6");
+    EXPECT_EQ(Ids(jobs->Newest({}, {0, 2})), "7 6");
+    Submit({.id = "8"});
+    EXPECT_TRUE(jobs->Remove("2") && jobs->Remove("5"));
+    EXPECT_EQ(Ids(jobs->Newest({}, {2, 2, one})), "4 3");
+    EXPECT_EQ(Ids(jobs->Newest({}, {1, 2, one})), "4 3") << "another page counts from where its call began";
+    EXPECT_EQ(Ids(jobs->Newest({}, {2, 2})), "4 3") << "who is not known shares the last beginning";
+    EXPECT_EQ(Ids(jobs->Newest({}, {2, 2, another})), "4 3");
+    EXPECT_EQ(Ids(jobs->Newest({}, {4, 2, another})), "1");
+    EXPECT_EQ(Ids(jobs->OfKind(kind, {2, 2, one})), "3 4");
+    EXPECT_EQ(Ids(jobs->OfKind(kind, {4, 9, one})), "6 7 8");
+
+    PagePlaces places;
+    for (std::uint64_t call = 1; call <= PagePlaces::kMost + 1; ++call) {
+        places.GoOn({{1, call}, {}, {}}, true, 9, 5, 2);
+    }
+    EXPECT_EQ(places.Find({{1, 2}, {}, {}}, 2, 99).place, 5);
+    EXPECT_EQ(places.Find({{1, 1}, {}, {}}, 2, 99).place, 99) << "the oldest is forgotten";
+}
+
+TEST_F(JobMonitorTest, PagesOfACallAreOneListWhoeverElseListsAndSubmits) {
+    constexpr int kClients = 4;
+    constexpr int kLists = 8;
+    constexpr std::size_t kLimit = 250;
+    int submitted = 0;
+    const auto submit = [&] { Submit({.id = std::to_string(++submitted)}); };
+    while (submitted < 260) {
+        submit();
+    }
+    auto scheduler = TestSupport::MakeService("scheduler", {});
+    scheduler->AddMessageHandler(std::make_shared<Weftline::Services::Scheduler::FindJobsEx>());
+    bus->Attach(scheduler);
+    std::atomic<int> atWork = kClients;
+    std::vector<std::jthread> clients;
+    for (int client = 0; client < kClients; ++client) {
+        clients.emplace_back([&] {
+            for (int n = 0; n < kLists; ++n) {
+                const auto future = bus->GetMessaging()->SendRequest(
+                    TestSupport::To("scheduler", "findJobsEx", Parameters::fromJSON(R"({"limit":250})")));
+                std::istringstream ids(IdsIn(TestSupport::EndOf(*future)));
+                const std::vector<int> list{std::istream_iterator<int>(ids), {}};
+                ASSERT_EQ(list.size(), kLimit);
+                EXPECT_EQ(std::adjacent_find(list.begin(), list.end(),
+                                             [](int newer, int older) { return newer != older + 1; }),
+                          list.end());
+            }
+            --atWork;
+        });
+    }
+    while (atWork > 0) {
+        submit();
+    }
+}
+
+TEST_F(JobMonitorTest, APurgeTakesAllSubtasksHoweverMany) {
+    constexpr int kSubTasks = 230;
+    const std::string kind(JobKinds::Export);
+    Submit({.id = "parent", .kind = kind});
+    for (int n = 0; n < kSubTasks; ++n) {
+        Submit({.id = std::to_string(n), .parent = "parent"});
+    }
+    namespace Scheduler = Weftline::Services::Scheduler;
+    const CommonServices::JobManager manager;
+    const auto messaging = bus->GetMessaging();
+    const auto found = Scheduler::FindAllJobsOfKind(messaging, {}, kind, manager);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(Scheduler::RemoveJobAndSubTasks(messaging, {}, found[0], manager), kSubTasks + 1);
+    EXPECT_EQ(FindJobs("{}"), "");
 }
 
 TEST_F(JobMonitorTest, RemovesAJobOnceTheCoordinatorHasGivenItUp) {
