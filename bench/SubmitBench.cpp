@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "handlers/submit/SubmitTranscodeHandler.h"
+#include "handlers/submit/SubmitHandlers.h"
 #include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/BusMessaging.h"
 #include "platform/stores/EventLog.h"

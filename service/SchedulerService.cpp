@@ -2,11 +2,12 @@
 
 #include <boost/program_options/options_description.hpp>
 #include <boost/program_options/value_semantic.hpp>
+#include <cstddef>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "Core/src/JobKinds.h"
+#include "Core/src/SubmitOperations.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/ConfigureDXHandler.h"
 #include "handlers/admin/FindJobsEx.h"
@@ -18,21 +19,7 @@
 #include "handlers/results/FormatResults.h"
 #include "handlers/results/QueryResults.h"
 #include "handlers/results/StoreListings.h"
-#include "handlers/submit/SubmitAudioFormatsQueryHandler.h"
-#include "handlers/submit/SubmitConsolidateHandler.h"
-#include "handlers/submit/SubmitDataExtractHandler.h"
-#include "handlers/submit/SubmitDynamicRelinkHandler.h"
-#include "handlers/submit/SubmitExportHandler.h"
-#include "handlers/submit/SubmitExportQueryHandler.h"
-#include "handlers/submit/SubmitMixdownHandler.h"
-#include "handlers/submit/SubmitMobIDsFromContainerQueryHandler.h"
-#include "handlers/submit/SubmitProxyCreationHandler.h"
-#include "handlers/submit/SubmitRenderHandler.h"
-#include "handlers/submit/SubmitSourceAvailabilityQueryHandler.h"
-#include "handlers/submit/SubmitSuitableMastersQueryHandler.h"
-#include "handlers/submit/SubmitTranscodeHandler.h"
-#include "handlers/submit/SubmitVerifyAccessHandler.h"
-#include "handlers/submit/SubmitVideoFormatsQueryHandler.h"
+#include "handlers/submit/SubmitHandlers.h"
 #include "platform/messaging/BusConnection.h"
 #include "platform/messaging/ErrorCode.h"
 #include "platform/messaging/ServiceInfoApi.h"
@@ -58,31 +45,18 @@ const std::vector<ErrorCode>& ServiceErrorCodes() {
     return codes;
 }
 
-SubmitOpJobInfo JobInfoOf(const SubmitOperations::Row& row) {
-    return {std::string(row.jobKind), std::string(row.evalTaskKind), std::string(row.name),
-            row.failJobDefault};
+SubmitOpJobInfo JobInfoOf(const SubmitOperations::Row& operation) {
+    return {std::string(operation.jobKind), std::string(operation.evalTaskKind), std::string(operation.name),
+            operation.failJobDefault};
 }
 
-void RegisterSubmissions(ServiceInfoApi& service, const std::shared_ptr<BusConnection>& bus) {
-    const auto add = [&service](std::shared_ptr<SubmitMessageHandler> handler,
-                                const SubmitOperations::Row& operation) {
-        service.AddSubmitMessageHandler(std::move(handler), JobInfoOf(operation));
-    };
-    add(std::make_shared<SubmitTranscodeHandler>(bus), SubmitOperations::kTranscode);
-    add(std::make_shared<SubmitConsolidateHandler>(bus), SubmitOperations::kConsolidate);
-    add(std::make_shared<SubmitMixdownHandler>(bus), SubmitOperations::kMixdown);
-    add(std::make_shared<SubmitRenderHandler>(bus), SubmitOperations::kRender);
-    add(std::make_shared<SubmitExportHandler>(bus), SubmitOperations::kExport);
-    add(std::make_shared<SubmitDataExtractHandler>(bus), SubmitOperations::kDataExtract);
-    add(std::make_shared<SubmitProxyCreationHandler>(bus), SubmitOperations::kProxyCreation);
-    add(std::make_shared<SubmitDynamicRelinkHandler>(bus), SubmitOperations::kDynamicRelink);
-    add(std::make_shared<SubmitVerifyAccessHandler>(bus), SubmitOperations::kVerifyAccess);
-    add(std::make_shared<SubmitExportQueryHandler>(bus), SubmitOperations::kExportQuery);
-    add(std::make_shared<SubmitVideoFormatsQueryHandler>(bus), SubmitOperations::kVideoFormatsQuery);
-    add(std::make_shared<SubmitAudioFormatsQueryHandler>(bus), SubmitOperations::kAudioFormatsQuery);
-    add(std::make_shared<SubmitSourceAvailabilityQueryHandler>(bus), SubmitOperations::kSourceAvailability);
-    add(std::make_shared<SubmitMobIDsFromContainerQueryHandler>(bus), SubmitOperations::kMobIDsFromContainer);
-    add(std::make_shared<SubmitSuitableMastersQueryHandler>(bus), SubmitOperations::kSuitableMastersQuery);
+template <std::size_t... place>
+void RegisterSubmissions(ServiceInfoApi& service, const std::shared_ptr<BusConnection>& bus,
+                         std::index_sequence<place...> /*places*/) {
+    using SubmitOperations::kAll;
+    (service.AddSubmitMessageHandler(std::make_shared<SubmitOperationHandler<*kAll[place]>>(bus),
+                                     JobInfoOf(*kAll[place])),
+     ...);
 }
 
 void RegisterOtherMessages(ServiceInfoApi& service, const std::shared_ptr<BusConnection>& bus,
@@ -134,7 +108,8 @@ bool SchedulerService::RegisterErrors(ServiceInfoPointer serviceInfo) {
 bool SchedulerService::RegisterServiceMessageHandlers(ServiceInfoPointer serviceInfo,
                                                       BusConnectionPointer busConnection,
                                                       bool /*enableOldHALPrototype*/) {
-    RegisterSubmissions(*serviceInfo, busConnection);
+    RegisterSubmissions(*serviceInfo, busConnection,
+                        std::make_index_sequence<SubmitOperations::kAll.size()>());
     RegisterOtherMessages(*serviceInfo, busConnection, serviceInfo->GetRealm());
     return true;
 }

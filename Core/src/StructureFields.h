@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "Core/src/RequiredValues.h"
+#include "Core/src/TreeValues.h"
 #include "base/parameters/Parameters.h"
 
 /// Plain structures to trees and back, from one list of keys and members for each structure. The list is

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Core/src/JobKinds.h"
-#include "Core/src/RequiredValues.h"
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 
 namespace Quillon::Farm {

@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <utility>
 
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
-#include "handlers/support/OptionalValues.h"
-#include "handlers/support/PrintLine.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/ConsoleLines.h"
+#include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/RegParamsBuilder.h"
 #include "platform/notifiers/MakeNotifier.h"
 

@@ -8,12 +8,12 @@
 #include <utility>
 
 #include "Core/src/JobKinds.h"
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/PartTimeJobHandlers.h"
 #include "handlers/admin/WeftlineJobKinds.h"
-#include "handlers/support/OptionalValues.h"
-#include "handlers/support/PrintLine.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/ConsoleLines.h"
+#include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "handlers/support/PrintLine.h"
+#include "handlers/support/ConsoleLines.h"
 
 namespace Weftline::Services::Scheduler {
 

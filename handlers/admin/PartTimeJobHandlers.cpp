@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "Core/src/Vocabulary.h"
-#include "handlers/support/PrintLine.h"
+#include "handlers/support/ConsoleLines.h"
 
 namespace Weftline::Services::Scheduler::PartTimeJobHandlers {
 

@@ -6,10 +6,10 @@
 #include <iterator>
 #include <utility>
 
-#include "Core/src/RequiredValues.h"
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/ParseDateTime.h"
-#include "handlers/support/PrintLine.h"
+#include "handlers/support/ConsoleLines.h"
 #include "platform/jobmanager/JobManagerMessages.h"
 
 namespace Weftline::Services::Scheduler {

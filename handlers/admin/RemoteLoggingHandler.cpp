@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Core/src/Vocabulary.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/RegParamsBuilder.h"
 #include "platform/notifiers/MakeNotifier.h"
 

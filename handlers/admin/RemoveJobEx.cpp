@@ -3,11 +3,11 @@
 #include <string>
 #include <string_view>
 
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/PartTimeJobHandlers.h"
-#include "handlers/support/OptionalValues.h"
-#include "handlers/support/PrintLine.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/ConsoleLines.h"
+#include "handlers/support/HandlerDocumentation.h"
 #include "platform/jobmanager/JobStatus.h"
 #include "platform/messaging/RegParamsBuilder.h"
 

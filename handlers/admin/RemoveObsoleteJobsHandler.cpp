@@ -6,8 +6,8 @@
 
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/PurgeObsoleteJobs.h"
-#include "handlers/support/RespondErrorAndPrint.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/ConsoleLines.h"
+#include "handlers/support/HandlerDocumentation.h"
 #include "platform/jobmanager/JobManager.h"
 #include "platform/messaging/RegParamsBuilder.h"
 

@@ -4,7 +4,7 @@
 
 #include "Core/src/Vocabulary.h"
 #include "handlers/admin/WorkerPoolInfo.h"
-#include "handlers/support/QueryCoordinatorService.h"
+#include "handlers/support/ServiceQueries.h"
 #include "platform/messaging/RegParamsBuilder.h"
 
 namespace Weftline::Services::Scheduler {

@@ -2,8 +2,8 @@
 
 #include <exception>
 
-#include "handlers/support/MsgHandlersUtils.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "handlers/support/ServiceQueries.h"
 #include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/RegParamsBuilder.h"
 #include "platform/messaging/ServiceMessageDispatch.h"

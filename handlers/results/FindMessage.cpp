@@ -6,9 +6,9 @@
 #include <limits>
 #include <string>
 
-#include "Core/src/RequiredValues.h"
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
-#include "handlers/support/SubmissionRegistration.h"
+#include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/RegParamsBuilder.h"
 #include "platform/stores/ObjectStore.h"
 

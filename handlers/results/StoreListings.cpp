@@ -10,10 +10,9 @@
 #include <vector>
 
 #include "Core/src/ProfileEntity.h"
-#include "Core/src/RequiredValues.h"
+#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/HandlerDocumentation.h"
-#include "handlers/support/OptionalValues.h"
 #include "platform/messaging/RegParamsBuilder.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"

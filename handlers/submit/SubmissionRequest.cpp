@@ -49,4 +49,16 @@ SubmissionRequest ReadSubmissionRequest(const Parameters& request, bool failJobD
     return read;
 }
 
+JobTrees SplitIntoJobTrees(const Parameters& submission) {
+    JobTrees trees{submission, submission, Parameters()};
+    for (const auto& key : {Keys::JobParams, Keys::JobParamsCapital}) {
+        if (submission.HasParameter(key)) {
+            trees.runCase.SetChildParameters(key, Parameters());
+            submission.GetChildParameters(key, trees.blueprint);
+            break;
+        }
+    }
+    return trees;
+}
+
 }  // namespace Weftline::Services

@@ -11,7 +11,6 @@
 #include "Core/src/TimeText.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/submit/IdentityLookup.h"
-#include "handlers/submit/JobTrees.h"
 #include "handlers/submit/SubmissionRequest.h"
 #include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/PlatformIdentifiers.h"

@@ -75,4 +75,12 @@ Parameters BuildJobExample(const Parameters& jobParams) {
     return example;
 }
 
+Parameters TreeOf(const SubmitOperations::Fields& values) {
+    Parameters tree;
+    for (const auto& [key, value] : values) {
+        std::visit([&tree, key = key](auto plain) { tree.SetParameter(key, plain); }, value);
+    }
+    return tree;
+}
+
 }  // namespace Weftline::Services

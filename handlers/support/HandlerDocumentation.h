@@ -3,8 +3,9 @@
 #include <string>
 #include <string_view>
 
+#include "Core/src/SubmitOperations.h"
 #include "base/parameters/Parameters.h"
-#include "handlers/support/EmbeddedResourceStore.h"
+#include "handlers/support/ResourceStore.h"
 
 namespace Weftline::Services {
 
@@ -29,5 +30,8 @@ CoreServices::Parameters BuildEmailSettingsExample();
 
 /// A shorter example request around `jobParams`, under the key of that name.
 CoreServices::Parameters BuildJobExample(const CoreServices::Parameters& jobParams);
+
+/// A tree of plain values, in the order given.
+CoreServices::Parameters TreeOf(const SubmitOperations::Fields& values);
 
 }  // namespace Weftline::Services

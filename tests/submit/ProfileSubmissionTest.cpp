@@ -1,6 +1,4 @@
-#include "handlers/submit/SubmitConsolidateHandler.h"
-#include "handlers/submit/SubmitProxyCreationHandler.h"
-#include "handlers/submit/SubmitTranscodeHandler.h"
+#include "handlers/submit/SubmitHandlers.h"
 #include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {

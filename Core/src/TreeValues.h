@@ -17,4 +17,8 @@ bool GetRequiredBool(const CoreServices::Parameters& tree, std::string_view key)
 /// Throws `std::runtime_error` with "Failed to extract: " and the key.
 [[noreturn]] void ThrowNotExtracted(std::string_view key);
 
+// Values that a tree may lack: one that is missing or of another type reads as blank.
+std::string TextOrEmpty(const CoreServices::Parameters& tree, std::string_view key);
+bool FlagOrFalse(const CoreServices::Parameters& tree, std::string_view key);
+
 }  // namespace Weftline

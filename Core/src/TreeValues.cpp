@@ -1,4 +1,4 @@
-#include "Core/src/RequiredValues.h"
+#include "Core/src/TreeValues.h"
 
 #include <stdexcept>
 
@@ -30,6 +30,18 @@ bool GetRequiredBool(const CoreServices::Parameters& tree, std::string_view key)
 
 void ThrowNotExtracted(std::string_view key) {
     throw std::runtime_error("Failed to extract: " + std::string(key));
+}
+
+std::string TextOrEmpty(const CoreServices::Parameters& tree, std::string_view key) {
+    std::string text;
+    tree.GetParameter(key, text);
+    return text;
+}
+
+bool FlagOrFalse(const CoreServices::Parameters& tree, std::string_view key) {
+    bool flag = false;
+    tree.GetParameter(key, flag);
+    return flag;
 }
 
 }  // namespace Weftline

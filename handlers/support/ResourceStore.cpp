@@ -1,4 +1,4 @@
-#include "handlers/support/EmbeddedResourceStore.h"
+#include "handlers/support/ResourceStore.h"
 
 #include <algorithm>
 

@@ -1,9 +1,10 @@
-#include "handlers/support/PrintLine.h"
+#include "handlers/support/ConsoleLines.h"
 
 #include <algorithm>
 #include <iostream>
 
 #include "base/log/PlatformLog.h"
+#include "platform/messaging/ServiceMessageResponse.h"
 
 namespace Weftline::Services::Scheduler {
 
@@ -19,6 +20,12 @@ std::string Printable(std::string_view text, std::size_t most) {
     }
     const std::string line = PlatformAbstraction::Log::OneLine(text.substr(0, end));
     return end < text.size() ? line + "..." : line;
+}
+
+bool RespondErrorAndPrint(PlatformAbstraction::Messaging::ServiceMessageResponse& response,
+                          const std::string& code, const std::string& message) {
+    PrintLine(message);
+    return response.RespondError(code, message);
 }
 
 }  // namespace Weftline::Services::Scheduler

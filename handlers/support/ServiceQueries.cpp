@@ -1,9 +1,53 @@
-#include "handlers/support/QueryCoordinatorService.h"
+#include "handlers/support/ServiceQueries.h"
 
 #include <cstdint>
+#include <stdexcept>
+#include <string_view>
 
 #include "Core/src/Vocabulary.h"
-#include "handlers/support/MsgHandlersUtils.h"
+
+namespace Weftline::Services::Scheduler::MsgHandlersUtils {
+
+using CoreServices::Parameters;
+using PlatformAbstraction::Messaging::MessageResultsFuture;
+
+namespace {
+
+constexpr std::int64_t kPatienceMicroseconds = 10'000'000;
+constexpr std::string_view kNoErrorDetails = "<<NO ERROR DETAILS>>";
+
+std::string Describe(const std::string& serviceName, std::string_view outcome) {
+    std::string text = "MsgHandlersUtils::WaitForResult() - Query to " + serviceName;
+    return text.append(" ").append(outcome);
+}
+
+Parameters DescribeError(const MessageResultsFuture& future, const std::string& serviceName) {
+    Parameters error;
+    error.SetParameter(Keys::DescriptionCapital, Describe(serviceName, "FAILED"));
+    std::string errorString;
+    std::string errorDetails(kNoErrorDetails);
+    if (future.GetErrorDetails(errorString, errorDetails)) {
+        error.SetParameter(Keys::ErrorString, errorString);
+    }
+    error.SetParameter(Keys::ErrorDetails, errorDetails);
+    return error;
+}
+
+}  // namespace
+
+Parameters WaitForResult(MessageResultsFuture& future, const std::string& serviceName) {
+    if (!future.WaitForDone(kPatienceMicroseconds)) {
+        throw std::runtime_error(Describe(serviceName, "Timeout"));
+    }
+    if (future.HasError()) {
+        throw DescribeError(future, serviceName);
+    }
+    Parameters results;
+    future.GetResults(results);  // an answer without results is an empty one
+    return results;
+}
+
+}  // namespace Weftline::Services::Scheduler::MsgHandlersUtils
 
 namespace Weftline::Services::Scheduler {
 
