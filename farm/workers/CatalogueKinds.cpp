@@ -5,7 +5,7 @@
 namespace Quillon::Farm {
 
 namespace Keys = Weftline::Keys;
-namespace Formats = Weftline::Keys::Formats;
+using Formats = Weftline::Keys::Formats;
 
 namespace {
 
