@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "Core/src/Job.h"
+#include "Core/src/JobCreatedEvent.h"
 #include "Core/src/JobKinds.h"
 #include "Core/src/Vocabulary.h"
 #include "base/log/PlatformLog.h"

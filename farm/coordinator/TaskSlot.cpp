@@ -14,7 +14,7 @@
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/Pause.h"
 #include "platform/messaging/HandlerInvocation.h"
-#include "platform/stores/RecordStore.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace Quillon::Farm {
 

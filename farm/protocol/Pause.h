@@ -8,7 +8,7 @@
 namespace Quillon::Farm {
 
 /// Waits that long, or until the stop.
-inline void PauseUnlessStopped(std::chrono::milliseconds time, const std::stop_token& stop) {
+inline void PauseUnlessStopped(std::chrono::nanoseconds time, const std::stop_token& stop) {
     std::mutex mutex;
     std::condition_variable_any never;
     std::unique_lock lock(mutex);

@@ -6,6 +6,15 @@
 
 namespace Quillon::Farm {
 
+namespace CatalogueKinds {
+extern const CatalogueKind kVideoFormats;
+extern const CatalogueKind kAudioFormats;
+extern const CatalogueKind kExportTypes;
+extern const CatalogueKind kMediaCreationTypes;
+extern const CatalogueKind kColorSpaces;
+extern const CatalogueKind kS3DModes;
+}  // namespace CatalogueKinds
+
 /// All catalogues of the farm, read once at the start. Constant, and shared by the handlers that use them.
 struct Catalogues {
     /// Those that are built in; where `directory` is not empty, a file there of the same name

@@ -1,48 +1,61 @@
 #include "farm/workers/MetadataWorkerService.h"
 
+#include <stdexcept>
+#include <utility>
+
+#include "Core/src/SubmitOperations.h"
 #include "Core/src/Vocabulary.h"
-#include "farm/protocol/FarmProtocol.h"
-#include "farm/workers/Catalogues.h"
-#include "farm/workers/GetAudioFormatsHandler.h"
-#include "farm/workers/GetColorSpacesHandler.h"
-#include "farm/workers/GetExportTypesHandler.h"
-#include "farm/workers/GetMediaCreationTypesHandler.h"
-#include "farm/workers/GetS3DModesHandler.h"
-#include "farm/workers/GetVideoFormatsHandler.h"
-#include "farm/workers/MetadataTaskHandler.h"
-#include "farm/workers/SwitchLoggingHandler.h"
-#include "farm/workers/WorkerLog.h"
-#include "farm/workers/WorkerReport.h"
+#include "farm/workers/CatalogueHandlers.h"
+#include "farm/workers/QueryAnswers.h"
 
 namespace Quillon::Farm {
 
+using PlatformAbstraction::Messaging::BusMessaging;
 using PlatformAbstraction::Messaging::ServiceInfo;
 
 namespace {
 
 constexpr WorkerCrew kCrew{Weftline::ServiceNames::MetadataWorker, "metadata", true, 2};
 
+/// Carries out the evaluation of a job. Where the job is a query its results are then in the object store;
+/// every other evaluation takes its time and leaves nothing.
+class MetadataTaskHandler final : public PerformTaskHandler {
+public:
+    MetadataTaskHandler(WorkerSettings settings, std::shared_ptr<const Catalogues> catalogues)
+        : PerformTaskHandler(kCrew, std::move(settings)), m_pCatalogues(std::move(catalogues)) {}
+
+private:
+    // The results come last, so that a task that was stopped has left none.
+    void CarryOut(const Task& task, BusMessaging& /*messaging*/) override {
+        if (Weftline::SubmitOperations::FindByEvalTaskKind(task.kind) == nullptr) {
+            throw std::runtime_error("The metadata worker knows no task \"" + task.kind + "\".");
+        }
+        SpendTime(GetSettings().taskTime);
+        StoreQueryResults(task.kind, task.jobId, task.processingData, *m_pCatalogues);
+    }
+
+    const std::shared_ptr<const Catalogues> m_pCatalogues;
+};
+
+template <class... Handlers>
+void AddCatalogueHandlers(ServiceInfo& service, const std::shared_ptr<const Catalogues>& catalogues) {
+    (service.AddMessageHandlerV2(std::make_shared<Handlers>(catalogues)), ...);
+}
+
 }  // namespace
 
 std::shared_ptr<ServiceInfo> MakeMetadataWorkerService(const WorkerSettings& settings,
                                                        const std::string& catalogueDirectory) {
     const auto catalogues = std::make_shared<const Catalogues>(catalogueDirectory);
-    const auto log = std::make_shared<WorkerLog>(kCrew.service);
-    auto service = std::make_shared<ServiceInfo>();
-    service->SetNameRealmVersion(std::string(kCrew.service), settings.realm, kServiceVersion);
-    service->AddMessageHandlerV2(std::make_shared<GetVideoFormatsHandler>(catalogues));
-    service->AddMessageHandlerV2(std::make_shared<GetAudioFormatsHandler>(catalogues));
-    service->AddMessageHandlerV2(std::make_shared<GetExportTypesHandler>(catalogues));
-    service->AddMessageHandlerV2(std::make_shared<GetMediaCreationTypesHandler>(catalogues));
-    service->AddMessageHandlerV2(std::make_shared<GetColorSpacesHandler>(catalogues));
-    service->AddMessageHandlerV2(std::make_shared<GetS3DModesHandler>(catalogues));
-    service->AddMessageHandlerV2(std::make_shared<MetadataTaskHandler>(settings, catalogues, log));
-    service->AddMessageHandlerV2(std::make_shared<SwitchLoggingHandler>(log));
+    auto service =
+        MakeWorkerService(kCrew, settings.realm, std::make_shared<MetadataTaskHandler>(settings, catalogues));
+    AddCatalogueHandlers<GetVideoFormatsHandler, GetAudioFormatsHandler, GetExportTypesHandler,
+                         GetMediaCreationTypesHandler, GetColorSpacesHandler, GetS3DModesHandler>(*service,
+                                                                                                  catalogues);
     return service;
 }
 
-void ReportMetadataWorkers(PlatformAbstraction::Messaging::BusMessaging& messaging,
-                           const std::string& realm) {
+void ReportMetadataWorkers(BusMessaging& messaging, const std::string& realm) {
     ReportWorkers(kCrew, messaging, realm);
 }
 

@@ -3,9 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "farm/workers/WorkerSettings.h"
-#include "platform/messaging/BusMessaging.h"
-#include "platform/messaging/ServiceInfo.h"
+#include "farm/workers/WorkerService.h"
 
 namespace Quillon::Farm {
 

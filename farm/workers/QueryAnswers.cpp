@@ -5,25 +5,31 @@
 #include <boost/uuid/uuid.hpp>
 #include <boost/uuid/uuid_io.hpp>
 #include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <stdexcept>
-#include <string>
+#include <vector>
 
-#include "Core/src/JobKinds.h"
+#include "Core/src/SubmitOperations.h"
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
+#include "Core/src/wf_Record.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Quillon::Farm {
 
 using CoreServices::Parameters;
-using Answer = QueryKind::Answer;
 namespace Keys = Weftline::Keys;
 namespace Collections = Weftline::Collections;
 namespace RecordTypes = Weftline::RecordTypes;
-namespace EvalTaskKinds = Weftline::EvalTaskKinds;
+namespace Submit = Weftline::SubmitOperations;
 
 namespace {
 
+using Answer = std::vector<Parameters>;
+
 constexpr std::size_t kMobsInContainer = 3;
+constexpr std::int32_t kRecordVersion = 1;
 
 /// Stands for a mob that only a farm with media could know: always the same one for a name.
 std::string MobOf(const std::string& name) {
@@ -86,26 +92,52 @@ Answer SuitableMasters(const Parameters& request, const Catalogues& /*catalogues
     return answer;
 }
 
-constexpr QueryKind kQueries[] = {
-    {EvalTaskKinds::ExportQuery, {Collections::ExportTypes, RecordTypes::ExportType}, ExportTypes},
-    {EvalTaskKinds::VideoFormatsQuery, {Collections::VideoFormats, RecordTypes::VideoFormat}, VideoFormats},
-    {EvalTaskKinds::AudioFormatsQuery, {Collections::AudioFormats, RecordTypes::AudioFormat}, AudioFormats},
-    {EvalTaskKinds::SourceAvailability,
-     {Collections::SourceAvailabilities, RecordTypes::SourceAvailability},
-     SourceAvailability},
-    {EvalTaskKinds::MobIDsFromContainer, {Collections::MobIDs, RecordTypes::MobID}, MobIDsFromContainer},
-    {EvalTaskKinds::SuitableMastersQuery,
-     {Collections::MasterMobDescs, RecordTypes::MasterMobDesc},
-     SuitableMasters},
+/// One kind of query: the operation that submits it, where its results go, and how they come about.
+struct QueryKind {
+    const Submit::Row& operation;
+    std::string_view collection;
+    std::string_view recordType;
+    Answer (*answer)(const Parameters& request, const Catalogues& catalogues);
 };
+
+constexpr QueryKind kQueries[] = {
+    {Submit::kExportQuery, Collections::ExportTypes, RecordTypes::ExportType, ExportTypes},
+    {Submit::kVideoFormatsQuery, Collections::VideoFormats, RecordTypes::VideoFormat, VideoFormats},
+    {Submit::kAudioFormatsQuery, Collections::AudioFormats, RecordTypes::AudioFormat, AudioFormats},
+    {Submit::kSourceAvailability, Collections::SourceAvailabilities, RecordTypes::SourceAvailability,
+     SourceAvailability},
+    {Submit::kMobIDsFromContainer, Collections::MobIDs, RecordTypes::MobID, MobIDsFromContainer},
+    {Submit::kSuitableMastersQuery, Collections::MasterMobDescs, RecordTypes::MasterMobDesc, SuitableMasters},
+};
+
+Weftline::Record MakeRecord(const QueryKind& query, const std::string& queryId, std::size_t number,
+                            const Parameters& result) {
+    Weftline::Record record{std::string(query.recordType), kRecordVersion, std::string(query.collection)};
+    record.recordID = queryId + "." + std::to_string(number);
+    record.recordData = result.toJSON();
+    Parameters reference;
+    reference.AddEmptyArray(Keys::Tags);
+    reference.SetParameter(Keys::QueryID, queryId);
+    record.SetPublicData(reference);
+    return record;
+}
 
 }  // namespace
 
-const QueryKind* FindQueryKind(std::string_view taskKind) {
-    const auto* const found =
-        std::find_if(std::begin(kQueries), std::end(kQueries),
-                     [taskKind](const auto& query) { return query.taskKind == taskKind; });
-    return found == std::end(kQueries) ? nullptr : found;
+void StoreQueryResults(std::string_view taskKind, const std::string& queryId, const Parameters& request,
+                       const Catalogues& catalogues) {
+    const auto* const query = std::ranges::find(
+        kQueries, taskKind, [](const QueryKind& kind) { return kind.operation.evalTaskKind; });
+    if (query == std::end(kQueries)) {
+        return;
+    }
+    const Answer results = query->answer(request, catalogues);
+    const CommonServices::ObjectStore store;
+    for (std::size_t number = 0; number < results.size(); ++number) {
+        if (!store.UpsertOne(MakeRecord(*query, queryId, number, results[number]))) {
+            throw std::runtime_error("The result " + std::to_string(number) + " could not be stored.");
+        }
+    }
 }
 
 }  // namespace Quillon::Farm

@@ -1,26 +1,20 @@
 #pragma once
 
-#include <span>
+#include <string>
 #include <string_view>
-#include <vector>
 
+#include "base/parameters/Parameters.h"
 #include "farm/workers/Catalogues.h"
-#include "farm/workers/ResultRecords.h"
 
 namespace Quillon::Farm {
 
-/// One kind of query: the task that carries it out, where its results go, and how they come about.
-struct QueryKind {
-    using Answer = std::vector<CoreServices::Parameters>;
-
-    std::string_view taskKind;
-    ResultPlace place;
-    /// From the request that submitted the query. Equal requests have equal answers. Throws
-    /// `std::runtime_error` that names what a request has to have and has not.
-    Answer (*answer)(const CoreServices::Parameters& request, const Catalogues& catalogues);
-};
-
-/// The kind that the task carries out, or null where it is no query.
-const QueryKind* FindQueryKind(std::string_view taskKind);
+/// Where the task carries out a query: stores each result of the request as a record that refers to the query
+/// by `queryID`. Equal requests have equal results, and the records of one query always have the same ids, so
+/// that carrying it out once more leaves each there once. Every other task leaves nothing.
+///
+/// Throws `std::runtime_error` that names what the request has to have and has not, or the result that the
+/// store did not take.
+void StoreQueryResults(std::string_view taskKind, const std::string& queryId,
+                       const CoreServices::Parameters& request, const Catalogues& catalogues);
 
 }  // namespace Quillon::Farm

@@ -1,6 +1,7 @@
 #include <stdexcept>
 
-#include "handlers/admin/Configuration.h"
+#include "handlers/admin/ConfigureDXHandler.h"
+#include "handlers/admin/RemoteLoggingHandler.h"
 #include "handlers/admin/RemoveObsoleteJobsHandler.h"
 #include "tests/admin/AdminFixture.h"
 

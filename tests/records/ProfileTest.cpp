@@ -4,7 +4,8 @@
 #include <string>
 #include <tuple>
 
-#include "Core/src/Profile.h"
+#include "Core/src/ProfileEntity.h"
+#include "Core/src/ProfileValues.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -9,7 +9,8 @@
 
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/DeploymentMode.h"
-#include "platform/stores/StoreChoice.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
 #include "service/StoreSuffix.h"
 #include "tests/service/EnvironmentVariable.h"
 #include "tests/service/ScriptedService.h"
@@ -35,8 +36,8 @@ struct Outcome {
 class RunSchedulerTest : public testing::Test {
 protected:
     ~RunSchedulerTest() override {
-        CommonServices::StoreChoice::SetEvents(nullptr);
-        CommonServices::StoreChoice::SetRecords(nullptr);
+        CommonServices::EventStore::Use(nullptr);
+        CommonServices::ObjectStore::Use(nullptr);
     }
 
     /// A process in which all goes well but for what `arrange` says; the bus is scripted, and the store its

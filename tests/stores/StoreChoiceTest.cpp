@@ -7,7 +7,6 @@
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
-#include "platform/stores/StoreChoice.h"
 #include "tests/stores/StoreSubjects.h"
 
 namespace {
@@ -23,8 +22,8 @@ class StoreChoice : public testing::Test {
 public:
     StoreChoice() { Configure("", directory.File("root/")); }
     ~StoreChoice() override {
-        CommonServices::StoreChoice::SetRecords(nullptr);
-        CommonServices::StoreChoice::SetEvents(nullptr);
+        ObjectStore::Use(nullptr);
+        EventStore::Use(nullptr);
         Configure("", "");
     }
 

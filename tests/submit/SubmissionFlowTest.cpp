@@ -1,4 +1,4 @@
-#include "platform/stores/RecordStore.h"
+#include "platform/stores/ObjectStoreException.h"
 #include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {

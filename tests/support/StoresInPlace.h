@@ -2,7 +2,8 @@
 
 #include <memory>
 
-#include "platform/stores/StoreChoice.h"
+#include "platform/stores/EventStore.h"
+#include "platform/stores/ObjectStore.h"
 #include "tests/support/FakeEventLog.h"
 #include "tests/support/FakeRecordStore.h"
 
@@ -13,12 +14,12 @@ namespace TestSupport {
 class StoresInPlace {
 public:
     StoresInPlace() {
-        CommonServices::StoreChoice::SetRecords(records);
-        CommonServices::StoreChoice::SetEvents(events);
+        CommonServices::ObjectStore::Use(records);
+        CommonServices::EventStore::Use(events);
     }
     ~StoresInPlace() {
-        CommonServices::StoreChoice::SetEvents(nullptr);
-        CommonServices::StoreChoice::SetRecords(nullptr);
+        CommonServices::EventStore::Use(nullptr);
+        CommonServices::ObjectStore::Use(nullptr);
     }
     StoresInPlace(const StoresInPlace&) = delete;
     StoresInPlace& operator=(const StoresInPlace&) = delete;

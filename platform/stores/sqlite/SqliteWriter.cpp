@@ -8,11 +8,9 @@
 #include "base/concurrency/BlockingRegion.h"
 #include "base/failpoint/Failpoint.h"
 #include "base/log/PlatformLog.h"
-#include "platform/stores/RecordStore.h"
+#include "platform/stores/ObjectStoreException.h"
 
 namespace CommonServices::Sqlite {
-
-using PlatformAbstraction::MutexLock;
 
 namespace {
 
@@ -21,31 +19,9 @@ constexpr std::chrono::seconds kRepeatFault{1};
 
 }  // namespace
 
-std::uint64_t EventSignal::Count() const {
-    const MutexLock lock(m_mutex);
-    return m_count;
-}
-
-void EventSignal::Raise() {
-    {
-        const MutexLock lock(m_mutex);
-        ++m_count;
-    }
-    m_raised.notify_all();
-}
-
-void EventSignal::WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_point deadline,
-                           const std::stop_token& stop) {
-    const PlatformAbstraction::BlockingRegion blocking;
-    MutexLock lock(m_mutex);
-    m_raised.wait_until(lock, stop, deadline, [this, seen] {
-        m_mutex.AssertHeld();
-        return m_count != seen;
-    });
-}
-
-SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file)
+SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, EventSignal& events)
     : m_file(file),
+      m_events(events),
       m_path(options.path),
       m_idleAfter(options.idleAfter),
       m_connection(options),
@@ -83,7 +59,7 @@ void SqliteWriter::WriteAlone(PendingWrite& write) {
     PendingWrite* const only = &write;
     Commit({&only, 1});
     m_queue.Release(m_logKeeper.IsLong(m_connection));
-    if (write.accepted && write.isEvent) {
+    if (write.accepted && write.IsEvent()) {
         m_events.Raise();
     }
 }
@@ -107,7 +83,7 @@ void SqliteWriter::Run() {
         Commit(group.writes);
         bool appended = false;
         for (const PendingWrite* write : group.writes) {
-            appended = appended || (write->accepted && write->isEvent);
+            appended = appended || (write->accepted && write->IsEvent());
         }
         m_queue.Finish(group);
         if (appended) {

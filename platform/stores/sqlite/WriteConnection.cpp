@@ -10,6 +10,7 @@
 #include "base/failpoint/Failpoint.h"
 #include "platform/stores/sqlite/Connection.h"
 #include "platform/stores/sqlite/JoinedWrites.h"
+#include "platform/stores/sqlite/RecordRow.h"
 #include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
@@ -39,7 +40,7 @@ std::string UpsertSql() {
            "WHERE recordTopic = excluded.recordTopic";
 }
 
-std::string ProduceSql() {
+std::string AppendSql() {
     return std::string("INSERT INTO events (") + kRecordColumns + ") VALUES (" + Parameters() + ")";
 }
 
@@ -109,7 +110,7 @@ struct WriteConnection::Statements {
           begin(database, "BEGIN IMMEDIATE"),
           commit(database, "COMMIT"),
           upsert(database, UpsertSql()),
-          produce(database, ProduceSql()),
+          append(database, AppendSql()),
           erase(database, "DELETE FROM records WHERE recordID = ?1"),
           pageSize(database.execAndGet("PRAGMA page_size").getInt()),
           lockPatience(options.busyTimeout) {
@@ -135,7 +136,7 @@ struct WriteConnection::Statements {
     SQLite::Statement begin;
     SQLite::Statement commit;
     SQLite::Statement upsert;
-    SQLite::Statement produce;
+    SQLite::Statement append;
     SQLite::Statement erase;
     int pageSize;
     int logPages = 0;
@@ -182,24 +183,24 @@ bool WriteConnection::InTransaction() const {
     return sqlite3_get_autocommit(m_pStatements->database.getHandle()) == 0;
 }
 
-bool WriteConnection::UpsertOne(const Weftline::Record& record) {
+bool WriteConnection::Upsert(const Weftline::Record& record) {
     BindRecord(m_pStatements->upsert, record, NowMilliseconds());
     m_pStatements->Run(m_pStatements->upsert);
     return m_pStatements->database.getChanges() != 0;
 }
 
-void WriteConnection::Produce(const Weftline::Record& record) {
-    BindRecord(m_pStatements->produce, record, NowMilliseconds());
-    m_pStatements->Run(m_pStatements->produce);
+void WriteConnection::Append(const Weftline::Record& record) {
+    BindRecord(m_pStatements->append, record, NowMilliseconds());
+    m_pStatements->Run(m_pStatements->append);
 }
 
-bool WriteConnection::UpsertOneAndProduce(const Weftline::Record& record, const Weftline::Record& event) {
-    if (!UpsertOne(record)) {
+bool WriteConnection::UpsertAndAppend(const Weftline::Record& record, const Weftline::Record& event) {
+    if (!Upsert(record)) {
         return false;
     }
     QUILLON_FAILPOINT("between-record-and-event");
     try {
-        Produce(event);
+        Append(event);
     } catch (const SQLite::Exception&) {
         Rollback();
         throw;
@@ -207,7 +208,7 @@ bool WriteConnection::UpsertOneAndProduce(const Weftline::Record& record, const 
     return true;
 }
 
-void WriteConnection::DeleteMany(const std::vector<std::string>& ids) {
+void WriteConnection::Delete(const std::vector<std::string>& ids) {
     // Not in a savepoint: it would keep a copy of every page, in a file of its own when they are many.
     try {
         for (const std::string& id : ids) {

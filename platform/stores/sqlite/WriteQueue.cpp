@@ -1,16 +1,10 @@
 #include "platform/stores/sqlite/WriteQueue.h"
 
-#include <linux/futex.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
-#include <climits>
+#include <utility>
 
 #include "base/concurrency/BlockingRegion.h"
 
 namespace CommonServices::Sqlite {
-
-using PlatformAbstraction::MutexLock;
 
 namespace {
 
@@ -19,25 +13,9 @@ constexpr std::size_t kMaxDetached = 16384;
 
 }  // namespace
 
-void GroupSignal::WaitFor(std::uint32_t number) {
-    for (;;) {
-        const std::uint32_t last = m_last.load(std::memory_order_acquire);
-        if (static_cast<std::int32_t>(last - number) >= 0) {
-            return;
-        }
-        // Returns at once when the word has changed since, so no announcement is missed.
-        ::syscall(SYS_futex, &m_last, FUTEX_WAIT_PRIVATE, last, nullptr, nullptr, 0);
-    }
-}
-
-void GroupSignal::Announce(std::uint32_t number) {
-    m_last.store(number, std::memory_order_release);
-    ::syscall(SYS_futex, &m_last, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
-}
-
 bool WriteQueue::TryTake() {
-    const MutexLock lock(m_mutex);
-    if (m_inHand || IsWriterWanted()) {
+    const std::scoped_lock lock(m_mutex);
+    if (m_inHand || m_logIsLong || m_closed || !m_open.writes.empty()) {
         return false;
     }
     m_inHand = true;
@@ -46,57 +24,49 @@ bool WriteQueue::TryTake() {
 }
 
 void WriteQueue::Release(bool logIsLong) {
-    MutexLock lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     m_inHand = false;
     m_logIsLong = logIsLong;
-    const bool wake = IsWriterWanted() && ClaimWakeUp();
+    const bool wake = (logIsLong || m_closed || !m_open.writes.empty()) && m_writerSleeps;
+    m_writerSleeps = m_writerSleeps && !wake;
     lock.unlock();
     if (wake) {
-        m_arrival.NotifyOne();
+        m_arrival.notify_one();
     }
 }
 
 void WriteQueue::AddAndWait(PendingWrite& write) {
-    MutexLock lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     const std::uint32_t number = m_open.number;
     m_open.writes.push_back(&write);
-    const bool wake = ClaimWakeUp();
-    lock.unlock();
-    if (wake) {
-        m_arrival.NotifyOne();
-    }
+    WakeWriter(lock);
     const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
     m_finished[number % 2].WaitFor(number);
 }
 
 bool WriteQueue::AddDetached(std::unique_ptr<PendingWrite> write) {
-    MutexLock lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     if (m_open.detached.size() >= kMaxDetached) {
         return false;
     }
     m_open.writes.push_back(write.get());
     m_open.detached.push_back(std::move(write));
-    const bool wake = ClaimWakeUp();
-    lock.unlock();
-    if (wake) {
-        m_arrival.NotifyOne();
-    }
+    WakeWriter(lock);
     return true;
 }
 
 bool WriteQueue::Take(WriteGroup& group, std::chrono::milliseconds patience) {
-    MutexLock lock(m_mutex);
+    std::unique_lock lock(m_mutex);
     m_inHand = false;
-    while (m_inHand || !IsWriterWanted()) {
-        const std::uint64_t taken = m_taken;
-        const auto end = std::chrono::steady_clock::now() + patience;
+    const auto ready = [this] { return !m_inHand && (m_closed || m_logIsLong || !m_open.writes.empty()); };
+    for (std::uint64_t taken = m_taken; !ready();) {
         m_writerSleeps = true;
-        while ((m_inHand || !IsWriterWanted()) && m_arrival.WaitUntil(lock, end)) {
-        }
+        const bool called = m_arrival.wait_for(lock, patience, ready);
         m_writerSleeps = false;
-        if (!m_inHand && !IsWriterWanted() && taken == m_taken) {
+        if (!called && !m_inHand && taken == m_taken) {
             break;  // a quiet time
         }
+        taken = m_taken;
     }
     if (m_closed && m_open.writes.empty()) {
         return false;
@@ -120,19 +90,19 @@ void WriteQueue::Finish(WriteGroup& group) {
 
 void WriteQueue::Close() {
     {
-        const MutexLock lock(m_mutex);
+        const std::scoped_lock lock(m_mutex);
         m_closed = true;
     }
-    m_arrival.NotifyOne();
-}
-
-bool WriteQueue::IsWriterWanted() const {
-    return m_logIsLong || m_closed || !m_open.writes.empty();
+    m_arrival.notify_one();
 }
 
 // Whoever has the file in hand looks after the writer when he gives it back.
-bool WriteQueue::ClaimWakeUp() {
-    return !m_inHand && std::exchange(m_writerSleeps, false);
+void WriteQueue::WakeWriter(std::unique_lock<std::mutex>& lock) {
+    const bool wake = !m_inHand && std::exchange(m_writerSleeps, false);
+    lock.unlock();
+    if (wake) {
+        m_arrival.notify_one();
+    }
 }
 
 }  // namespace CommonServices::Sqlite

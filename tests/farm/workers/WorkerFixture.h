@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "farm/workers/WorkerSettings.h"
+#include "farm/workers/WorkerService.h"
 #include "platform/messaging/HandlerInvocation.h"
 #include "tests/support/FakeBusMessaging.h"
 #include "tests/support/HandlerFixture.h"

@@ -1,0 +1,176 @@
+#include "farm/workers/WorkerService.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <exception>
+#include <utility>
+
+#include "Core/src/SubmitOperations.h"
+#include "Core/src/Vocabulary.h"
+#include "base/concurrency/BlockingRegion.h"
+#include "base/log/PlatformLog.h"
+#include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/FarmRequests.h"
+#include "farm/protocol/Pause.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/RegParamsBuilder.h"
+
+namespace Quillon::Farm {
+
+using CoreServices::Parameters;
+using PlatformAbstraction::RegistrationParams;
+using PlatformAbstraction::RegParamsBuilder;
+using PlatformAbstraction::Messaging::MessageContext;
+using PlatformAbstraction::Messaging::ServiceInfo;
+using PlatformAbstraction::Messaging::ServiceMessageDispatch;
+namespace Log = PlatformAbstraction::Log;
+namespace Messaging = PlatformAbstraction::Messaging;
+namespace Shared = Weftline::Keys;
+
+/// What a worker service says of its work: to the operator's log while remote logging is on, else only to
+/// those who watch at the level "debug". Shared by the handlers of one service. Thread-safe.
+class WorkerLog {
+public:
+    explicit WorkerLog(std::string_view service) : m_service(service) {}
+
+    void Switch(bool on) {
+        m_isOn = on;
+        Log::Info(m_service + ": remote logging is " + (on ? "on" : "off"));
+    }
+    void Tell(std::string_view text) const {
+        const std::string line = m_service + ": " + std::string(text);
+        if (m_isOn) {
+            Log::Info(line);
+        } else {
+            Log::Debug(line);
+        }
+    }
+
+private:
+    const std::string m_service;
+    std::atomic<bool> m_isOn = false;
+};
+
+namespace {
+
+/// Answers `remoteLogging`: `turnOnRemoteLogging` switches the log of the worker on, its absence off.
+class SwitchLoggingHandler final : public Messaging::ServiceMessageHandlerV2 {
+public:
+    explicit SwitchLoggingHandler(std::shared_ptr<WorkerLog> log) : m_pLog(std::move(log)) {}
+
+    RegistrationParams GetRegistrationParams() const override {
+        Parameters example;
+        example.SetParameter(Shared::TurnOnRemoteLogging, true);
+        return RegParamsBuilder()
+            .SetName(std::string(Weftline::Operations::RemoteLogging))
+            .SetDescription("Turns what the worker tells of its tasks on or off")
+            .AddExample({"turn remote logging on", std::move(example)})
+            .GetResult();
+    }
+    Parameters HandleMessageV2(const Parameters& request,
+                               std::shared_ptr<MessageContext> /*context*/) override {
+        bool on = false;
+        request.GetParameter(Shared::TurnOnRemoteLogging, on);
+        m_pLog->Switch(on);
+        return {};
+    }
+
+private:
+    const std::shared_ptr<WorkerLog> m_pLog;
+};
+
+Task ReadTask(const Parameters& request) {
+    return {RequiredValue<std::string>(request, Keys::JobId),
+            RequiredValue<std::string>(request, Keys::TaskKind),
+            request.GetChildParameters(Shared::ProcessingData)};
+}
+
+std::string MachineName() {
+    constexpr std::size_t kLongestHostName = 255;
+    std::array<char, kLongestHostName + 1> name{};
+    return ::gethostname(name.data(), kLongestHostName) == 0 ? name.data() : "localhost";
+}
+
+ServiceMessageDispatch MakeReport(const WorkerCrew& crew, int number, const std::string& machine,
+                                  const std::string& realm) {
+    ServiceMessageDispatch report(std::string(Weftline::ServiceNames::Coordinator), realm, kServiceVersion,
+                                  std::string(Operations::WorkerReport));
+    report.parameters.SetParameter(Shared::Id,
+                                   machine + "/" + std::string(crew.service) + "/" + std::to_string(number));
+    report.parameters.SetParameter(Shared::Machine, machine);
+    report.parameters.SetParameter(Shared::Tag, crew.tag);
+    report.parameters.SetParameter(Shared::WorkerKind, crew.service);
+    report.parameters.SetParameter(Shared::MetadataOnly, crew.metadataOnly);
+    report.parameters.SetParameter(Shared::ProcessID, static_cast<std::int32_t>(::getpid()));
+    return report;
+}
+
+}  // namespace
+
+PerformTaskHandler::PerformTaskHandler(const WorkerCrew& crew, WorkerSettings settings)
+    : m_settings(std::move(settings)), m_pLog(std::make_shared<WorkerLog>(crew.service)) {}
+
+RegistrationParams PerformTaskHandler::GetRegistrationParams() const {
+    Parameters example;
+    example.SetParameter(Keys::JobId, "c38c9b22-8000-440a-8f25-4a5a6907da19");
+    example.SetParameter(Keys::TaskKind, Weftline::SubmitOperations::kTranscode.mediaTask.kind);
+    example.SetChildParameters(Shared::ProcessingData, Parameters());
+    return RegParamsBuilder()
+        .SetName(std::string(Operations::PerformTask))
+        .SetDescription("Carries out one task of a job")
+        .AddExample({"carry out a task", std::move(example)})
+        .GetResult();
+}
+
+Parameters PerformTaskHandler::HandleMessageV2(const Parameters& request,
+                                               std::shared_ptr<MessageContext> context) {
+    const Task task = ReadTask(request);
+    const std::string about = "task \"" + task.kind + "\" of the job " + task.jobId;
+    m_pLog->Tell(about + " begins");
+    try {
+        CarryOut(task, *context->GetContextBusMessaging());
+    } catch (const std::exception& failure) {
+        m_pLog->Tell(about + " ends: " + failure.what());
+        throw;
+    }
+    m_pLog->Tell(about + " is done");
+    return {};
+}
+
+void PerformTaskHandler::SpendTime(std::chrono::nanoseconds time) const {
+    {
+        const PlatformAbstraction::BlockingRegion region;
+        PauseUnlessStopped(time, m_settings.stop);
+    }
+    if (m_settings.stop.stop_requested()) {
+        throw Messaging::MessageHandlerError(Messaging::kServiceStopping,
+                                             "The worker stops before the task is done.");
+    }
+}
+
+std::shared_ptr<ServiceInfo> MakeWorkerService(const WorkerCrew& crew, const std::string& realm,
+                                               const std::shared_ptr<PerformTaskHandler>& tasks) {
+    auto service = std::make_shared<ServiceInfo>();
+    service->SetNameRealmVersion(std::string(crew.service), realm, kServiceVersion);
+    service->AddMessageHandlerV2(tasks);
+    service->AddMessageHandlerV2(std::make_shared<SwitchLoggingHandler>(tasks->GetLog()));
+    return service;
+}
+
+void ReportWorkers(const WorkerCrew& crew, Messaging::BusMessaging& messaging, const std::string& realm) {
+    const std::string machine = MachineName();
+    for (int number = 1; number <= crew.size; ++number) {
+        const auto sent = messaging.SendNotification(MakeReport(crew, number, machine, realm));
+        std::string code;
+        std::string message;
+        if (sent->GetErrorDetails(code, message)) {
+            Log::Warning(std::string(crew.service) + ": worker " + std::to_string(number) +
+                         " could not report in: [" + code + "] " + message);
+        }
+    }
+}
+
+}  // namespace Quillon::Farm

@@ -1,0 +1,159 @@
+#include "handlers/admin/FindJobsEx.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "Core/src/JobKinds.h"
+#include "Core/src/TreeValues.h"
+#include "Core/src/Vocabulary.h"
+#include "handlers/admin/PartTimeJobHandlers.h"
+#include "handlers/admin/WeftlineJobKinds.h"
+#include "handlers/support/ConsoleLines.h"
+#include "handlers/support/HandlerDocumentation.h"
+#include "platform/messaging/RegParamsBuilder.h"
+
+namespace Weftline::Services::Scheduler {
+
+using CoreServices::Parameters;
+using PlatformAbstraction::HTTPMethod;
+using PlatformAbstraction::RegistrationParams;
+using PlatformAbstraction::RegParamsBuilder;
+using PlatformAbstraction::Messaging::MessageContext;
+using PlatformAbstraction::Messaging::ServiceMessageResponse;
+
+namespace {
+
+constexpr std::int32_t kMonitorPageSize = 100;
+constexpr int kMostQueries = 10;
+constexpr std::int32_t kDefaultLimit = 25;
+constexpr std::int32_t kExampleLimit = 50;
+
+/// What is still to be left out and to be taken of the jobs that pass.
+struct ClientPage {
+    std::int32_t itemCountOffset = 0;
+    std::int32_t clientLimit = kDefaultLimit;
+};
+
+std::set<std::string> ReadKindFilter(const Parameters& request) {
+    if (FlagOrFalse(request, Keys::KindIsWeftline)) {
+        return WeftlineJobKinds();
+    }
+    std::set<std::string> kinds;
+    const auto insert = [&kinds](std::string kind) {
+        if (!kind.empty()) {
+            kinds.insert(std::move(kind));
+        }
+    };
+    const std::size_t count = request.GetArrayNumValues(Keys::Kinds);
+    if (count == 0) {
+        insert(TextOrEmpty(request, Keys::Kind));
+    }
+    for (std::size_t n = 0; n < count; ++n) {
+        std::string kind;
+        if (request.GetArrayNthValue(Keys::Kinds, n, kind)) {
+            insert(std::move(kind));
+        }
+    }
+    return kinds;
+}
+
+Parameters MakeMonitorFilter(const Parameters& request, const std::string& identityId) {
+    Parameters filter;
+    // Whoever is unknown has no jobs of his own, and sees all.
+    if (!identityId.empty() && !FlagOrFalse(request, Keys::CreatedByAny)) {
+        filter.SetChildParameters(Keys::CreatedBy, TreeOf({{Keys::IdentityId, identityId}}));
+    }
+    const std::string parentId = TextOrEmpty(request, Keys::ParentID);
+    if (!parentId.empty()) {
+        filter.SetChildParameters(Keys::Parent, TreeOf({{Keys::Id, parentId}}));
+    } else if (FlagOrFalse(request, Keys::IsRoot)) {
+        Parameters none;
+        none.SetParameterNull(Keys::Id);
+        filter.SetChildParameters(Keys::Parent, std::move(none));
+    }
+    return filter;
+}
+
+ClientPage ReadClientPage(const Parameters& request) {
+    std::int32_t pageNumber = 0;
+    request.GetParameter(Keys::Offset, pageNumber);
+    ClientPage page;
+    request.GetParameter(Keys::Limit, page.clientLimit);
+    // The product keeps 32 bits, whatever the client sent; unsigned numbers may overflow.
+    page.itemCountOffset = static_cast<std::int32_t>(static_cast<std::uint32_t>(page.clientLimit) *
+                                                     static_cast<std::uint32_t>(pageNumber));
+    return page;
+}
+
+Parameters GatherPage(const std::shared_ptr<MessageContext>& context, const Parameters& filter,
+                      const std::set<std::string>& kinds, ClientPage page, bool logging) {
+    Parameters gathered;
+    std::int32_t monitorOffset = 0;
+    for (int query = 0; query < kMostQueries; ++query) {
+        Parameters question = TreeOf({{Keys::Offset, monitorOffset}, {Keys::Limit, kMonitorPageSize}});
+        question.SetChildParameters(Keys::Body, filter);
+        const Parameters answer = PartTimeJobHandlers::DoOneQueryToJobMonitor(
+            context->GetContextBusMessaging(), question, monitorOffset, kMonitorPageSize, logging);
+        const auto count = static_cast<std::int32_t>(answer.GetArrayNumValues(Keys::Results));
+        monitorOffset += count;
+        const bool isEnough = PartTimeJobHandlers::AccumulateResults(
+            kinds, gathered, answer, page.itemCountOffset, page.clientLimit, logging);
+        if (isEnough || count < kMonitorPageSize) {
+            break;
+        }
+    }
+    return gathered;
+}
+
+Parameters ExampleOfSeveralKinds() {
+    Parameters example;
+    for (const std::string_view kind : {JobKinds::Render, JobKinds::Transcode, JobKinds::Consolidate}) {
+        example.AddArrayParameter(Keys::Kinds, kind);
+    }
+    return example;
+}
+
+}  // namespace
+
+RegistrationParams FindJobsEx::GetRegistrationParams() const {
+    return RegParamsBuilder()
+        .SetName("findJobsEx")
+        .SetDescription("extended findJobs for client")
+        .SetRESTPath("findJobsEx")
+        .SetRESTMethod(HTTPMethod::Post)
+        .AddExample({"find root jobs (no parent id)", TreeOf({{Keys::IsRoot, true}})})
+        .AddExample({"find created by any (no identity filtering)", TreeOf({{Keys::CreatedByAny, true}})})
+        .AddExample({"find by parent id", TreeOf({{Keys::ParentID, Placeholders::ParentId}})})
+        .AddExample({"find by kind", TreeOf({{Keys::Kind, JobKinds::Consolidate}})})
+        .AddExample({"find by several kinds", ExampleOfSeveralKinds()})
+        .AddExample({"find Weftline kinds", TreeOf({{Keys::KindIsWeftline, true}})})
+        .AddExample({"find with offset and limit",
+                     TreeOf({{Keys::Limit, kExampleLimit}, {Keys::Offset, kExampleLimit}})})
+        .AddExample({"find with lots of logging", TreeOf({{Keys::Logging, true}})})
+        .GetResult();
+}
+
+bool FindJobsEx::HandleMessage(std::shared_ptr<MessageContext> context, const Parameters& request,
+                               ServiceMessageResponse& response) {
+    const bool logging = FlagOrFalse(request, Keys::Logging);
+    if (logging) {
+        PrintLine("findJobsEx - params: " + request.debugString());
+    }
+    const Parameters identity = PartTimeJobHandlers::ExtractIdentityIdFromMessage(context, logging);
+    const Parameters filter = MakeMonitorFilter(request, TextOrEmpty(identity, Keys::IdentityId));
+    Parameters results =
+        GatherPage(context, filter, ReadKindFilter(request), ReadClientPage(request), logging);
+    if (logging) {
+        PrintLine("findJobsEx final resultParams: " + results.debugString());
+    }
+    response.SetUseNestedJSONStringResults(false);
+    response.AssignParameters(std::move(results));
+    response.RespondOK();
+    return true;
+}
+
+}  // namespace Weftline::Services::Scheduler

@@ -1,0 +1,150 @@
+#include "platform/stores/sqlite/ReadConnection.h"
+
+#include <SQLiteCpp/Column.h>
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+
+#include <map>
+
+#include "platform/stores/sqlite/Connection.h"
+#include "platform/stores/sqlite/RecordRow.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
+
+namespace CommonServices::Sqlite {
+
+namespace {
+
+// A statement that is left in the middle keeps its state of the store, and with it the log, from moving on.
+class RunningStatement {
+public:
+    explicit RunningStatement(SQLite::Statement& statement) : m_statement(statement) {}
+    RunningStatement(const RunningStatement&) = delete;
+    RunningStatement& operator=(const RunningStatement&) = delete;
+    ~RunningStatement() { m_statement.tryReset(); }
+
+private:
+    SQLite::Statement& m_statement;
+};
+
+// `rowid` is the place in the store's order, and the last column of every index.
+std::string ListSql(const std::string& condition) {
+    return std::string("SELECT ") + kRecordColumns +
+           " FROM records WHERE recordTopic = ?1 AND recordType = ?2" + condition +
+           " ORDER BY rowid LIMIT ?4 OFFSET ?3";
+}
+
+// One statement for a list of any length, so that a deletion beside it is seen whole or not at all.
+std::vector<Weftline::Record> ReadList(SQLite::Statement& list, const std::string& collection,
+                                       const std::string& type, const ReadWindow& window) {
+    const RunningStatement running(list);
+    list.bindNoCopy(1, collection);
+    list.bindNoCopy(2, type);
+    list.bind(3, window.offset);
+    list.bind(4, window.limit);
+    std::vector<Weftline::Record> found;
+    while (list.executeStep()) {
+        found.push_back(ReadRecord(list, 0));
+    }
+    return found;
+}
+
+}  // namespace
+
+std::string ReferenceListSql(const std::string& key) {
+    return ListSql(" AND " + ReferenceCondition(key) + " AND " + ReferenceExpression(key) + " = ?5");
+}
+
+struct ReadConnection::Statements {
+    explicit Statements(const SqliteOptions& options)
+        : database(OpenReader(options)),
+          byId(database, std::string("SELECT ") + kRecordColumns +
+                             " FROM records WHERE recordID = ?1 AND recordTopic = ?2"),
+          ofType(database, ListSql("")),
+          events(database, std::string("SELECT eventOffset, ") + kRecordColumns +
+                               " FROM events WHERE recordTopic = ?1 AND eventOffset > ?2 "
+                               "ORDER BY eventOffset LIMIT ?3"),
+          index(database, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = ?1") {}
+
+    SQLite::Statement& WithReference(const std::string& key) {
+        const auto known = withReference.find(key);
+        if (known != withReference.end()) {
+            return known->second;
+        }
+        return withReference.try_emplace(key, database, ReferenceListSql(key)).first->second;
+    }
+
+    SQLite::Database database;
+    SQLite::Statement byId;
+    SQLite::Statement ofType;
+    SQLite::Statement events;
+    SQLite::Statement index;
+    std::map<std::string, SQLite::Statement> withReference;  // by key
+};
+
+ReadConnection::ReadConnection(const SqliteOptions& options)
+    : m_pStatements(std::make_unique<Statements>(options)) {}
+
+ReadConnection::~ReadConnection() = default;
+
+std::optional<Weftline::Record> ReadConnection::FindByID(const std::string& id,
+                                                         const std::string& collection) {
+    SQLite::Statement& find = m_pStatements->byId;
+    const RunningStatement running(find);
+    find.bindNoCopy(1, id);
+    find.bindNoCopy(2, collection);
+    if (!find.executeStep()) {
+        return std::nullopt;
+    }
+    return ReadRecord(find, 0);
+}
+
+std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyByID(const std::vector<std::string>& ids,
+                                                                          const std::string& collection) {
+    // All are of one state, and found under one lock.
+    SQLite::Transaction oneState(m_pStatements->database);
+    std::vector<std::optional<Weftline::Record>> found;
+    found.reserve(ids.size());
+    for (const std::string& id : ids) {
+        found.push_back(FindByID(id, collection));
+    }
+    oneState.commit();
+    return found;
+}
+
+std::vector<Weftline::Record> ReadConnection::ReadOfType(const std::string& collection,
+                                                         const std::string& type, const ReadWindow& window) {
+    return ReadList(m_pStatements->ofType, collection, type, window);
+}
+
+std::vector<Weftline::Record> ReadConnection::ReadWithReference(const std::string& collection,
+                                                                const std::string& type,
+                                                                const std::string& key,
+                                                                const std::string& value,
+                                                                const ReadWindow& window) {
+    SQLite::Statement& list = m_pStatements->WithReference(key);
+    list.bindNoCopy(5, value);
+    return ReadList(list, collection, type, window);
+}
+
+std::vector<LoggedEvent> ReadConnection::ReadEvents(const std::string& topic, std::int64_t afterOffset,
+                                                    std::int64_t limit) {
+    SQLite::Statement& events = m_pStatements->events;
+    const RunningStatement running(events);
+    events.bindNoCopy(1, topic);
+    events.bind(2, afterOffset);
+    events.bind(3, limit);
+    std::vector<LoggedEvent> found;
+    while (events.executeStep()) {
+        found.push_back({events.getColumn(0).getInt64(), ReadRecord(events, 1)});
+    }
+    return found;
+}
+
+bool ReadConnection::HasReferenceIndex(const std::string& key) {
+    SQLite::Statement& index = m_pStatements->index;
+    const RunningStatement running(index);
+    index.bind(1, ReferenceIndexName(key));
+    return index.executeStep();
+}
+
+}  // namespace CommonServices::Sqlite
