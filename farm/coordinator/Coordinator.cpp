@@ -4,21 +4,18 @@
 
 #include "Core/src/JobKinds.h"
 #include "base/log/PlatformLog.h"
-#include "farm/coordinator/JobRecord.h"
-#include "farm/coordinator/KeptPosition.h"
 #include "farm/coordinator/TaskSlot.h"
 
 namespace Quillon::Farm {
 
-Coordinator::Coordinator(std::string realm)
-    : m_realm(std::move(realm)), m_board(KeptPosition::Load()), m_follower(m_board, m_records) {}
+Coordinator::Coordinator(std::string realm) : m_realm(std::move(realm)), m_follower(m_board, m_records) {}
 
 Coordinator::~Coordinator() {
     Stop();
 }
 
 void Coordinator::Start(std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> messaging) {
-    const std::lock_guard lock(m_mutex);
+    const PlatformAbstraction::MutexLock lock(m_mutex);
     m_pMessaging = std::move(messaging);
     m_threads.emplace_back([this](const std::stop_token& stop) { m_follower.Run(stop); });
     for (const WorkerState& state : m_board.Workers()) {
@@ -29,7 +26,7 @@ void Coordinator::Start(std::shared_ptr<PlatformAbstraction::Messaging::BusMessa
 void Coordinator::Stop() noexcept {
     std::vector<std::jthread> threads;
     {
-        const std::lock_guard lock(m_mutex);
+        const PlatformAbstraction::MutexLock lock(m_mutex);
         m_pMessaging.reset();
         threads.swap(m_threads);
     }
@@ -43,7 +40,7 @@ void Coordinator::Stop() noexcept {
 }
 
 void Coordinator::ReportWorker(const Worker& worker) {
-    const std::lock_guard lock(m_mutex);
+    const PlatformAbstraction::MutexLock lock(m_mutex);
     if (m_board.Report(worker) && m_pMessaging) {
         StartSlot(worker);
     }
@@ -54,7 +51,7 @@ void Coordinator::TellProgress(const std::string& jobId, std::int32_t progress) 
     if (progress >= kAllDone) {
         return;  // the end of the task, which comes next, writes that too
     }
-    m_records.Change(jobId, [progress](Weftline::Record& job) {
+    (void)m_records.Change(jobId, [progress](Weftline::Record& job) {
         if (ReadJobState(job) != Weftline::JobStates::Tasked || ReadProgress(job) >= progress) {
             return false;
         }
@@ -63,7 +60,6 @@ void Coordinator::TellProgress(const std::string& jobId, std::int32_t progress) 
     });
 }
 
-// Under the mutex.
 void Coordinator::StartSlot(const Worker& worker) {
     auto slot = std::make_shared<TaskSlot>(worker, m_realm, m_pMessaging, m_board, m_records);
     m_threads.emplace_back([slot](const std::stop_token& stop) { slot->Run(stop); });

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "base/parameters/Parameters.h"
+#include "base/concurrency/Mutex.h"
 #include "farm/coordinator/JobBoard.h"
 #include "farm/coordinator/JobFollower.h"
 #include "farm/coordinator/JobRecords.h"
@@ -16,8 +15,8 @@ namespace Quillon::Farm {
 
 /// Hears of jobs, hands their tasks to the workers, and keeps their states until they have ended. What it has
 /// to know after a restart lies in the store: the states of the jobs, and how far the event log has been
-/// dealt with. Shared by the handlers of the service and the farm; any thread may call, but `Start` and
-/// `Stop`, which are for whoever started it.
+/// dealt with. Shared by the handlers of the service and the farm; thread-safe but for `Start` and `Stop`,
+/// which are for whoever started it.
 class Coordinator {
 public:
     /// Throws `ObjectStoreException` when the kept position cannot be read.
@@ -40,17 +39,18 @@ public:
     void ForgetJob(const std::string& jobId) { m_records.Forget(jobId); }
 
 private:
-    void StartSlot(const Worker& worker);
+    void StartSlot(const Worker& worker) QUILLON_REQUIRES(m_mutex);
 
     const std::string m_realm;
     JobRecords m_records;
     JobBoard m_board;
     JobFollower m_follower;
 
-    std::mutex m_mutex;
-    // Guarded by m_mutex:
-    std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> m_pMessaging;  // from the start to the stop
-    std::vector<std::jthread> m_threads;  // the last member, so that they end before what they use
+    PlatformAbstraction::Mutex m_mutex;
+    // From the start to the stop.
+    std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> m_pMessaging QUILLON_GUARDED_BY(m_mutex);
+    // The last member, so that they end before what they use.
+    std::vector<std::jthread> m_threads QUILLON_GUARDED_BY(m_mutex);
 };
 
 }  // namespace Quillon::Farm

@@ -1,90 +1,88 @@
 #include "farm/coordinator/JobBoard.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Quillon::Farm {
 
-namespace {
+using PlatformAbstraction::MutexLock;
 
-// Some ten megabytes at the most.
-constexpr std::size_t kMostJobs = 20000;
-// The log is not read further than that beyond the first job that has not ended, since a restart reads all of
-// it again. When the window has run empty but for that job, it is its turn whatever its priority.
-constexpr std::int64_t kLongestSpan = 100000;
-
-}  // namespace
-
-JobBoard::JobBoard(std::int64_t low) : m_offsets(low) {}
-
-bool JobBoard::HasRoom() const {
-    return m_jobsInWindow.size() < kMostJobs && m_offsets.Span() < kLongestSpan;
-}
-
-bool JobBoard::WaitForRoom(const std::stop_token& stop, std::chrono::milliseconds time) {
-    std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, stop, time, [this] { return HasRoom(); });
-}
-
-void JobBoard::Pass(std::int64_t offset) {
-    const std::lock_guard lock(m_mutex);
-    m_offsets.Pass(offset);
-}
-
-void JobBoard::Post(JobTicket ticket) {
+void JobBoard::Post(const JobTicket& ticket) {
     {
-        const std::lock_guard lock(m_mutex);
-        if (!m_jobsInWindow.insert(ticket.jobId).second) {
-            m_offsets.Pass(ticket.offset);
-            return;
-        }
-        m_offsets.Open(ticket.offset);
-        m_waiting.Add(std::move(ticket));
+        const MutexLock lock(m_mutex);
+        m_waiting.Add(ticket);
     }
     m_changed.notify_all();
 }
 
-std::int64_t JobBoard::Low() const {
-    const std::lock_guard lock(m_mutex);
-    return m_offsets.Low();
+std::int64_t JobBoard::OldestOffset() const {
+    const MutexLock lock(m_mutex);
+    std::int64_t oldest = std::min(m_waiting.OldestOffset(), m_workers.OldestOffset());
+    for (const JobTicket& ticket : m_repeated) {
+        oldest = std::min(oldest, ticket.offset);
+    }
+    return oldest;
 }
 
 std::optional<JobTicket> JobBoard::Take(const Worker& worker, const std::stop_token& stop) {
-    const auto mayTake = [&](const JobTicket& ticket) { return m_workers.MayTake(worker, ticket); };
     std::optional<JobTicket> ticket;
-    std::unique_lock lock(m_mutex);
+    MutexLock lock(m_mutex);
     m_changed.wait(lock, stop, [&] {
-        ticket = stop.stop_requested() ? std::nullopt : m_waiting.Take(worker.service, mayTake);
+        m_mutex.AssertHeld();
+        const auto mayTake = [this, &worker](const MachineWishes& wishes) {
+            m_mutex.AssertHeld();
+            return m_workers.MayTake(worker, wishes);
+        };
+        ticket.reset();
+        while (!stop.stop_requested() && (ticket = m_waiting.Take(worker.service, mayTake)) &&
+               m_workers.IsAnyoneAt(ticket->jobId)) {
+            m_repeated.push_back(*std::exchange(ticket, std::nullopt));
+        }
         return ticket.has_value();
     });
     if (ticket) {
-        m_workers.SetBusy(worker.id, ticket->Step().taskKind, ticket->createdBy);
+        m_workers.Assign(worker.id, *ticket);
     }
     return ticket;
 }
 
-void JobBoard::PutBack(const Worker& worker, JobTicket ticket) {
+void JobBoard::SetBusy(const Worker& worker, std::string_view taskKind, const std::string& user) {
+    const MutexLock lock(m_mutex);
+    m_workers.SetBusy(worker.id, taskKind, user);
+}
+
+void JobBoard::PutBack(const Worker& worker, const JobTicket& ticket) {
     {
-        const std::lock_guard lock(m_mutex);
-        m_workers.SetIdle(worker.id);
-        m_waiting.Add(std::move(ticket));
+        const MutexLock lock(m_mutex);
+        m_waiting.Add(ticket);
+        Release(worker, ticket);
     }
     m_changed.notify_all();
 }
 
 void JobBoard::Finish(const Worker& worker, const JobTicket& ticket) {
     {
-        const std::lock_guard lock(m_mutex);
-        m_workers.SetIdle(worker.id);
-        m_jobsInWindow.erase(ticket.jobId);
-        m_offsets.Close(ticket.offset);
+        const MutexLock lock(m_mutex);
+        Release(worker, ticket);
     }
     m_changed.notify_all();
+}
+
+void JobBoard::Release(const Worker& worker, const JobTicket& ticket) {
+    m_workers.Release(worker.id);
+    for (const JobTicket& repeated : m_repeated) {
+        if (repeated.jobId == ticket.jobId) {
+            m_waiting.Add(repeated);
+        }
+    }
+    std::erase_if(m_repeated,
+                  [&ticket](const JobTicket& repeated) { return repeated.jobId == ticket.jobId; });
 }
 
 bool JobBoard::Report(const Worker& worker) {
     bool isNew = false;
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         isNew = m_workers.Report(worker);
     }
     m_changed.notify_all();
@@ -92,7 +90,7 @@ bool JobBoard::Report(const Worker& worker) {
 }
 
 std::vector<WorkerState> JobBoard::Workers() const {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_workers.States();
 }
 

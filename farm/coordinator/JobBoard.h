@@ -1,66 +1,58 @@
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
-#include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <unordered_set>
+#include <string_view>
 #include <vector>
 
-#include "farm/coordinator/OpenOffsets.h"
+#include "base/concurrency/Mutex.h"
 #include "farm/coordinator/WorkQueue.h"
 #include "farm/coordinator/WorkerRoster.h"
 
 namespace Quillon::Farm {
 
-/// Where jobs that wait and workers that are free meet. It holds a bounded window of the jobs: whoever reads
-/// them from the log waits for room, so that a burst of any size takes no more memory than the window, and
-/// the order of priorities is that among the jobs in it. Any thread may call.
+/// Where jobs that wait and workers that are free meet. It holds all jobs that have been announced and have
+/// not ended, so that the most urgent one is next however many wait. Thread-safe.
 class JobBoard {
 public:
-    /// `low` is the offset up to which the log has been dealt with.
-    explicit JobBoard(std::int64_t low);
-
     // For the reader of the log.
 
-    /// True once there is room for a batch of jobs; false at the end of the time, or on a stop.
-    bool WaitForRoom(const std::stop_token& stop, std::chrono::milliseconds time);
-    /// The event needs nothing done.
-    void Pass(std::int64_t offset);
-    /// A job from the log. One that is in the window already is passed.
-    void Post(JobTicket ticket);
-    /// Up to where the log has been dealt with.
-    std::int64_t Low() const;
+    /// A job that waits for its next task. The same job may be posted more than once: never are two workers
+    /// at it at a time.
+    void Post(const JobTicket& ticket);
+    /// The lowest offset of the jobs that have not ended; `kNoOffset` where all have.
+    std::int64_t OldestOffset() const;
 
     // For the thread of a worker.
 
-    /// Waits for a job with a task for the worker, which is busy from then on; nothing on a stop.
-    std::optional<JobTicket> Take(const Worker& worker, const std::stop_token& stop);
+    /// Waits for a job with a task for the worker, which has it from then on; nothing on a stop.
+    [[nodiscard]] std::optional<JobTicket> Take(const Worker& worker, const std::stop_token& stop);
+    /// The worker is at the task of its job.
+    void SetBusy(const Worker& worker, std::string_view taskKind, const std::string& user);
     /// The worker is free, and the job waits for its next task, or for the same one again.
-    void PutBack(const Worker& worker, JobTicket ticket);
+    void PutBack(const Worker& worker, const JobTicket& ticket);
     /// The worker is free, and the job is done with.
     void Finish(const Worker& worker, const JobTicket& ticket);
 
     // For the handlers.
 
     /// As `WorkerRoster::Report`.
-    bool Report(const Worker& worker);
+    [[nodiscard]] bool Report(const Worker& worker);
     std::vector<WorkerState> Workers() const;
 
 private:
-    bool HasRoom() const;
+    void Release(const Worker& worker, const JobTicket& ticket) QUILLON_REQUIRES(m_mutex);
 
-    mutable std::mutex m_mutex;
+    mutable PlatformAbstraction::Mutex m_mutex;
     std::condition_variable_any m_changed;
-    // Guarded by m_mutex:
-    OpenOffsets m_offsets;
-    WorkQueue m_waiting;
-    std::unordered_set<std::string> m_jobsInWindow;
-    WorkerRoster m_workers;
+    WorkQueue m_waiting QUILLON_GUARDED_BY(m_mutex);
+    // Of jobs that a worker is at and that were announced once more; they wait until he has left the job,
+    // since it may have been begun anew meanwhile.
+    std::vector<JobTicket> m_repeated QUILLON_GUARDED_BY(m_mutex);
+    WorkerRoster m_workers QUILLON_GUARDED_BY(m_mutex);
 };
 
 }  // namespace Quillon::Farm

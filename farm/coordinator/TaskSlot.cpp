@@ -9,8 +9,6 @@
 #include "Core/src/JobKinds.h"
 #include "Core/src/Vocabulary.h"
 #include "base/log/PlatformLog.h"
-#include "farm/coordinator/FarmClock.h"
-#include "farm/coordinator/JobRecord.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/Pause.h"
 #include "platform/messaging/HandlerInvocation.h"
@@ -55,13 +53,13 @@ void TaskSlot::Run(const std::stop_token& stop) {
         switch (CarryOut(*ticket, stop)) {
             case Result::Evaluated:
                 ticket->stage = Stage::Work;
-                m_board.PutBack(m_worker, std::move(*ticket));
+                m_board.PutBack(m_worker, *ticket);
                 break;
             case Result::Over:
                 m_board.Finish(m_worker, *ticket);
                 break;
             case Result::Interrupted:
-                m_board.PutBack(m_worker, std::move(*ticket));
+                m_board.PutBack(m_worker, *ticket);
                 PauseUnlessStopped(kPause, stop);
                 break;
         }
@@ -69,29 +67,35 @@ void TaskSlot::Run(const std::stop_token& stop) {
 }
 
 TaskSlot::Result TaskSlot::CarryOut(const JobTicket& ticket, const std::stop_token& stop) {
-    Result result = Result::Over;
-    const auto processingData = Begin(ticket, stop, result);
-    if (!processingData) {
-        return result;
+    const auto begun = Begin(ticket, stop);
+    if (const Result* const result = std::get_if<Result>(&begun)) {
+        return *result;
     }
-    const TaskEnd end = Perform(ticket, *processingData, stop);
+    const Task& task = std::get<Task>(begun);
+    m_board.SetBusy(m_worker, ticket.Step().taskKind, task.user);
+    const TaskEnd end = Perform(ticket, task.processingData, stop);
     return end.kind == TaskEnd::Kind::Interrupted ? Result::Interrupted : NoteEnd(ticket, end, stop);
 }
 
-std::optional<Parameters> TaskSlot::Begin(const JobTicket& ticket, const std::stop_token& stop,
-                                          Result& result) {
-    std::optional<Parameters> processingData;
+std::variant<TaskSlot::Task, TaskSlot::Result> TaskSlot::Begin(const JobTicket& ticket,
+                                                               const std::stop_token& stop) {
+    std::variant<Task, Result> begun = Result::Over;
     const auto outcome = Persist(
         ticket.jobId,
         [&](Record& job) {
-            processingData.reset();
+            begun = Result::Over;
             if (!IsOpen(job)) {
                 return false;
             }
             try {
-                processingData = ReadProcessingData(job);
+                if (NextStage(*ticket.operation, ReadJobState(job)) > ticket.stage) {
+                    begun = Result::Evaluated;  // under another announcement of the same job
+                    return false;
+                }
+                Task task{ReadProcessingData(job), ReadCreator(job)};
                 MoveTo(job, StateDuring(ticket.stage));
                 SetProgress(job, 0);
+                begun = std::move(task);
             } catch (const std::runtime_error& broken) {
                 Fail(job, NowText(),
                      std::string("The job's processing data cannot be read: ") + broken.what());
@@ -99,8 +103,10 @@ std::optional<Parameters> TaskSlot::Begin(const JobTicket& ticket, const std::st
             return true;
         },
         stop);
-    result = outcome ? Result::Over : Result::Interrupted;
-    return outcome == JobRecords::Outcome::Written ? processingData : std::nullopt;
+    if (!outcome) {
+        return Result::Interrupted;
+    }
+    return *outcome == JobRecords::Outcome::Gone ? Result::Over : begun;
 }
 
 TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& processingData,
@@ -111,7 +117,7 @@ TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& p
     task.parameters.SetParameter(Keys::JobId, ticket.jobId);
     task.parameters.SetParameter(Keys::WorkerId, m_worker.id);
     task.parameters.SetParameter(Keys::TaskKind, step.taskKind);
-    task.parameters.SetParameter(Shared::JobKind, ticket.plan->jobKind);
+    task.parameters.SetParameter(Shared::JobKind, ticket.operation->jobKind);
     task.parameters.SetChildParameters(Shared::ProcessingData, processingData);
 
     const auto future = m_pMessaging->SendRequest(task);
@@ -132,16 +138,21 @@ TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& p
 
 TaskSlot::Result TaskSlot::NoteEnd(const JobTicket& ticket, const TaskEnd& end, const std::stop_token& stop) {
     const bool isDone = end.kind == TaskEnd::Kind::Done;
+    const bool isEvaluated = isDone && ticket.stage == Stage::Evaluation;
+    bool hasNextTask = false;
     const auto outcome = Persist(
         ticket.jobId,
         [&](Record& job) {
+            const std::string state = ReadJobState(job);
+            // A store that failed to answer may have taken the state all the same.
+            hasNextTask = isEvaluated && (state == JobStates::Readied || state == JobStates::Evaluated);
             // Whoever has moved the job to another state meanwhile, such as "Canceled", has the last word.
-            if (ReadJobState(job) != StateDuring(ticket.stage)) {
+            if (state != StateDuring(ticket.stage)) {
                 return false;
             }
             if (!isDone) {
                 Fail(job, NowText(), end.reason);
-            } else if (ticket.stage == Stage::Evaluation) {
+            } else if (isEvaluated) {
                 MoveTo(job, JobStates::Evaluated);
             } else {
                 Complete(job, NowText());
@@ -152,8 +163,7 @@ TaskSlot::Result TaskSlot::NoteEnd(const JobTicket& ticket, const TaskEnd& end, 
     if (!outcome) {
         return Result::Interrupted;
     }
-    const bool hasNextTask = isDone && ticket.stage == Stage::Evaluation;
-    return hasNextTask && *outcome == JobRecords::Outcome::Written ? Result::Evaluated : Result::Over;
+    return hasNextTask && *outcome != JobRecords::Outcome::Gone ? Result::Evaluated : Result::Over;
 }
 
 std::optional<JobRecords::Outcome> TaskSlot::Persist(const std::string& jobId, const JobRecords::Edit& edit,

@@ -4,7 +4,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <string_view>
+#include <variant>
 
 #include "farm/coordinator/JobBoard.h"
 #include "farm/coordinator/JobRecords.h"
@@ -36,19 +36,25 @@ private:
         std::string reason;  ///< of the failure
     };
 
+    /// What a task is to work on, and for whom.
+    struct Task {
+        CoreServices::Parameters processingData;
+        std::string user;
+    };
+
     Result CarryOut(const JobTicket& ticket, const std::stop_token& stop);
-    /// Notes in the record that the task is under way, and gives what it is to work on. Nothing on the two
-    /// other results, which `result` then tells.
-    std::optional<CoreServices::Parameters> Begin(const JobTicket& ticket, const std::stop_token& stop,
-                                                  Result& result);
-    TaskEnd Perform(const JobTicket& ticket, const CoreServices::Parameters& processingData,
-                    const std::stop_token& stop) const;
+    /// Notes in the record that the task is under way. Where it is not to be carried out, gives what becomes
+    /// of the job instead.
+    std::variant<Task, Result> Begin(const JobTicket& ticket, const std::stop_token& stop);
+    [[nodiscard]] TaskEnd Perform(const JobTicket& ticket, const CoreServices::Parameters& processingData,
+                                  const std::stop_token& stop) const;
     Result NoteEnd(const JobTicket& ticket, const TaskEnd& end, const std::stop_token& stop);
 
     /// `JobRecords::Change`, tried again as long as the store fails or the record is withheld; nothing when
     /// the stop comes first.
-    std::optional<JobRecords::Outcome> Persist(const std::string& jobId, const JobRecords::Edit& edit,
-                                               const std::stop_token& stop);
+    [[nodiscard]] std::optional<JobRecords::Outcome> Persist(const std::string& jobId,
+                                                             const JobRecords::Edit& edit,
+                                                             const std::stop_token& stop);
 
     const Worker m_worker;
     const std::string m_realm;

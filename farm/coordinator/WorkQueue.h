@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <compare>
 #include <cstddef>
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "farm/coordinator/JobTicket.h"
 
@@ -15,36 +17,74 @@ namespace Quillon::Farm {
 
 /// Who is next. The job of the highest priority; among equals one whose next task ends it before one that is
 /// yet to be evaluated, so that a query does not wait for the evaluation of all media jobs before it; among
-/// these the job queues take turns; and in a queue whoever came first. One thread at a time.
+/// these the job queues take turns; and in a queue whoever came first.
+///
+/// All jobs that wait are in it, so a job is kept in 32 bytes: what it has in common with others stands once
+/// for all of them, and an id that is a UUID is packed. One thread at a time.
 class WorkQueue {
 public:
-    using Condition = std::function<bool(const JobTicket& ticket)>;
+    using Condition = std::function<bool(const MachineWishes& wishes)>;
 
-    void Add(JobTicket ticket);
+    void Add(const JobTicket& ticket);
 
-    /// Takes the next one with a task for that service that meets the condition, if there is one.
+    /// Takes the next one with a task for that service whose wishes meet the condition, if there is one.
     std::optional<JobTicket> Take(std::string_view service, const Condition& mayTake);
 
-    std::size_t Size() const { return m_size; }
+    /// The lowest offset of all that wait; `kNoOffset` where none does. Costs a look at each group of jobs.
+    std::int64_t OldestOffset() const;
 
 private:
+    using PackedId = std::array<std::uint8_t, 16>;
+
+    struct WaitingJob {
+        std::int64_t offset;
+        PackedId id;  // all zero where the id is in m_otherIds
+        const Weftline::SubmitOperations::Row* operation;
+    };
+
+    /// Jobs that differ in nothing by which they are chosen, in the order of their arrival.
+    class Lane {
+    public:
+        void Insert(const WaitingJob& job);
+        const WaitingJob& First() const { return m_jobs[m_taken]; }
+        WaitingJob TakeFirst();
+        bool IsEmpty() const { return m_jobs.empty(); }
+
+    private:
+        std::vector<WaitingJob> m_jobs;
+        std::size_t m_taken = 0;  // that many at the front have left already; never all of them
+    };
+    using Lanes = std::map<MachineWishes, Lane>;
+
+    /// A job queue on one level. The lanes are looked through from the oldest job on, so that the jobs whose
+    /// wishes may not be fulfilled now cost one look for each wish and not for each job.
+    struct Queue {
+        Lanes lanes;
+        std::map<std::int64_t, Lanes::iterator> byFirstOffset;
+    };
     struct Rank {
         std::int32_t minusPriority;  // so that the highest comes first
         bool isToBeEvaluated;
         auto operator<=>(const Rank&) const = default;
     };
-    using Queue = std::map<std::int64_t, JobTicket>;  // by offset
     struct Level {
         std::map<std::string, Queue> queues;
         std::string lastServed;  // the queue whose turn was the last
     };
-    using Levels = std::map<Rank, Level>;
+    struct Taken {
+        WaitingJob job;
+        std::string queue;
+        MachineWishes wishes;
+    };
 
-    std::optional<JobTicket> TakeFrom(Level& level, const Condition& mayTake);
-    static std::optional<JobTicket> TakeFrom(Queue& queue, const Condition& mayTake);
+    static std::optional<Taken> TakeFrom(Level& level, const Condition& mayTake);
+    static std::optional<Taken> TakeFrom(Queue& queue, const Condition& mayTake);
 
-    std::map<std::string_view, Levels> m_levels;  // by service
-    std::size_t m_size = 0;
+    PackedId Pack(const std::string& jobId, std::int64_t offset);
+    std::string Unpack(const WaitingJob& job);
+
+    std::map<std::string_view, std::map<Rank, Level>> m_levels;  // by service
+    std::map<std::int64_t, std::string> m_otherIds;              // by offset: those that are no UUID
 };
 
 }  // namespace Quillon::Farm

@@ -1,8 +1,9 @@
 #include "farm/coordinator/WorkerRoster.h"
 
 #include <algorithm>
+#include <chrono>
 
-#include "farm/coordinator/FarmClock.h"
+#include "Core/src/TimeText.h"
 #include "platform/messaging/HandlerErrors.h"
 
 namespace Quillon::Farm {
@@ -12,9 +13,13 @@ namespace {
 // Each has a thread at the coordinator, so a caller that makes them up must not have any number of them.
 constexpr std::size_t kMostWorkers = 256;
 
-bool MeetsWishes(const Worker& worker, const JobTicket& ticket) {
-    return (ticket.requiredMachine.empty() || worker.machine == ticket.requiredMachine) &&
-           (ticket.excludedMachine.empty() || worker.machine != ticket.excludedMachine);
+bool Fulfils(const Worker& worker, const MachineWishes& wishes) {
+    return (wishes.required.empty() || worker.machine == wishes.required) &&
+           (wishes.excluded.empty() || worker.machine != wishes.excluded);
+}
+
+std::string NowText() {
+    return Weftline::ExtendedIsoUtc(std::chrono::system_clock::now());
 }
 
 }  // namespace
@@ -31,8 +36,15 @@ bool WorkerRoster::Report(const Worker& worker) {
         throw PlatformAbstraction::Messaging::BadRequestHandlerError(
             "There are " + std::to_string(kMostWorkers) + " workers, and no room for another one");
     }
-    m_states.push_back({worker, "", "", NowText()});
+    m_states.push_back({.worker = worker, .since = NowText()});
     return true;
+}
+
+void WorkerRoster::Assign(std::string_view workerId, const JobTicket& ticket) {
+    if (WorkerState* const state = Find(workerId)) {
+        state->jobId = ticket.jobId;
+        state->offset = ticket.offset;
+    }
 }
 
 void WorkerRoster::SetBusy(std::string_view workerId, std::string_view taskKind, const std::string& user) {
@@ -43,17 +55,30 @@ void WorkerRoster::SetBusy(std::string_view workerId, std::string_view taskKind,
     }
 }
 
-void WorkerRoster::SetIdle(std::string_view workerId) {
-    SetBusy(workerId, "", "");
+void WorkerRoster::Release(std::string_view workerId) {
+    if (WorkerState* const state = Find(workerId)) {
+        *state = {.worker = state->worker, .since = NowText()};
+    }
 }
 
-bool WorkerRoster::MayTake(const Worker& worker, const JobTicket& ticket) const {
-    if (MeetsWishes(worker, ticket)) {
-        return true;
-    }
-    return std::ranges::none_of(m_states, [&](const WorkerState& other) {
-        return other.worker.service == worker.service && MeetsWishes(other.worker, ticket);
+bool WorkerRoster::MayTake(const Worker& worker, const MachineWishes& wishes) const {
+    return Fulfils(worker, wishes) || std::ranges::none_of(m_states, [&](const WorkerState& other) {
+               return other.worker.service == worker.service && Fulfils(other.worker, wishes);
+           });
+}
+
+bool WorkerRoster::IsAnyoneAt(std::string_view jobId) const {
+    return std::ranges::any_of(m_states, [jobId](const WorkerState& state) {
+        return state.offset != kNoOffset && state.jobId == jobId;
     });
+}
+
+std::int64_t WorkerRoster::OldestOffset() const {
+    std::int64_t oldest = kNoOffset;
+    for (const WorkerState& state : m_states) {
+        oldest = std::min(oldest, state.offset);
+    }
+    return oldest;
 }
 
 WorkerState* WorkerRoster::Find(std::string_view workerId) {

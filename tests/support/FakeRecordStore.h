@@ -25,7 +25,7 @@ bool PassFault(StoreFault fault);
 
 /// A record store in memory that keeps the promises of the interface, but for surviving the process. Any
 /// thread may call.
-class FakeRecordStore final : public CommonServices::RecordStore {
+class FakeRecordStore : public CommonServices::RecordStore {
 public:
     std::atomic<StoreFault> upsertFault{StoreFault::None};
     std::atomic<StoreFault> deleteFault{StoreFault::None};

@@ -1,10 +1,9 @@
 #include "farm/coordinator/Coordinator.h"
 
 #include <map>
-#include <mutex>
 
+#include "base/concurrency/Mutex.h"
 #include "farm/coordinator/CoordinatorService.h"
-#include "farm/coordinator/KeptPosition.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "tests/farm/FarmFixture.h"
@@ -15,10 +14,11 @@ namespace Quillon::Farm {
 namespace {
 
 using CoreServices::Parameters;
+using PlatformAbstraction::MutexLock;
 using TestSupport::FarmFixture;
 using TestSupport::Hold;
-namespace JobKinds = Weftline::JobKinds;
 namespace JobStates = Weftline::JobStates;
+namespace ServiceNames = Weftline::ServiceNames;
 namespace Shared = Weftline::Keys;
 
 /// Workers of both kinds that do as the test says.
@@ -29,21 +29,29 @@ protected:
     void TearDown() override { StopFarm(); }
 
     /// A farm with one worker of each kind.
-    void StartFarm(const Perform& evaluate, const Perform& work) {
+    void StartFarm(const Perform& evaluate = Succeed, const Perform& work = Succeed) {
         bus = TestSupport::MakeBus();
         coordinator = std::make_shared<Coordinator>("test");
         bus->Attach(MakeCoordinatorService("test", coordinator));
-        AttachWorker(Weftline::ServiceNames::MetadataWorker, evaluate);
-        AttachWorker(Weftline::ServiceNames::MediaWorker, work);
+        AttachWorker(ServiceNames::MetadataWorker, evaluate);
+        AttachWorker(ServiceNames::MediaWorker, [this, work](const Parameters& task) {
+            {
+                const MutexLock lock(m_mutex);
+                ++m_work[JobOf(task)];
+            }
+            work(task);
+        });
         coordinator->Start(bus->GetMessaging());
     }
-    /// A farm whose media worker waits with the job "held" until the test lets it go on.
-    void StartFarmThatHolds() {
-        StartFarm(Succeed, [this](const Parameters& task) {
+    /// A farm whose media worker waits with the job "held" until the test lets it go on, and is at it.
+    void HoldAJob(Hold& held) {
+        StartFarm(Succeed, [this, &held](const Parameters& task) {
             if (JobOf(task) == "held") {
                 held.Pass();
             }
         });
+        Submit({.id = "held"});
+        ASSERT_TRUE(held.arrived.WaitFor(1));
     }
     void StopFarm() {
         if (coordinator) {
@@ -53,51 +61,48 @@ protected:
         coordinator.reset();
     }
 
-    std::string Ask(std::string_view operation, const Parameters& request) {
+    std::string Ask(std::string_view operation, const std::string& request = "") {
         return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(TestSupport::To(
-            std::string(Weftline::ServiceNames::Coordinator), std::string(operation), request)));
+            std::string(ServiceNames::Coordinator), std::string(operation), Parameters::fromJSON(request))));
     }
-    void TellProgress(const std::string& jobId, std::int32_t progress) {
-        Parameters request;
-        request.SetParameter(Keys::JobId, jobId);
-        request.SetParameter(Shared::Progress, progress);
-        EXPECT_EQ(Ask(Operations::TaskProgress, request), "{}");
+    static std::int32_t ProgressOf(const std::string& jobId) {
+        std::int32_t progress = -1;
+        PublicData(jobId).GetParameter(Shared::Progress, progress);
+        return progress;
+    }
+    static std::string Private(const std::string& jobId, std::string_view key) {
+        std::string text;
+        Parameters::fromJSON(Find(jobId)->recordData).GetParameter(key, text);
+        return text;
     }
     /// How often a job was handed to the media worker.
     std::size_t CountWork(const std::string& jobId) {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         return m_work[jobId];
     }
-
-    static void Succeed(const Parameters&) {}
+    static void Succeed(const Parameters& /*task*/) {}
     static std::string JobOf(const Parameters& task) {
         std::string id;
         task.GetParameter(Keys::JobId, id);
         return id;
     }
 
-    Hold held;
     std::shared_ptr<PlatformAbstraction::Messaging::InProcessBus> bus;
     std::shared_ptr<Coordinator> coordinator;
 
 private:
     void AttachWorker(std::string_view service, const Perform& perform) {
-        const bool isMedia = service == Weftline::ServiceNames::MediaWorker;
         bus->Attach(TestSupport::MakeService(
             std::string(service),
-            {{std::string(Operations::PerformTask), [this, perform, isMedia](const auto& task, const auto&) {
-                  if (isMedia) {
-                      const std::lock_guard lock(m_mutex);
-                      ++m_work[JobOf(task)];
-                  }
+            {{std::string(Operations::PerformTask), [perform](const auto& task, const auto&) {
                   perform(task);
                   return Parameters();
               }}}));
         coordinator->ReportWorker({"worker of " + std::string(service), "m", "t", std::string(service)});
     }
 
-    std::mutex m_mutex;
-    std::map<std::string, std::size_t> m_work;
+    PlatformAbstraction::Mutex m_mutex;
+    std::map<std::string, std::size_t> m_work QUILLON_GUARDED_BY(m_mutex);
 };
 
 TEST_F(CoordinatorTest, TakesAJobThroughItsStates) {
@@ -110,8 +115,6 @@ TEST_F(CoordinatorTest, TakesAJobThroughItsStates) {
                   work.Pass();
               });
     Submit({.id = "j"});
-    const Parameters before = Parameters::fromJSON(Find("j")->recordData);
-
     ASSERT_TRUE(evaluation.arrived.WaitFor(1));
     EXPECT_EQ(StateOf("j"), JobStates::Readied);
     evaluation.opened.Add();
@@ -121,39 +124,27 @@ TEST_F(CoordinatorTest, TakesAJobThroughItsStates) {
               R"({"jobId":"j","workerId":"worker of orvik.quillon.processing.media.worker",)"
               R"("taskKind":"orvik.quillon.task.transcode","jobKind":"orvik.quillon.transcode",)"
               R"("processingData":{"a":1}})");
-    const std::string workers = Ask(Weftline::Operations::WorkerPoolStatus, {});
-    EXPECT_NE(workers.find(R"("status":"Busy","task":"orvik.quillon.task.transcode","user":"Somebody")"),
-              std::string::npos)
-        << workers;
-    TellProgress("j", 40);
-    TellProgress("j", 30);  // too late
-    std::int32_t progress = 0;
-    PublicData("j").GetParameter(Shared::Progress, progress);
-    EXPECT_EQ(progress, 40);
-    work.opened.Add();
-
-    ASSERT_TRUE(Reaches("j", JobStates::Completed));
-    PublicData("j").GetParameter(Shared::Progress, progress);
-    EXPECT_EQ(progress, 100);
-    EXPECT_FALSE(Public("j", Shared::CompletedDateTime).empty());
-    Parameters after = Parameters::fromJSON(Find("j")->recordData);
-    std::string last;
-    after.GetParameter(Shared::JobLastState, last);
-    EXPECT_EQ(last, JobStates::Tasked);
-    for (const std::string_view key : {Shared::JobLastState, Shared::JobMonitorID}) {
-        after.SetParameter(key, "");
+    const std::string busy = R"("status":"Busy","task":"orvik.quillon.task.transcode","user":"Somebody")";
+    EXPECT_NE(Ask(Weftline::Operations::WorkerPoolStatus).find(busy), std::string::npos);
+    for (const char* const percent : {"40", "30"}) {  // the second comes too late
+        const std::string progress = std::string(R"({"jobId":"j","progress":)") + percent + "}";
+        EXPECT_EQ(Ask(Operations::TaskProgress, progress), "{}");
     }
-    EXPECT_EQ(after, before);
-    EXPECT_EQ(Find("j")->name, "Name of j");
-    EXPECT_NE(Ask(Weftline::Operations::WorkerPoolStatus, {}).find(R"("status":"Idle")"), std::string::npos);
+    EXPECT_EQ(ProgressOf("j"), 40);
+    work.opened.Add();
+    ASSERT_TRUE(Reaches("j", JobStates::Completed));
+    EXPECT_EQ(ProgressOf("j"), 100);
+    EXPECT_FALSE(Public("j", Shared::CompletedDateTime).empty());
+    EXPECT_EQ(Private("j", Shared::JobLastState), JobStates::Tasked);
+    EXPECT_TRUE(Eventually(
+        [&] { return Ask(Weftline::Operations::WorkerPoolStatus).find("Busy") == std::string::npos; }));
 }
 
 TEST_F(CoordinatorTest, CarriesEveryJobToItsEndOnceAcrossAStop) {
-    StartFarmThatHolds();
+    Hold held;
     Submit({.id = "done"});
-    ASSERT_TRUE(Reaches("done", JobStates::Completed));
-    Submit({.id = "held"});
-    ASSERT_TRUE(held.arrived.WaitFor(1));
+    HoldAJob(held);
+    EXPECT_EQ(StateOf("done"), JobStates::Completed);
     Submit({.id = "waits"});
     ASSERT_TRUE(Reaches("waits", JobStates::Evaluated));
     coordinator->Stop();  // while a worker is at a job
@@ -165,118 +156,113 @@ TEST_F(CoordinatorTest, CarriesEveryJobToItsEndOnceAcrossAStop) {
     OpenStore();
     Submit({.id = "unheard"});
     std::size_t evaluated = 0;
-    StartFarm([&](const Parameters&) { ++evaluated; }, Succeed);
+    StartFarm([&](const Parameters&) { ++evaluated; });
     for (const char* const id : {"held", "waits", "unheard"}) {
         EXPECT_TRUE(Reaches(id, JobStates::Completed)) << id;
     }
     StopFarm();
-    EXPECT_EQ(CountWork("done"), 1U);
-    EXPECT_EQ(CountWork("held"), 2U);
-    EXPECT_EQ(CountWork("waits"), 1U);
-    EXPECT_EQ(CountWork("unheard"), 1U);
     EXPECT_EQ(evaluated, 1U);
 
     // All was dealt with: even a position that is lost brings no job back.
     EXPECT_EQ(KeptPosition::Load(), 4);
     ASSERT_TRUE(KeptPosition::Keep(5));
     EXPECT_EQ(KeptPosition::Load(), 0) << "behind the end of the log no job would be heard of";
-    ASSERT_TRUE(KeptPosition::Keep(1));
-    StartFarm(Succeed, Succeed);
+    StartFarm();
     Submit({.id = "next"});
     EXPECT_TRUE(Reaches("next", JobStates::Completed));
-    StopFarm();
+    for (const char* const id : {"done", "waits", "unheard", "next"}) {
+        EXPECT_EQ(CountWork(id), 1U) << id;
+    }
     EXPECT_EQ(CountWork("held"), 2U);
-    EXPECT_EQ(CountWork("next"), 1U);
 }
 
 TEST_F(CoordinatorTest, FailsWhatCannotBeDoneAndGoesOn) {
-    StartFarm(
-        [](const Parameters& task) {
-            if (JobOf(task) == "refused") {
-                throw std::runtime_error("no such media");
-            }
-        },
-        Succeed);
-    CommonServices::EventStore({}).Produce(Weftline::DataModel::MakeJobCreatedEvent("no job", "q"), true);
-    Weftline::Record broken = Weftline::DataModel::MakeJobCreatedEvent("", "q");
-    broken.recordData = "{";
-    CommonServices::EventStore({}).Produce(broken, true);
-    Submit({.id = "foreign", .kind = "orvik.quillon.speechtotext"});
+    StartFarm([](const Parameters& task) {
+        if (JobOf(task) == "refused") {
+            throw std::runtime_error("no such media");
+        }
+    });
+    const CommonServices::EventStore events({});
+    events.Produce(Weftline::DataModel::MakeJobCreatedEvent("no job", "q"), true);
+    Weftline::Record broken = Weftline::DataModel::MakeJobCreatedEvent("unreadable", "q");
     Weftline::Record unreadable("Job", 1, std::string(Weftline::Collections::Jobs));
     unreadable.recordID = "unreadable";
     unreadable.recordPublicData = "{";
     ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(unreadable));
-    CommonServices::EventStore({}).Produce(Weftline::DataModel::MakeJobCreatedEvent("unreadable", "q"), true);
+    events.Produce(broken, true);
+    broken.recordData = "{";
+    events.Produce(broken, true);
+    Submit({.id = "foreign", .kind = "orvik.quillon.speechtotext"});
     Submit({.id = "refused"});
     Submit({.id = "good"});
-    const auto reasonOf = [](const std::string& id) {
-        std::string reason;
-        Parameters::fromJSON(Find(id)->recordData).GetParameter(Keys::FailureReason, reason);
-        return reason;
-    };
     EXPECT_TRUE(Reaches("good", JobStates::Completed));
-    EXPECT_TRUE(Reaches("refused", JobStates::Failed));
-    EXPECT_EQ(reasonOf("refused"), "no such media");
-    EXPECT_EQ(StateOf("foreign"), JobStates::Failed);
-    EXPECT_NE(reasonOf("foreign").find("\"orvik.quillon.speechtotext\""), std::string::npos);
-    EXPECT_EQ(CountWork("refused"), 0U);
-    EXPECT_EQ(StateOf("unreadable"), JobStates::Failed);
-    EXPECT_NE(reasonOf("unreadable").find("cannot be read"), std::string::npos);
+    const std::pair<const char*, const char*> rows[] = {{"refused", "no such media"},
+                                                        {"foreign", "\"orvik.quillon.speechtotext\""},
+                                                        {"unreadable", "cannot be read"}};
+    for (const auto& [id, reason] : rows) {
+        EXPECT_TRUE(Reaches(id, JobStates::Failed)) << id;
+        EXPECT_NE(Private(id, Keys::FailureReason).find(reason), std::string::npos) << id;
+        EXPECT_EQ(CountWork(id), 0U) << id;
+    }
     EXPECT_EQ(Public("unreadable", Keys::Unreadable), "{");
 }
 
-TEST_F(CoordinatorTest, WritesNothingOfAJobThatIsForgotten) {
-    StartFarmThatHolds();
-    Submit({.id = "held"});
-    ASSERT_TRUE(held.arrived.WaitFor(1));
-    Parameters request;
-    request.SetParameter(Shared::Id, "held");
-    EXPECT_EQ(Ask(Operations::ForgetJob, request), R"({"id":"held"})");
-    TellProgress("held", 50);
-    std::int32_t progress = -1;
-    PublicData("held").GetParameter(Shared::Progress, progress);
-    EXPECT_EQ(progress, 0);
+TEST_F(CoordinatorTest, WritesNothingOfAJobWhoseRecordIsAboutToBeDeleted) {
+    using enum JobRecords::Outcome;
+    Hold held;
+    HoldAJob(held);
+    EXPECT_EQ(Ask(Operations::ForgetJob, R"({"id":"held"})"), R"({"id":"held"})");
+    EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"held","progress":50})"), "{}");
+    EXPECT_EQ(ProgressOf("held"), 0);
+    const auto touch = [](Weftline::Record&) { return true; };
+    JobRecords impatient(std::chrono::milliseconds(0));
+    impatient.Forget("held");
+    EXPECT_EQ(impatient.Change("held", touch), Written) << "the removal has failed";
     ASSERT_TRUE(CommonServices::ObjectStore().DeleteMany({"held"}));
+    EXPECT_EQ(impatient.Change("held", touch), Gone);
     held.opened.Add();
     Submit({.id = "next"});
     EXPECT_TRUE(Reaches("next", JobStates::Completed));
     EXPECT_FALSE(Find("held"));
 }
 
-TEST_F(CoordinatorTest, GivesAJobUpOnlyWhenItsRecordIsDeleted) {
-    using enum JobRecords::Outcome;
-    const auto touch = [](Weftline::Record&) { return true; };
-    Submit({.id = "j"});
-    JobRecords records;
-    records.Forget("j");
-    EXPECT_EQ(records.Change("j", touch), Withheld);
-    JobRecords impatient(std::chrono::milliseconds(0));
-    impatient.Forget("j");
-    EXPECT_EQ(impatient.Change("j", touch), Written) << "the removal has failed";
-    ASSERT_TRUE(CommonServices::ObjectStore().DeleteMany({"j"}));
-    EXPECT_EQ(records.Change("j", touch), Gone);
-}
-
-TEST_F(CoordinatorTest, LeavesTheLastWordToWhoeverCanceled) {
-    StartFarmThatHolds();
-    Submit({.id = "held"});
-    ASSERT_TRUE(held.arrived.WaitFor(1));
-    SetState("held", JobStates::Canceled);
-    held.opened.Add();
-    Submit({.id = "next"});
-    EXPECT_TRUE(Reaches("next", JobStates::Completed));
-    EXPECT_EQ(StateOf("held"), JobStates::Canceled);
+TEST_F(CoordinatorTest, WhoeverChangesAJobUnderWayHasTheLastWord) {
+    const struct {
+        std::string_view state;  // that is written while a worker is at the job
+        bool isAnnounced;        // once more
+        std::string_view end;
+        std::size_t work;
+    } rows[] = {
+        {JobStates::Canceled, false, JobStates::Canceled, 1},
+        {JobStates::Tasked, true, JobStates::Completed, 1},
+        {JobStates::Created, true, JobStates::Completed, 2},  // begun anew
+    };
+    std::size_t work = 0;
+    for (const auto& row : rows) {
+        Hold held;
+        HoldAJob(held);
+        SetState("held", row.state);
+        if (row.isAnnounced) {
+            CommonServices::EventStore({}).Produce(Weftline::DataModel::MakeJobCreatedEvent("held", "q"),
+                                                   true);
+        }
+        Submit({.id = "behind"});
+        ASSERT_TRUE(Reaches("behind", JobStates::Evaluated));  // so the announcement was read
+        held.opened.Add();
+        EXPECT_TRUE(Reaches("behind", JobStates::Completed));
+        EXPECT_TRUE(Reaches("held", row.end)) << row.state;
+        StopFarm();
+        EXPECT_EQ(CountWork("held"), work += row.work) << row.state;
+    }
 }
 
 TEST_F(CoordinatorTest, WaitsForAStoreThatFails) {
     CloseStore();
     const TestSupport::StoresInPlace stores;
-    StartFarm(
-        [&](const Parameters&) {
-            stores.records->upsertFault = TestSupport::StoreFault::Refuse;
-            stores.records->readsThrow = true;
-        },
-        Succeed);
+    StartFarm([&](const Parameters&) {
+        stores.records->upsertFault = TestSupport::StoreFault::Refuse;
+        stores.records->readsThrow = true;
+    });
     Submit({.id = "j"});
     EXPECT_TRUE(Eventually([&] { return stores.records->reads > 3; }));
     stores.records->readsThrow = false;
@@ -289,15 +275,16 @@ TEST_F(CoordinatorTest, WaitsForAStoreThatFails) {
 TEST_F(CoordinatorTest, WaitsForEventsAsLongAsTheServiceSays) {
     const std::string key(Weftline::Options::EventMaxPollingTimeoutMs);
     const std::pair<const char*, std::chrono::milliseconds> rows[] = {
-        {"86400000", std::chrono::hours(24)}, {"0", std::chrono::milliseconds(10)},
-        {"soon", std::chrono::seconds(2)},    {"-1", std::chrono::seconds(2)},
-        {"9s", std::chrono::seconds(2)},      {"99999999999", std::chrono::seconds(2)},
+        {"86400000", std::chrono::hours(24)},
+        {"0", std::chrono::milliseconds(10)},
+        {"-1", std::chrono::seconds(2)},
+        {"99999999999", std::chrono::seconds(2)},
     };
     for (const auto& [text, longest] : rows) {
         CloseStore();
         const TestSupport::StoresInPlace stores;
         PlatformAbstraction::AddConfigData(key, text);
-        StartFarm(Succeed, Succeed);
+        StartFarm();
         EXPECT_TRUE(Eventually([&] { return stores.events->longestWait.load() == longest; })) << text;
         StopFarm();  // at once, however long the wait
     }
