@@ -47,7 +47,7 @@ std::vector<Way> AllWays(const std::vector<RegistrationParams>& registrations) {
             path.replace(begin, path.find('}') + 1 - begin, "forged");
         }
         ways.push_back(
-            {registration.name, std::string(Rest::MethodName(registration.restMethod)) + " /" + path});
+            {registration.name, std::string(PlatformAbstraction::MethodName(registration.restMethod)) + " /" + path});
     }
     return ways;
 }
