@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "Core/src/Job.h"
-#include "Core/src/JobCreatedEvent.h"
 #include "Core/src/JobKinds.h"
 #include "farm/jobmonitor/JobDirectory.h"
 #include "platform/stores/EventStore.h"

@@ -14,9 +14,8 @@
 #include "Core/src/wf_Record.h"
 #include "handlers/results/FormatResults.h"
 #include "handlers/results/StoreListings.h"
-#include "platform/stores/EventStore.h"
-#include "platform/stores/ObjectStore.h"
 #include "platform/stores/RecordStore.h"
+#include "platform/stores/StoreChoice.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
 
 namespace {
@@ -44,14 +43,14 @@ public:
         m_directory /= "quillon-results-bench-" + std::to_string(::getpid());
         fs::remove_all(m_directory);
         m_store = CommonServices::OpenEmbeddedStore((m_directory / "bench.db").string());
-        CommonServices::ObjectStore::Use(m_store.records);
-        CommonServices::EventStore::Use(m_store.events);
+        CommonServices::StoreChoice::SetRecords(m_store.records);
+        CommonServices::StoreChoice::SetEvents(m_store.events);
     }
     StoresOnDisk(const StoresOnDisk&) = delete;
     StoresOnDisk& operator=(const StoresOnDisk&) = delete;
     ~StoresOnDisk() {
-        CommonServices::EventStore::Use(nullptr);
-        CommonServices::ObjectStore::Use(nullptr);
+        CommonServices::StoreChoice::SetEvents(nullptr);
+        CommonServices::StoreChoice::SetRecords(nullptr);
         m_store = {};
         fs::remove_all(m_directory);
     }
@@ -64,7 +63,7 @@ public:
                 for (std::size_t n = first; n < count; n += kWriters) {
                     Record record = sample;
                     record.recordID = "record-" + std::to_string(n);
-                    m_store.records->Upsert(record);
+                    m_store.records->UpsertOne(record);
                 }
             });
         }

@@ -81,7 +81,7 @@ void Require(bool accepted) {
 
 void UpsertNewJobs(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
-        Require((**g_store).records->Upsert(JobRecord()));
+        Require((**g_store).records->UpsertOne(JobRecord()));
     }
     state.SetItemsProcessed(state.iterations());
 }
@@ -91,8 +91,8 @@ void SubmitJobs(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
         const Weftline::Record job = JobRecord();
         const Weftline::Record event = JobEvent(job);
-        Require((**g_store).records->Upsert(job));
-        Require((**g_store).events->Append(event, true));
+        Require((**g_store).records->UpsertOne(job));
+        Require((**g_store).events->Produce(event, true));
         for (const Weftline::Record* record : {&job, &event}) {
             texts += record->recordID.size() + record->recordType.size() + record->recordTopic.size() +
                      record->name.size() + record->recordData.size() + record->recordPublicData.size() +

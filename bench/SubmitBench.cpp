@@ -12,9 +12,8 @@
 #include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/BusMessaging.h"
 #include "platform/stores/EventLog.h"
-#include "platform/stores/EventStore.h"
-#include "platform/stores/ObjectStore.h"
 #include "platform/stores/RecordStore.h"
+#include "platform/stores/StoreChoice.h"
 
 namespace {
 
@@ -28,17 +27,18 @@ using Weftline::Record;
 
 class ForgetfulRecordStore final : public CommonServices::RecordStore {
 public:
-    bool Upsert(const Record& record) override {
+    bool UpsertOne(const Record& record) override {
         benchmark::DoNotOptimize(record.recordData.data());
         return true;
     }
     std::optional<Record> FindByID(const std::string&, const std::string&) override { return std::nullopt; }
-    std::vector<Record> FindOfType(const std::string&, const std::string&, std::int32_t,
-                                   std::int32_t) override {
+    std::vector<Record> FindRecordsOfType(const std::string&, const std::string&, std::int32_t,
+                                          std::int32_t) override {
         return {};
     }
-    std::vector<Record> FindWithReference(const std::string&, const std::string&, const std::string&,
-                                          const std::string&, std::int32_t, std::int32_t) override {
+    std::vector<Record> FindRecordsWithReferencedID(const std::string&, const std::string&,
+                                                    const std::string&, const std::string&, std::int32_t,
+                                                    std::int32_t) override {
         return {};
     }
     bool DeleteMany(const std::vector<std::string>&) override { return true; }
@@ -46,7 +46,7 @@ public:
 
 class ForgetfulEventLog final : public CommonServices::EventLog {
 public:
-    bool Append(const Record& record, bool) override {
+    bool Produce(const Record& record, bool) override {
         benchmark::DoNotOptimize(record.recordData.data());
         return true;
     }
@@ -78,8 +78,8 @@ private:
 
 /// Submits the documented HD transcode, a request of about 2 KB, as `context` says.
 void SubmitTranscode(benchmark::State& state, const char* contextJson) {
-    CommonServices::ObjectStore::Use(std::make_shared<ForgetfulRecordStore>());
-    CommonServices::EventStore::Use(std::make_shared<ForgetfulEventLog>());
+    CommonServices::StoreChoice::SetRecords(std::make_shared<ForgetfulRecordStore>());
+    CommonServices::StoreChoice::SetEvents(std::make_shared<ForgetfulEventLog>());
     std::streambuf* const console = std::cerr.rdbuf(nullptr);  // an unknown caller is reported there
 
     Weftline::Services::Scheduler::SubmitTranscodeHandler handler(nullptr);
@@ -96,8 +96,8 @@ void SubmitTranscode(benchmark::State& state, const char* contextJson) {
 
     std::cerr.rdbuf(console);
     std::cerr.clear();
-    CommonServices::EventStore::Use(nullptr);
-    CommonServices::ObjectStore::Use(nullptr);
+    CommonServices::StoreChoice::SetEvents(nullptr);
+    CommonServices::StoreChoice::SetRecords(nullptr);
 }
 
 BENCHMARK_CAPTURE(SubmitTranscode, anonymous, "{}");

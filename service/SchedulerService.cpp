@@ -9,10 +9,8 @@
 
 #include "Core/src/SubmitOperations.h"
 #include "Core/src/Vocabulary.h"
-#include "handlers/admin/ConfigureDXHandler.h"
-#include "handlers/admin/FindJobsEx.h"
-#include "handlers/admin/RemoteLoggingHandler.h"
-#include "handlers/admin/RemoveJobEx.h"
+#include "handlers/admin/Configuration.h"
+#include "handlers/admin/JobMessages.h"
 #include "handlers/admin/RemoveObsoleteJobsHandler.h"
 #include "handlers/admin/WorkerPoolStatusHandler.h"
 #include "handlers/results/CatalogueMessages.h"

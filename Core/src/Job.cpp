@@ -1,10 +1,52 @@
 #include "Core/src/Job.h"
 
+#include <stdexcept>
 #include <utility>
 
-#include "Core/src/JobDataFields.h"
+#include "Core/src/StructureFields.h"
+#include "Core/src/Vocabulary.h"
 
 namespace Weftline::DataModel {
+
+// How the two parts of a job stand in JSON. The order is that of writing.
+
+template <>
+struct StructureFields<JobData> {
+    static constexpr FieldList kFields{
+        Field{Keys::Parent, &JobData::parent},
+        Field{Keys::ClientKey, &JobData::clientKey},
+        Field{Keys::JobMonitorID, &JobData::jobMonitorID},
+        Field{Keys::JobLastState, &JobData::jobLastState},
+        Field{Keys::JobEvalTaskKind, &JobData::jobEvalTaskKind},
+        Field{Keys::ClientMachine, &JobData::clientMachine},
+        Field{Keys::RequiredWorkerMachine, &JobData::requiredWorkerMachine},
+        Field{Keys::ExcludedWorkerMachine, &JobData::excludedWorkerMachine},
+        Field{Keys::StoreJobSpecificOutputMetadataInJobMonitor,
+              &JobData::storeJobSpecificOutputMetadataInJobMonitor},
+        Field{Keys::Identity, &JobData::identity},
+        Field{Keys::ProcessingData, &JobData::processingData},
+        Field{Keys::JobRunCaseData, &JobData::jobRunCaseData},
+        Field{Keys::JobBlueprintData, &JobData::jobBlueprintData},
+        Field{Keys::GlobalConfigContext, &JobData::globalConfigContext},
+        Field{Keys::EmailSettingsParams, &JobData::emailSettingsParams},
+        Field{Keys::FailJobOnFirstFailedTask, &JobData::failJobOnFirstFailedTask},
+    };
+};
+
+template <>
+struct StructureFields<PublicJobData> {
+    static constexpr FieldList kFields{
+        Field{Keys::JobKind, &PublicJobData::jobKind},
+        Field{Keys::JobState, &PublicJobData::jobState},
+        Field{Keys::JobQueue, &PublicJobData::jobQueue},
+        Field{Keys::JobQueueName, &PublicJobData::jobQueueName},
+        Field{Keys::CreatedBy, &PublicJobData::createdBy},
+        Field{Keys::Priority, &PublicJobData::priority},
+        Field{Keys::Progress, &PublicJobData::progress},
+        Field{Keys::CreatedDateTime, &PublicJobData::createdDateTime},
+        Field{Keys::CompletedDateTime, &PublicJobData::completedDateTime},
+    };
+};
 
 using CoreServices::Parameters;
 
@@ -100,6 +142,29 @@ Record Job::ToRecord() const {
     record.recordData = WriteStructure(PrivateData()).toJSON();
     record.SetPublicData(WriteStructure(PublicData()));
     return record;
+}
+
+Record MakeJobCreatedEvent(const std::string& jobId, const std::string& jobQueue) {
+    constexpr std::int32_t kVersion = 1;
+    Parameters body;
+    body.SetParameter(Keys::Id, jobId);
+    body.SetParameter(Keys::JobQueue, jobQueue);
+
+    Record event(std::string(RecordTypes::JobCreated), kVersion, std::string(Topics::JobEvents));
+    event.recordData = body.toJSON();
+    return event;
+}
+
+std::string ReadJobCreatedEvent(const Record& event) {
+    std::string jobId;
+    if (event.recordType == RecordTypes::JobCreated) {
+        try {
+            Parameters::fromJSON(event.recordData).GetParameter(Keys::Id, jobId);
+        } catch (const std::runtime_error&) {
+            // Broken JSON names no job.
+        }
+    }
+    return jobId;
 }
 
 }  // namespace Weftline::DataModel

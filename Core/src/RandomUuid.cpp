@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/uuid/entropy_error.hpp>
 #include <cerrno>
 #include <cstdint>
-#include <system_error>
 
 namespace Weftline {
 
@@ -18,7 +18,7 @@ public:
     void Take(boost::uuids::uuid& id) {
         if (m_next == m_bytes.size()) {
             if (::getrandom(m_bytes.data(), m_bytes.size(), 0) != static_cast<ssize_t>(m_bytes.size())) {
-                throw std::system_error(errno, std::generic_category(), "getrandom");
+                throw boost::uuids::entropy_error(errno, "getrandom");
             }
             m_next = 0;
         }

@@ -1,11 +1,13 @@
 #include "Core/src/wf_Record.h"
 
+#include <boost/stacktrace.hpp>
 #include <boost/uuid/uuid_io.hpp>
+#include <cstdlib>
+#include <iostream>
 #include <utility>
 
 #include "Core/src/RandomUuid.h"
 #include "Core/src/Vocabulary.h"
-#include "Core/src/WfAssert.h"
 
 namespace Weftline {
 
@@ -52,6 +54,14 @@ void Record::SetPublicData(const Parameters& tree) {
         SetTags(tree.GetChildParameters(Keys::Tags).toJSON());
     }
     recordPublicData = tree.toJSON();
+}
+
+void AssertFailed(std::string_view expression, std::string_view file, std::uint32_t line) {
+    std::cout << "ASSERT FAILED: " << expression << "in " << file << "(" << line << ")\n"
+              << "STACKTRACE BEGIN\n"
+              << std::flush;  // whatever the walk over a damaged stack does, the reason has been said
+    std::cout << boost::stacktrace::stacktrace() << "\nSTACKTRACE END\n" << std::flush;
+    std::abort();
 }
 
 }  // namespace Weftline

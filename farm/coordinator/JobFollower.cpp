@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/Job.h"
 #include "Core/src/Vocabulary.h"
 #include "base/log/PlatformLog.h"
 #include "base/parameters/Parameters.h"

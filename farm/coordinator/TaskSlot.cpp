@@ -12,7 +12,7 @@
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/Pause.h"
 #include "platform/messaging/HandlerInvocation.h"
-#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
 
 namespace Quillon::Farm {
 

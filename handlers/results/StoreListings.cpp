@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "Core/src/ProfileEntity.h"
+#include "Core/src/Profile.h"
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/HandlerDocumentation.h"

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "Core/src/ProfileEntity.h"
+#include "Core/src/Profile.h"
 #include "Core/src/StructureFields.h"
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "Core/src/Job.h"
-#include "Core/src/JobCreatedEvent.h"
 #include "Core/src/TimeText.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/submit/IdentityLookup.h"

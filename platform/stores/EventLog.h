@@ -24,7 +24,7 @@ struct EventWait {
 };
 
 /// Where events are kept, by topic and in order. `EventStore` is a thin value over the one of the process.
-/// Every implementation promises that any thread may call at any time, and that what `Append` has accepted
+/// Every implementation promises that any thread may call at any time, and that what `Produce` has accepted
 /// durably survives the end of the process and of the machine.
 class EventLog {
 public:
@@ -35,7 +35,7 @@ public:
 
     /// Appends to the topic `record.recordTopic`. With `durable` it returns once the event is on disk, else
     /// once it is queued. False when the event was not taken.
-    virtual bool Append(const Weftline::Record& record, bool durable) = 0;
+    virtual bool Produce(const Weftline::Record& record, bool durable) = 0;
 
     /// The events of a topic behind `afterOffset` (0: from the first), in order, at most `limit`. Where there
     /// is none yet it waits for one, and gives an empty list when the wait is over.

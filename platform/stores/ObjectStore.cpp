@@ -2,12 +2,10 @@
 
 #include <filesystem>
 #include <string_view>
-#include <utility>
 
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/PlatformIdentifiers.h"
 #include "platform/stores/EventStore.h"
-#include "platform/stores/RecordStore.h"
 #include "platform/stores/StoreChoice.h"
 
 namespace CommonServices {
@@ -62,17 +60,13 @@ bool ObjectStore::Init(const std::string& /*deploy*/, const std::string& databas
     }
 }
 
-void ObjectStore::Use(std::shared_ptr<RecordStore> store) {
-    StoreChoice::SetRecords(std::move(store));
-}
-
 bool ObjectStore::UpsertOne(const Weftline::Record& record) const {
-    return StoreChoice::Records()->Upsert(record);
+    return StoreChoice::Records()->UpsertOne(record);
 }
 
 bool ObjectStore::UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
                                       const Weftline::Record& event) const {
-    return StoreChoice::Records()->UpsertAndAppend(record, *events.m_pLog, event);
+    return StoreChoice::Records()->UpsertOneAndProduce(record, *events.m_pLog, event);
 }
 
 std::optional<Weftline::Record> ObjectStore::FindByID(const std::string& id,
@@ -88,14 +82,14 @@ std::vector<std::optional<Weftline::Record>> ObjectStore::FindManyByID(const std
 std::vector<Weftline::Record> ObjectStore::FindRecordsOfType(const std::string& collection,
                                                              const std::string& type, std::int32_t offset,
                                                              std::int32_t limit) const {
-    return StoreChoice::Records()->FindOfType(collection, type, offset, limit);
+    return StoreChoice::Records()->FindRecordsOfType(collection, type, offset, limit);
 }
 
 std::vector<Weftline::Record> ObjectStore::FindRecordsWithReferencedID(
     const std::string& collection, const std::string& type, const std::string& referenceKey,
     const std::string& referenceValue, std::int32_t offset, std::int32_t limit) const {
-    return StoreChoice::Records()->FindWithReference(collection, type, referenceKey, referenceValue, offset,
-                                                     limit);
+    return StoreChoice::Records()->FindRecordsWithReferencedID(collection, type, referenceKey, referenceValue,
+                                                               offset, limit);
 }
 
 bool ObjectStore::DeleteMany(const std::vector<std::string>& ids) const {

@@ -1,18 +1,16 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Core/src/wf_Record.h"
-#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
 
 namespace CommonServices {
 
 class EventStore;
-class RecordStore;
 
 /// The client of the record store: a value without state of its own, made wherever one is needed. All values
 /// reach the one store of the process, which `Init` chooses. Any thread may call.
@@ -26,10 +24,6 @@ public:
     /// or the store cannot be opened. `deploy` is the deployment mode; the choice does not depend on it.
     static bool Init(const std::string& deploy, const std::string& database, const std::string& uri,
                      const std::string& suffix);
-
-    /// Puts a store of the caller's in place, for programs that bring their own; an empty pointer takes it
-    /// away.
-    static void Use(std::shared_ptr<RecordStore> store);
 
     /// False on failure; the record is on disk when this gives true.
     bool UpsertOne(const Weftline::Record& record) const;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -10,10 +11,17 @@
 
 namespace CommonServices {
 
-/// Where records are kept. `ObjectStore` is a thin value over the one of the process; the embedded store is
-/// one implementation, a database of many machines another.
+/// A failure of the record store or the event log, or a record that had to be there and is not.
+class ObjectStoreException : public std::domain_error {
+public:
+    using std::domain_error::domain_error;
+};
+
+/// Where records are kept. `ObjectStore` is a thin value over the one of the process, and its operations have
+/// the same names from there down to the file. The embedded store is one implementation, a database of many
+/// machines another.
 ///
-/// Every implementation promises: any thread may call at any time; what `Upsert` has accepted survives the
+/// Every implementation promises: any thread may call at any time; what `UpsertOne` has accepted survives the
 /// end of the process and of the machine; a record's identity is its id, in the whole store; "the store's
 /// order" is the order of first insertion, and an upsert keeps a record's place. Failures other than the bool
 /// results are thrown as `ObjectStoreException`.
@@ -26,16 +34,16 @@ public:
 
     /// Inserts or replaces under `record.recordID` in the collection `record.recordTopic`. False when the
     /// record was not stored, also when its id lives in another collection. Returns once it is durable.
-    virtual bool Upsert(const Weftline::Record& record) = 0;
+    virtual bool UpsertOne(const Weftline::Record& record) = 0;
 
-    /// As `Upsert`, and where that gives true as `events.Append(event, true)`, whose result nobody looks at.
-    /// A store whose file also holds those events commits the two together: both are there, or neither.
-    virtual bool UpsertAndAppend(const Weftline::Record& record, EventLog& events,
-                                 const Weftline::Record& event) {
-        if (!Upsert(record)) {
+    /// As `UpsertOne`, and where that gives true as `events.Produce(event, true)`, whose result nobody looks
+    /// at. A store whose file also holds those events commits the two together: both are there, or neither.
+    virtual bool UpsertOneAndProduce(const Weftline::Record& record, EventLog& events,
+                                     const Weftline::Record& event) {
+        if (!UpsertOne(record)) {
             return false;
         }
-        events.Append(event, true);
+        events.Produce(event, true);
         return true;
     }
 
@@ -55,15 +63,15 @@ public:
 
     /// In the store's order, at most `limit` after leaving out the first `offset`. Negative numbers count as
     /// 0.
-    virtual std::vector<Weftline::Record> FindOfType(const std::string& collection, const std::string& type,
-                                                     std::int32_t offset, std::int32_t limit) = 0;
-
-    /// As `FindOfType`, of the records whose public JSON has the text `value` under the top-level key `key`.
-    /// The cost follows the number of matches, not the size of the store.
-    virtual std::vector<Weftline::Record> FindWithReference(const std::string& collection,
-                                                            const std::string& type, const std::string& key,
-                                                            const std::string& value, std::int32_t offset,
+    virtual std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection,
+                                                            const std::string& type, std::int32_t offset,
                                                             std::int32_t limit) = 0;
+
+    /// As `FindRecordsOfType`, of the records whose public JSON has the text `value` under the top-level key
+    /// `key`. The cost follows the number of matches, not the size of the store.
+    virtual std::vector<Weftline::Record> FindRecordsWithReferencedID(
+        const std::string& collection, const std::string& type, const std::string& key,
+        const std::string& value, std::int32_t offset, std::int32_t limit) = 0;
 
     /// All or nothing; ids that are not there are no failure. False when nothing was deleted for a fault.
     virtual bool DeleteMany(const std::vector<std::string>& ids) = 0;

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 
 #include "Core/src/Vocabulary.h"
+#include "base/concurrency/Mutex.h"
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/stores/EventLog.h"
-#include "platform/stores/ObjectStoreException.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
 
@@ -18,12 +17,15 @@ namespace CommonServices::StoreChoice {
 
 namespace {
 
+using PlatformAbstraction::Mutex;
+using PlatformAbstraction::MutexLock;
+
 struct Choice {
-    std::mutex mutex;  // guards what follows
-    std::shared_ptr<RecordStore> records;
-    std::shared_ptr<EventLog> events;
-    EmbeddedStore embedded;
-    std::string embeddedPath;
+    Mutex mutex;
+    std::shared_ptr<RecordStore> records QUILLON_GUARDED_BY(mutex);
+    std::shared_ptr<EventLog> events QUILLON_GUARDED_BY(mutex);
+    EmbeddedStore embedded QUILLON_GUARDED_BY(mutex);
+    std::string embeddedPath QUILLON_GUARDED_BY(mutex);
 };
 
 Choice& TheChoice() {
@@ -31,8 +33,8 @@ Choice& TheChoice() {
     return choice;
 }
 
-// With the mutex held. Closing a store waits for its writer, so the caller does that after the mutex.
-EmbeddedStore LetGoOfEmbedded(Choice& choice) {
+// Closing a store waits for its writer, so the caller does that after the mutex.
+EmbeddedStore LetGoOfEmbedded(Choice& choice) QUILLON_REQUIRES(choice.mutex) {
     if (choice.events == choice.embedded.events) {
         choice.events.reset();
     }
@@ -48,7 +50,7 @@ void OpenEmbedded(const std::string& path) {
     Choice& choice = TheChoice();
     EmbeddedStore former;
     {
-        const std::scoped_lock lock(choice.mutex);
+        const MutexLock lock(choice.mutex);
         if (choice.embedded.records != nullptr && choice.embeddedPath == path) {
             choice.records = choice.embedded.records;
             return;
@@ -57,7 +59,7 @@ void OpenEmbedded(const std::string& path) {
     }
     former = {};
     EmbeddedStore opened = OpenEmbeddedStore(path);
-    const std::scoped_lock lock(choice.mutex);
+    const MutexLock lock(choice.mutex);
     choice.records = opened.records;
     choice.embedded = std::move(opened);
     choice.embeddedPath = path;
@@ -65,21 +67,21 @@ void OpenEmbedded(const std::string& path) {
 
 std::string EmbeddedPath() {
     Choice& choice = TheChoice();
-    const std::scoped_lock lock(choice.mutex);
+    const MutexLock lock(choice.mutex);
     return choice.embedded.records == nullptr ? std::string() : choice.embeddedPath;
 }
 
 void SetRecords(std::shared_ptr<RecordStore> records) {
     Choice& choice = TheChoice();
     EmbeddedStore former;  // closes after the mutex
-    const std::scoped_lock lock(choice.mutex);
+    const MutexLock lock(choice.mutex);
     former = LetGoOfEmbedded(choice);
     choice.records.swap(records);
 }
 
 std::shared_ptr<RecordStore> Records() {
     Choice& choice = TheChoice();
-    const std::scoped_lock lock(choice.mutex);
+    const MutexLock lock(choice.mutex);
     if (choice.records == nullptr) {
         throw ObjectStoreException("There is no record store: it was not initialised, or that failed");
     }
@@ -88,13 +90,13 @@ std::shared_ptr<RecordStore> Records() {
 
 void SetEvents(std::shared_ptr<EventLog> events) {
     Choice& choice = TheChoice();
-    const std::scoped_lock lock(choice.mutex);
+    const MutexLock lock(choice.mutex);
     choice.events.swap(events);
 }
 
 std::shared_ptr<EventLog> Events() {
     Choice& choice = TheChoice();
-    const std::scoped_lock lock(choice.mutex);
+    const MutexLock lock(choice.mutex);
     if (choice.events != nullptr) {
         return choice.events;
     }

@@ -21,11 +21,11 @@ void OpenEmbedded(const std::string& path);
 /// The file of the embedded store; empty while none is chosen.
 std::string EmbeddedPath();
 
-/// Chooses a store of the caller's, and lets the embedded one go. An empty pointer leaves none.
+/// Chooses a store that the caller brings, and lets the embedded one go. An empty pointer leaves none.
 void SetRecords(std::shared_ptr<RecordStore> records);
 std::shared_ptr<RecordStore> Records();
 
-/// Chooses a log of the caller's; an empty pointer takes it away.
+/// Chooses a log that the caller brings; an empty pointer takes it away.
 void SetEvents(std::shared_ptr<EventLog> events);
 /// The caller's log, or else what the configuration store asks for.
 std::shared_ptr<EventLog> Events();

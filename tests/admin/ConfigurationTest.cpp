@@ -1,7 +1,6 @@
 #include <stdexcept>
 
-#include "handlers/admin/ConfigureDXHandler.h"
-#include "handlers/admin/RemoteLoggingHandler.h"
+#include "handlers/admin/Configuration.h"
 #include "handlers/admin/RemoveObsoleteJobsHandler.h"
 #include "tests/admin/AdminFixture.h"
 

@@ -2,8 +2,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "handlers/admin/ConfigureDXHandler.h"
-#include "handlers/admin/RemoteLoggingHandler.h"
+#include "handlers/admin/Configuration.h"
 #include "handlers/admin/RemoveObsoleteJobsHandler.h"
 #include "tests/admin/AdminFixture.h"
 

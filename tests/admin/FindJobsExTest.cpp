@@ -1,4 +1,4 @@
-#include "handlers/admin/FindJobsEx.h"
+#include "handlers/admin/JobMessages.h"
 
 #include <algorithm>
 

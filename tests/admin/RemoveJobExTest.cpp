@@ -1,4 +1,4 @@
-#include "handlers/admin/RemoveJobEx.h"
+#include "handlers/admin/JobMessages.h"
 
 #include <stdexcept>
 

@@ -9,7 +9,6 @@
 #include <thread>
 
 #include "Core/src/Job.h"
-#include "Core/src/JobCreatedEvent.h"
 #include "Core/src/JobKinds.h"
 #include "Core/src/Vocabulary.h"
 #include "platform/stores/EventStore.h"

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/Job.h"
 #include "Core/src/JobKinds.h"
 #include "Core/src/TimeText.h"
 

@@ -4,8 +4,7 @@
 #include <string>
 #include <tuple>
 
-#include "Core/src/ProfileEntity.h"
-#include "Core/src/ProfileValues.h"
+#include "Core/src/Profile.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "Core/src/BuildFromRecord.h"
+#include "Core/src/DataRecord.h"
 #include "Core/src/Job.h"
 #include "Core/src/Profile.h"
 

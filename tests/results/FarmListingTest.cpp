@@ -47,7 +47,7 @@ TEST_F(FarmListing, ShowsEachPluginOnceAsItsFirstWorkerHasIt) {
         for (const std::string& data : row.workers) {
             Record record("Worker", 1, "V2_WFWorkers");
             record.recordData = data;
-            ASSERT_TRUE(fresh.records->Upsert(record));
+            ASSERT_TRUE(fresh.records->UpsertOne(record));
         }
         EXPECT_EQ(Answer(handler, row.request), row.expected) << row.name;
     }

@@ -16,7 +16,7 @@ protected:
         record.recordID = "id-" + std::to_string(m_nextId++);
         record.recordData = data;
         record.recordPublicData = request;
-        ASSERT_TRUE(stores.records->Upsert(record));
+        ASSERT_TRUE(stores.records->UpsertOne(record));
     }
     std::size_t CountStored() const { return stores.records->Records().size(); }
 

@@ -46,8 +46,8 @@ std::vector<Way> AllWays(const std::vector<RegistrationParams>& registrations) {
         for (auto begin = path.find('{'); begin != std::string::npos; begin = path.find('{')) {
             path.replace(begin, path.find('}') + 1 - begin, "forged");
         }
-        ways.push_back(
-            {registration.name, std::string(PlatformAbstraction::MethodName(registration.restMethod)) + " /" + path});
+        ways.push_back({registration.name,
+                        std::string(PlatformAbstraction::MethodName(registration.restMethod)) + " /" + path});
     }
     return ways;
 }

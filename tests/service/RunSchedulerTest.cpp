@@ -9,8 +9,7 @@
 
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/DeploymentMode.h"
-#include "platform/stores/EventStore.h"
-#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 #include "service/StoreSuffix.h"
 #include "tests/service/EnvironmentVariable.h"
 #include "tests/service/ScriptedService.h"
@@ -36,8 +35,8 @@ struct Outcome {
 class RunSchedulerTest : public testing::Test {
 protected:
     ~RunSchedulerTest() override {
-        CommonServices::EventStore::Use(nullptr);
-        CommonServices::ObjectStore::Use(nullptr);
+        CommonServices::StoreChoice::SetEvents(nullptr);
+        CommonServices::StoreChoice::SetRecords(nullptr);
     }
 
     /// A process in which all goes well but for what `arrange` says; the bus is scripted, and the store its

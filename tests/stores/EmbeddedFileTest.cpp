@@ -7,8 +7,8 @@
 #include <fstream>
 #include <thread>
 
-#include "platform/stores/ObjectStoreException.h"
-#include "platform/stores/sqlite/ReadConnection.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/Readers.h"
 #include "tests/stores/EmbeddedFixture.h"
 
 namespace {
@@ -127,7 +127,7 @@ TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
                    id + "', 'MobID', 'V2_WFMobIDs', '" + json + "')");
     }
     EXPECT_THAT(Results("q"), ElementsAre("ok"));
-    const auto all = store.records->FindOfType("V2_WFMobIDs", "MobID", 0, kAll);
+    const auto all = store.records->FindRecordsOfType("V2_WFMobIDs", "MobID", 0, kAll);
     ASSERT_THAT(IdsOf(all), ElementsAre("n", "7", "b1", "b2", "b3", "ok"));
     EXPECT_EQ(all[0].recordPublicData, "");
     EXPECT_EQ(all[1].name, "5");
@@ -142,8 +142,8 @@ TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
 
 TEST_F(EmbeddedFile, AnswersReferencesFromAnIndexThatLaterKeysGetOnFirstUse) {
     Open();
-    ASSERT_TRUE(store.records->Upsert(ResultOf("r", "q")));
-    EXPECT_THAT(store.records->FindWithReference("V2_WFMobIDs", "MobID", "parentID", "q", 0, kAll),
+    ASSERT_TRUE(store.records->UpsertOne(ResultOf("r", "q")));
+    EXPECT_THAT(store.records->FindRecordsWithReferencedID("V2_WFMobIDs", "MobID", "parentID", "q", 0, kAll),
                 IsEmpty());
     ForeignProgram program(options.path);
     EXPECT_THAT(
@@ -158,7 +158,9 @@ TEST_F(EmbeddedFile, AnswersReferencesFromAnIndexThatLaterKeysGetOnFirstUse) {
     }
 
     for (const char* key : {"", "a\"b", "a\\b", "a\nb"}) {
-        EXPECT_THROW(store.records->FindWithReference("t", "t", key, "v", 0, 1), ObjectStoreException) << key;
+        EXPECT_THROW(store.records->FindRecordsWithReferencedID("t", "t", key, "v", 0, 1),
+                     ObjectStoreException)
+            << key;
     }
 }
 

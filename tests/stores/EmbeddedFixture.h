@@ -25,13 +25,16 @@ protected:
     void Close() { store = {}; }
 
     bool Append(const std::string& id, bool durable = true) {
-        return store.events->Append(RecordOf(id, "V2_WFJobEvents"), durable);
+        return store.events->Produce(RecordOf(id, "V2_WFJobEvents"), durable);
     }
     std::size_t CountEvents() { return store.events->Read("V2_WFJobEvents", 0, 1000, {}).size(); }
-    bool Upsert(const std::string& id) { return store.records->Upsert(RecordOf(id)); }
-    std::vector<std::string> Jobs() { return IdsOf(store.records->FindOfType("V2_WFJobs", "Job", 0, kAll)); }
+    bool Upsert(const std::string& id) { return store.records->UpsertOne(RecordOf(id)); }
+    std::vector<std::string> Jobs() {
+        return IdsOf(store.records->FindRecordsOfType("V2_WFJobs", "Job", 0, kAll));
+    }
     std::vector<std::string> Results(const std::string& query) {
-        return IdsOf(store.records->FindWithReference("V2_WFMobIDs", "MobID", "queryID", query, 0, kAll));
+        return IdsOf(
+            store.records->FindRecordsWithReferencedID("V2_WFMobIDs", "MobID", "queryID", query, 0, kAll));
     }
 
     const TempDirectory directory;

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
 #include "tests/stores/EmbeddedFixture.h"
 #include "tests/stores/FaultyDisk.h"
 #include "tests/support/FakeEventLog.h"
@@ -60,7 +60,7 @@ TEST_F(EmbeddedWrites, ManyWritersShareTheSyncsWhileAReaderSeesOnlyWholeWrites) 
     std::thread reader([&] {
         std::size_t before = 0;
         while (!done) {
-            const auto jobs = store.records->FindOfType("V2_WFJobs", "Job", 0, kAll);
+            const auto jobs = store.records->FindRecordsOfType("V2_WFJobs", "Job", 0, kAll);
             EXPECT_GE(jobs.size(), before);
             before = jobs.size();
             for (const Weftline::Record& job : jobs) {
@@ -74,11 +74,11 @@ TEST_F(EmbeddedWrites, ManyWritersShareTheSyncsWhileAReaderSeesOnlyWholeWrites) 
             Weftline::Record job = RecordOf(std::to_string(thread) + "/" + std::to_string(n));
             job.name = std::string(3000, static_cast<char>('a' + thread % 26));
             job.recordData = job.name + job.name;
-            ASSERT_TRUE(store.records->Upsert(job));
+            ASSERT_TRUE(store.records->UpsertOne(job));
             // What was accepted is there for every reader from then on.
             ASSERT_TRUE(store.records->FindByID(job.recordID, "V2_WFJobs").has_value());
             // A write that is refused disturbs nobody in its group.
-            ASSERT_FALSE(store.records->Upsert(RecordOf(job.recordID, "V2_WFProfiles")));
+            ASSERT_FALSE(store.records->UpsertOne(RecordOf(job.recordID, "V2_WFProfiles")));
         }
     });
     done = true;
@@ -122,8 +122,8 @@ TEST_F(EmbeddedWrites, WhatWasAcceptedSurvivesTheDeathOfTheProcess) {
 TEST_F(EmbeddedWrites, ARecordAndItsEventComeTogetherOrNotAtAll) {
     Open();
     const auto announce = [this](const std::string& id, const std::string& topic = "V2_WFJobs") {
-        return store.records->UpsertAndAppend(RecordOf(id, topic), *store.events,
-                                              RecordOf("event of " + id, "V2_WFJobEvents"));
+        return store.records->UpsertOneAndProduce(RecordOf(id, topic), *store.events,
+                                                  RecordOf("event of " + id, "V2_WFJobEvents"));
     };
     ASSERT_TRUE(Upsert("first"));  // the first write of a log syncs its head as well
     const int syncsBefore = FaultyDisk::s_syncs;
@@ -142,7 +142,7 @@ TEST_F(EmbeddedWrites, ARecordAndItsEventComeTogetherOrNotAtAll) {
     // A log elsewhere is told once the record is there, whatever it says.
     TestSupport::FakeEventLog elsewhere;
     elsewhere.appendFault = TestSupport::StoreFault::Refuse;
-    EXPECT_TRUE(store.records->UpsertAndAppend(RecordOf("f"), elsewhere, RecordOf("event of f")));
+    EXPECT_TRUE(store.records->UpsertOneAndProduce(RecordOf("f"), elsewhere, RecordOf("event of f")));
     EXPECT_THAT(Jobs(), SizeIs(6));
 }
 
@@ -156,7 +156,7 @@ TEST_F(EmbeddedWrites, ACheckpointThatAReaderStopsHalfWayShowsNobodyOldPages) {
         }
         Weftline::Record job = RecordOf(std::to_string(n));
         job.recordData = std::string(20000, 'x');
-        ASSERT_TRUE(store.records->Upsert(job));
+        ASSERT_TRUE(store.records->UpsertOne(job));
         ForeignProgram other(options.path);
         ASSERT_THAT(other.Ask("PRAGMA integrity_check"), ElementsAre("ok")) << n;
         ASSERT_THAT(other.Ask("SELECT count(*) FROM records WHERE length(recordData) = 20000"),
@@ -187,7 +187,7 @@ TEST_F(EmbeddedWrites, LongListsAreReadWholeAndDeletedAtOnce) {
         expected.push_back(std::to_string(n));
     }
     EXPECT_EQ(Jobs(), expected);
-    EXPECT_EQ(IdsOf(store.records->FindOfType("V2_WFJobs", "Job", 100, 2000)),
+    EXPECT_EQ(IdsOf(store.records->FindRecordsOfType("V2_WFJobs", "Job", 100, 2000)),
               std::vector<std::string>(expected.begin() + 100, expected.begin() + 2100));
     std::vector<std::string> ids = expected;
     ids.erase(ids.begin() + 1234);
@@ -208,8 +208,9 @@ TEST_F(EmbeddedWrites, AListIsOfOneStateOfTheStore) {
         done = true;
     });
     while (!done) {
-        EXPECT_THAT(store.records->FindOfType("V2_WFJobs", "Job", 0, kAll), AnyOf(IsEmpty(), SizeIs(3000)));
-        EXPECT_THAT(store.records->FindWithReference("V2_WFJobs", "Job", "queryID", "q", 0, kAll),
+        EXPECT_THAT(store.records->FindRecordsOfType("V2_WFJobs", "Job", 0, kAll),
+                    AnyOf(IsEmpty(), SizeIs(3000)));
+        EXPECT_THAT(store.records->FindRecordsWithReferencedID("V2_WFJobs", "Job", "queryID", "q", 0, kAll),
                     AnyOf(IsEmpty(), SizeIs(3000)));
     }
     other.join();
@@ -266,7 +267,7 @@ TEST_F(EmbeddedWrites, ACommitThatFailsBehindItsSyncIsNotThereAfterADeath) {
     const auto upsert = [this](const std::string& id) {
         Weftline::Record job = RecordOf(id);
         job.recordData = std::string(1'500'000, 'x');
-        return store.records->Upsert(job);
+        return store.records->UpsertOne(job);
     };
     ASSERT_TRUE(upsert("taken"));  // 3000 pages; the index grows at 4062
     FaultyDisk::s_indexIsFull = true;
@@ -277,7 +278,7 @@ TEST_F(EmbeddedWrites, ACommitThatFailsBehindItsSyncIsNotThereAfterADeath) {
         std::filesystem::copy_file(options.path + part, copy.path + part);
     }
     const auto next = CommonServices::OpenEmbeddedStore(copy);
-    EXPECT_THAT(IdsOf(next.records->FindOfType("V2_WFJobs", "Job", 0, kAll)), ElementsAre("taken"));
+    EXPECT_THAT(IdsOf(next.records->FindRecordsOfType("V2_WFJobs", "Job", 0, kAll)), ElementsAre("taken"));
 }
 
 TEST_F(EmbeddedWrites, ADeletionThatFailsHalfWayLeavesAllAndItsNeighboursGo) {
@@ -336,7 +337,7 @@ TEST_F(EmbeddedWrites, TheLogStaysBoundedAndASlowReaderOnlyDelaysThat) {
         for (int n = 0; n < count; ++n) {
             Weftline::Record job = RecordOf(name + std::to_string(n));
             job.recordData = std::string(50000, 'x');
-            EXPECT_TRUE(store.records->Upsert(job));
+            EXPECT_TRUE(store.records->UpsertOne(job));
         }
         return std::filesystem::file_size(options.path + "-wal") / 1024;
     };
@@ -367,7 +368,7 @@ TEST_F(EmbeddedWrites, AnIdleStoreEmptiesItsLogLongOrOfForeignWrites) {
     };
     Weftline::Record large = RecordOf("large");
     large.recordData = std::string(100000, 'x');  // which makes the log long at once
-    ASSERT_TRUE(store.records->Upsert(large));
+    ASSERT_TRUE(store.records->UpsertOne(large));
     waitUntilEmpty();
     ForeignProgram(options.path)
         .Do("INSERT INTO records (recordType, recordTopic) VALUES ('Job', 'V2_WFJobs')");

@@ -7,6 +7,7 @@
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 #include "tests/stores/StoreSubjects.h"
 
 namespace {
@@ -22,8 +23,8 @@ class StoreChoice : public testing::Test {
 public:
     StoreChoice() { Configure("", directory.File("root/")); }
     ~StoreChoice() override {
-        ObjectStore::Use(nullptr);
-        EventStore::Use(nullptr);
+        CommonServices::StoreChoice::SetRecords(nullptr);
+        CommonServices::StoreChoice::SetEvents(nullptr);
         Configure("", "");
     }
 

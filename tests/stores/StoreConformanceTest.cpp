@@ -27,19 +27,19 @@ protected:
                 const std::string& type = "Job", const std::string& name = "") {
         Record record = RecordOf(id, topic, type);
         record.name = name;
-        return store.Upsert(record);
+        return store.UpsertOne(record);
     }
     bool UpsertResult(const std::string& publicJson) {
         Record record = RecordOf("r", "V2_WFMobIDs", "MobID");
         record.recordPublicData = publicJson;
-        return store.Upsert(record);
+        return store.UpsertOne(record);
     }
     Names Jobs(const std::string& type = "Job") {
-        return IdsOf(store.FindOfType("V2_WFJobs", type, 0, kAll));
+        return IdsOf(store.FindRecordsOfType("V2_WFJobs", type, 0, kAll));
     }
     Names Referring(const std::string& key, const std::string& value, const std::string& type = "MobID",
                     const std::string& topic = "V2_WFMobIDs") {
-        return IdsOf(store.FindWithReference(topic, type, key, value, 0, kAll));
+        return IdsOf(store.FindRecordsWithReferencedID(topic, type, key, value, 0, kAll));
     }
 
     const StoreSubject subject = GetParam().make();
@@ -59,7 +59,7 @@ TEST_P(RecordStoreConformance, GivesBackWhatItTook) {
     record.recordData = "{\"" + std::string(100000, 'x') + "\":1}";
     record.SetTags("[ \"a\" ]");
     record.readOnly = record.systemCreated = true;
-    ASSERT_TRUE(store.Upsert(record));
+    ASSERT_TRUE(store.UpsertOne(record));
     EXPECT_EQ(FieldsOf(store.FindByID(record.recordID, "V2_WFJobs").value()), FieldsOf(record));
     EXPECT_FALSE(store.FindByID(record.recordID, "V2_WFProfiles").has_value());
     EXPECT_FALSE(store.FindByID("nobody", "V2_WFJobs").has_value());
@@ -97,7 +97,7 @@ TEST_P(RecordStoreConformance, ListsHaveOffsetAndLimit) {
     for (const std::string id : {"0", "1", "2", "3"}) {
         Record other = ResultOf("x" + id, "q");
         other.recordType = "Other";
-        ASSERT_TRUE(store.Upsert(ResultOf(id, "q")) && store.Upsert(other));
+        ASSERT_TRUE(store.UpsertOne(ResultOf(id, "q")) && store.UpsertOne(other));
     }
     const std::tuple<std::int32_t, std::int32_t, Names> rows[] = {{0, kAll, {"0", "1", "2", "3"}},
                                                                   {1, 2, {"1", "2"}},
@@ -110,8 +110,10 @@ TEST_P(RecordStoreConformance, ListsHaveOffsetAndLimit) {
                                                                   {-3, 2, {"0", "1"}}};
     for (const auto& [offset, limit, ids] : rows) {
         SCOPED_TRACE(std::to_string(offset) + ", " + std::to_string(limit));
-        EXPECT_EQ(IdsOf(store.FindWithReference("V2_WFMobIDs", "MobID", "queryID", "q", offset, limit)), ids);
-        EXPECT_EQ(IdsOf(store.FindOfType("V2_WFMobIDs", "MobID", offset, limit)), ids);
+        EXPECT_EQ(
+            IdsOf(store.FindRecordsWithReferencedID("V2_WFMobIDs", "MobID", "queryID", "q", offset, limit)),
+            ids);
+        EXPECT_EQ(IdsOf(store.FindRecordsOfType("V2_WFMobIDs", "MobID", offset, limit)), ids);
     }
 }
 
@@ -158,7 +160,7 @@ protected:
         Record event("JobCreated", 1, topic);
         event.recordID = "the same";  // an event's id is no key
         event.recordData = text;
-        return log.Append(event, durable);
+        return log.Produce(event, durable);
     }
     Names Texts(std::int64_t offset, std::size_t limit, const CommonServices::EventWait& wait = {}) {
         Names texts;

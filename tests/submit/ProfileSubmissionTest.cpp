@@ -10,7 +10,7 @@ protected:
         Record record(type, 1, "V2_WFProfiles");
         record.recordID = id;
         record.recordData = data;
-        ASSERT_TRUE(stores.records->Upsert(record));
+        ASSERT_TRUE(stores.records->UpsertOne(record));
     }
 
     Scheduler::SubmitTranscodeHandler transcode{connection};

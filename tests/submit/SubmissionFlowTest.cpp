@@ -1,4 +1,4 @@
-#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
 #include "tests/submit/SubmitFixture.h"
 
 namespace Weftline::Services {

@@ -11,7 +11,7 @@ std::vector<Weftline::Record> FakeEventLog::Events() const {
     return m_events;
 }
 
-bool FakeEventLog::Append(const Weftline::Record& record, bool durable) {
+bool FakeEventLog::Produce(const Weftline::Record& record, bool durable) {
     allDurable = allDurable && durable;
     if (!PassFault(appendFault)) {
         return false;

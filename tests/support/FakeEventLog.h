@@ -23,7 +23,7 @@ public:
     /// All events of all topics, in order.
     std::vector<Weftline::Record> Events() const;
 
-    bool Append(const Weftline::Record& record, bool durable) override;
+    bool Produce(const Weftline::Record& record, bool durable) override;
     std::vector<CommonServices::LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset,
                                                   std::size_t limit,
                                                   const CommonServices::EventWait& wait) override;

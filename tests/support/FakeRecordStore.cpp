@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/parameters/Parameters.h"
-#include "platform/stores/ObjectStoreException.h"
 
 namespace TestSupport {
 
@@ -21,7 +20,7 @@ std::vector<Record> FakeRecordStore::Records() const {
     return m_records;
 }
 
-bool FakeRecordStore::Upsert(const Record& record) {
+bool FakeRecordStore::UpsertOne(const Record& record) {
     if (!PassFault(upsertFault)) {
         return false;
     }
@@ -66,16 +65,18 @@ std::optional<Record> FakeRecordStore::FindByID(const std::string& id, const std
     return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
-std::vector<Record> FakeRecordStore::FindOfType(const std::string& collection, const std::string& type,
-                                                std::int32_t offset, std::int32_t limit) {
+std::vector<Record> FakeRecordStore::FindRecordsOfType(const std::string& collection, const std::string& type,
+                                                       std::int32_t offset, std::int32_t limit) {
     return Page(
         [&](const Record& record) { return record.recordTopic == collection && record.recordType == type; },
         offset, limit);
 }
 
-std::vector<Record> FakeRecordStore::FindWithReference(const std::string& collection, const std::string& type,
-                                                       const std::string& key, const std::string& value,
-                                                       std::int32_t offset, std::int32_t limit) {
+std::vector<Record> FakeRecordStore::FindRecordsWithReferencedID(const std::string& collection,
+                                                                 const std::string& type,
+                                                                 const std::string& key,
+                                                                 const std::string& value,
+                                                                 std::int32_t offset, std::int32_t limit) {
     const auto matches = [&](const Record& record) {
         std::string reference;
         return record.recordTopic == collection && record.recordType == type &&

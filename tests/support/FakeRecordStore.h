@@ -35,13 +35,14 @@ public:
     /// All records, in the store's order.
     std::vector<Weftline::Record> Records() const;
 
-    bool Upsert(const Weftline::Record& record) override;
+    bool UpsertOne(const Weftline::Record& record) override;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override;
-    std::vector<Weftline::Record> FindOfType(const std::string& collection, const std::string& type,
-                                             std::int32_t offset, std::int32_t limit) override;
-    std::vector<Weftline::Record> FindWithReference(const std::string& collection, const std::string& type,
-                                                    const std::string& key, const std::string& value,
+    std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
                                                     std::int32_t offset, std::int32_t limit) override;
+    std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,
+                                                              const std::string& type, const std::string& key,
+                                                              const std::string& value, std::int32_t offset,
+                                                              std::int32_t limit) override;
     bool DeleteMany(const std::vector<std::string>& ids) override;
 
 private:

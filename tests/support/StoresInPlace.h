@@ -2,8 +2,7 @@
 
 #include <memory>
 
-#include "platform/stores/EventStore.h"
-#include "platform/stores/ObjectStore.h"
+#include "platform/stores/StoreChoice.h"
 #include "tests/support/FakeEventLog.h"
 #include "tests/support/FakeRecordStore.h"
 
@@ -14,12 +13,12 @@ namespace TestSupport {
 class StoresInPlace {
 public:
     StoresInPlace() {
-        CommonServices::ObjectStore::Use(records);
-        CommonServices::EventStore::Use(events);
+        CommonServices::StoreChoice::SetRecords(records);
+        CommonServices::StoreChoice::SetEvents(events);
     }
     ~StoresInPlace() {
-        CommonServices::EventStore::Use(nullptr);
-        CommonServices::ObjectStore::Use(nullptr);
+        CommonServices::StoreChoice::SetEvents(nullptr);
+        CommonServices::StoreChoice::SetRecords(nullptr);
     }
     StoresInPlace(const StoresInPlace&) = delete;
     StoresInPlace& operator=(const StoresInPlace&) = delete;

@@ -3,13 +3,191 @@
 #include <SQLiteCpp/Exception.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <limits>
+#include <set>
+#include <utility>
 
-#include "platform/stores/ObjectStoreException.h"
-#include "platform/stores/sqlite/SqliteEventLog.h"
-#include "platform/stores/sqlite/SqliteRecordStore.h"
+#include "base/concurrency/Mutex.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/Readers.h"
+#include "platform/stores/sqlite/SqliteLayout.h"
+#include "platform/stores/sqlite/SqliteWriter.h"
+#include "platform/stores/sqlite/StoreFile.h"
 
 namespace CommonServices {
+
+namespace Sqlite {
+
+namespace {
+
+/// The open file, which records and events share. It closes cleanly when the last of the two lets it go; no
+/// call may be under way then.
+struct OpenFile {
+    explicit OpenFile(const SqliteOptions& options)
+        : file(options.path), writer(options, file), readers(options) {}
+
+    StoreFile file;
+    SqliteWriter writer;  // the readers need the log that it opens, and close before it does
+    ReaderPool readers;
+};
+
+template <typename Read>
+auto Guarded(const char* what, Read read) {
+    try {
+        return read();
+    } catch (const SQLite::Exception& fault) {
+        throw ObjectStoreException(std::string(what) + " cannot be read: " + fault.what());
+    }
+}
+
+/// The events of the embedded store, in the file of its records.
+class SqliteEventLog final : public EventLog {
+public:
+    explicit SqliteEventLog(std::shared_ptr<OpenFile> file) : m_pFile(std::move(file)) {}
+
+    bool IsIn(const OpenFile& file) const { return m_pFile.get() == &file; }
+
+    bool Produce(const Weftline::Record& record, bool durable) override {
+        if (!durable) {
+            const auto work = [record](WriteConnection& file) { file.Produce(record); };
+            auto write = std::make_unique<WriteOf<decltype(work)>>(work);
+            write->isEvent = true;
+            return m_pFile->writer.WriteDetached(std::move(write));
+        }
+        WriteOf write([&record](WriteConnection& file) { file.Produce(record); });
+        write.isEvent = true;
+        return m_pFile->writer.Write(write);
+    }
+
+    std::vector<LoggedEvent> Read(const std::string& topic, std::int64_t afterOffset, std::size_t limit,
+                                  const EventWait& wait) override;
+
+private:
+    const std::shared_ptr<OpenFile> m_pFile;
+};
+
+std::vector<LoggedEvent> SqliteEventLog::Read(const std::string& topic, std::int64_t afterOffset,
+                                              std::size_t limit, const EventWait& wait) {
+    // The service's own events end a wait at once; those that other programs insert are found after this at
+    // most.
+    constexpr std::chrono::milliseconds kForeignEventPoll{250};
+    constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int64_t>::max());
+    if (limit == 0) {
+        return {};
+    }
+    const auto most = static_cast<std::int64_t>(std::min(limit, kMost));
+    const auto deadline = std::chrono::steady_clock::now() + wait.longest;
+    EventSignal& produced = m_pFile->writer.Events();
+    for (;;) {
+        const std::uint64_t seen = produced.Count();
+        std::vector<LoggedEvent> found =
+            Guarded("The event log", [&] { return m_pFile->readers.Take()->Read(topic, afterOffset, most); });
+        const auto now = std::chrono::steady_clock::now();
+        if (!found.empty() || now >= deadline || wait.stop.stop_requested()) {
+            return found;
+        }
+        produced.WaitPast(seen, std::min(deadline, now + kForeignEventPoll), wait.stop);
+    }
+}
+
+/// The records of the embedded store. Each list is read from one state of the store, whatever is written
+/// meanwhile.
+class SqliteRecordStore final : public RecordStore {
+    template <typename Read>
+    auto WithReader(Read read) {
+        return Guarded("The store", [&] { return read(*m_pFile->readers.Take()); });
+    }
+
+public:
+    explicit SqliteRecordStore(std::shared_ptr<OpenFile> file) : m_pFile(std::move(file)) {}
+
+    bool UpsertOne(const Weftline::Record& record) override {
+        WriteOf write([&](WriteConnection& file) { return file.UpsertOne(record); });
+        return m_pFile->writer.Write(write);
+    }
+
+    bool UpsertOneAndProduce(const Weftline::Record& record, EventLog& events,
+                             const Weftline::Record& event) override {
+        const auto* const log = dynamic_cast<const SqliteEventLog*>(&events);
+        if (log == nullptr || !log->IsIn(*m_pFile)) {
+            return RecordStore::UpsertOneAndProduce(record, events, event);
+        }
+        WriteOf write([&](WriteConnection& file) { return file.UpsertOneAndProduce(record, event); });
+        write.isEvent = true;
+        return m_pFile->writer.Write(write);
+    }
+
+    bool DeleteMany(const std::vector<std::string>& ids) override {
+        if (ids.empty()) {
+            return true;
+        }
+        WriteOf write([&](WriteConnection& file) { file.DeleteMany(ids); });
+        return m_pFile->writer.Write(write);
+    }
+
+    std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override {
+        return WithReader([&](ReadConnection& file) { return file.FindByID(id, collection); });
+    }
+
+    std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
+                                                              const std::string& collection) override {
+        return WithReader([&](ReadConnection& file) { return file.FindManyByID(ids, collection); });
+    }
+
+    std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
+                                                    std::int32_t offset, std::int32_t limit) override {
+        return WithReader([&](ReadConnection& file) {
+            return file.FindRecordsOfType(collection, type, WindowOf(offset, limit));
+        });
+    }
+
+    std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,
+                                                              const std::string& type, const std::string& key,
+                                                              const std::string& value, std::int32_t offset,
+                                                              std::int32_t limit) override {
+        EnsureReferenceIndex(key);
+        return WithReader([&](ReadConnection& file) {
+            return file.FindRecordsWithReferencedID(collection, type, key, value, WindowOf(offset, limit));
+        });
+    }
+
+private:
+    static ReadWindow WindowOf(std::int32_t offset, std::int32_t limit) {
+        return {std::max(offset, 0), std::max(limit, 0)};
+    }
+
+    void EnsureReferenceIndex(const std::string& key);
+
+    const std::shared_ptr<OpenFile> m_pFile;
+
+    PlatformAbstraction::Mutex m_mutex;
+    std::set<std::string> m_indexedKeys QUILLON_GUARDED_BY(m_mutex);
+};
+
+// Makes the index for references under `key`, where there is none yet. Throws `ObjectStoreException` for a
+// key that cannot be one; where the index cannot be made now, reads go without it.
+void SqliteRecordStore::EnsureReferenceIndex(const std::string& key) {
+    {
+        const PlatformAbstraction::MutexLock lock(m_mutex);
+        if (m_indexedKeys.contains(key)) {
+            return;
+        }
+    }
+    // Two threads may come this far with one key; the second finds the index there.
+    static_cast<void>(ReferenceExpression(key));
+    const bool isThere = WithReader([&](ReadConnection& file) { return file.HasReferenceIndex(key); });
+    WriteOf write([&](WriteConnection& file) { file.CreateReferenceIndex(key); });
+    if (isThere || m_pFile->writer.Write(write)) {
+        const PlatformAbstraction::MutexLock lock(m_mutex);
+        m_indexedKeys.insert(key);
+    }
+}
+
+}  // namespace
+
+}  // namespace Sqlite
 
 namespace {
 
@@ -40,7 +218,7 @@ EmbeddedStore OpenEmbeddedStore(const Sqlite::SqliteOptions& given) {
     // one of SQLite's special ones.
     options.path = std::filesystem::absolute(given.path).lexically_normal().string();
     try {
-        const auto file = std::make_shared<Sqlite::SqliteFile>(options);
+        const auto file = std::make_shared<Sqlite::OpenFile>(options);
         return {std::make_shared<Sqlite::SqliteRecordStore>(file),
                 std::make_shared<Sqlite::SqliteEventLog>(file)};
     } catch (const SQLite::Exception& fault) {

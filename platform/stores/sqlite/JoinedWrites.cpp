@@ -4,11 +4,11 @@
 
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <vector>
 
-#include "platform/stores/ObjectStoreException.h"
+#include "base/concurrency/Mutex.h"
+#include "platform/stores/RecordStore.h"
 
 namespace CommonServices::Sqlite {
 
@@ -194,8 +194,9 @@ struct Registered {
 }  // namespace
 
 std::string JoinedWritesOver(const std::string& base) {
-    static std::mutex& mutex = *new std::mutex;  // never destroyed: stores may be opened until the end
-    const std::scoped_lock lock(mutex);
+    using PlatformAbstraction::Mutex;
+    static Mutex& mutex = *new Mutex;  // never destroyed: stores may be opened until the end
+    const PlatformAbstraction::MutexLock lock(mutex);
     sqlite3_vfs* below = sqlite3_vfs_find(base.empty() ? nullptr : base.c_str());
     if (below == nullptr) {
         throw ObjectStoreException("There is no file system '" + base + "' to keep the store on");

@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "Core/src/wf_Record.h"
 
 namespace SQLite {
 class Database;
-}
+class Statement;
+}  // namespace SQLite
 
 namespace CommonServices::Sqlite {
 
@@ -24,9 +26,18 @@ void PrepareLayout(SQLite::Database& database, const std::string& path, int page
 inline constexpr std::int32_t kApplicationId = 0x51535354;
 inline constexpr int kApplicationIdPlace = 68;  // SQLite's file format
 
-/// The columns of both tables that make up a record, in the order in which `RecordRow.h` binds and reads
-/// them.
+/// The columns of both tables that make up a record, in the order in which they are bound and read.
 extern const char* const kRecordColumns;
+inline constexpr int kRecordColumnCount = 12;
+
+/// Binds a record to the parameters 1 to `kRecordColumnCount` without copying its texts: it must stay as it
+/// is until the statement has run. `now` is in milliseconds since 1970. Throws `SQLite::Exception` for a text
+/// that is too long for the file.
+void BindRecord(SQLite::Statement& statement, const Weftline::Record& record, std::int64_t now);
+
+/// Reads a record from the columns `first` onwards of the statement's present row. Rows of other programs may
+/// hold NULL, numbers or bytes where texts belong; they are read as SQLite converts them.
+Weftline::Record ReadRecord(SQLite::Statement& statement, int first);
 
 /// SQL for the text that a record's public JSON holds under the top-level key `key`; NULL where there is
 /// none, also where the JSON is broken. Throws `ObjectStoreException` for a key that no path can name: an

@@ -8,9 +8,11 @@
 #include "base/concurrency/BlockingRegion.h"
 #include "base/failpoint/Failpoint.h"
 #include "base/log/PlatformLog.h"
-#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
 
 namespace CommonServices::Sqlite {
+
+using PlatformAbstraction::MutexLock;
 
 namespace {
 
@@ -19,9 +21,31 @@ constexpr std::chrono::seconds kRepeatFault{1};
 
 }  // namespace
 
-SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file, EventSignal& events)
+std::uint64_t EventSignal::Count() const {
+    const MutexLock lock(m_mutex);
+    return m_count;
+}
+
+void EventSignal::Raise() {
+    {
+        const MutexLock lock(m_mutex);
+        ++m_count;
+    }
+    m_raised.notify_all();
+}
+
+void EventSignal::WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_point deadline,
+                           const std::stop_token& stop) {
+    const PlatformAbstraction::BlockingRegion blocking;
+    MutexLock lock(m_mutex);
+    m_raised.wait_until(lock, stop, deadline, [this, seen] {
+        m_mutex.AssertHeld();
+        return m_count != seen;
+    });
+}
+
+SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file)
     : m_file(file),
-      m_events(events),
       m_path(options.path),
       m_idleAfter(options.idleAfter),
       m_connection(options),
@@ -59,7 +83,7 @@ void SqliteWriter::WriteAlone(PendingWrite& write) {
     PendingWrite* const only = &write;
     Commit({&only, 1});
     m_queue.Release(m_logKeeper.IsLong(m_connection));
-    if (write.accepted && write.IsEvent()) {
+    if (write.accepted && write.isEvent) {
         m_events.Raise();
     }
 }
@@ -83,7 +107,7 @@ void SqliteWriter::Run() {
         Commit(group.writes);
         bool appended = false;
         for (const PendingWrite* write : group.writes) {
-            appended = appended || (write->accepted && write->IsEvent());
+            appended = appended || (write->accepted && write->isEvent);
         }
         m_queue.Finish(group);
         if (appended) {

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "platform/stores/ObjectStoreException.h"
+#include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {

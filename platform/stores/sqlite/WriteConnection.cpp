@@ -10,7 +10,6 @@
 #include "base/failpoint/Failpoint.h"
 #include "platform/stores/sqlite/Connection.h"
 #include "platform/stores/sqlite/JoinedWrites.h"
-#include "platform/stores/sqlite/RecordRow.h"
 #include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
@@ -40,7 +39,7 @@ std::string UpsertSql() {
            "WHERE recordTopic = excluded.recordTopic";
 }
 
-std::string AppendSql() {
+std::string ProduceSql() {
     return std::string("INSERT INTO events (") + kRecordColumns + ") VALUES (" + Parameters() + ")";
 }
 
@@ -110,7 +109,7 @@ struct WriteConnection::Statements {
           begin(database, "BEGIN IMMEDIATE"),
           commit(database, "COMMIT"),
           upsert(database, UpsertSql()),
-          append(database, AppendSql()),
+          produce(database, ProduceSql()),
           erase(database, "DELETE FROM records WHERE recordID = ?1"),
           pageSize(database.execAndGet("PRAGMA page_size").getInt()),
           lockPatience(options.busyTimeout) {
@@ -136,7 +135,7 @@ struct WriteConnection::Statements {
     SQLite::Statement begin;
     SQLite::Statement commit;
     SQLite::Statement upsert;
-    SQLite::Statement append;
+    SQLite::Statement produce;
     SQLite::Statement erase;
     int pageSize;
     int logPages = 0;
@@ -183,24 +182,24 @@ bool WriteConnection::InTransaction() const {
     return sqlite3_get_autocommit(m_pStatements->database.getHandle()) == 0;
 }
 
-bool WriteConnection::Upsert(const Weftline::Record& record) {
+bool WriteConnection::UpsertOne(const Weftline::Record& record) {
     BindRecord(m_pStatements->upsert, record, NowMilliseconds());
     m_pStatements->Run(m_pStatements->upsert);
     return m_pStatements->database.getChanges() != 0;
 }
 
-void WriteConnection::Append(const Weftline::Record& record) {
-    BindRecord(m_pStatements->append, record, NowMilliseconds());
-    m_pStatements->Run(m_pStatements->append);
+void WriteConnection::Produce(const Weftline::Record& record) {
+    BindRecord(m_pStatements->produce, record, NowMilliseconds());
+    m_pStatements->Run(m_pStatements->produce);
 }
 
-bool WriteConnection::UpsertAndAppend(const Weftline::Record& record, const Weftline::Record& event) {
-    if (!Upsert(record)) {
+bool WriteConnection::UpsertOneAndProduce(const Weftline::Record& record, const Weftline::Record& event) {
+    if (!UpsertOne(record)) {
         return false;
     }
     QUILLON_FAILPOINT("between-record-and-event");
     try {
-        Append(event);
+        Produce(event);
     } catch (const SQLite::Exception&) {
         Rollback();
         throw;
@@ -208,7 +207,7 @@ bool WriteConnection::UpsertAndAppend(const Weftline::Record& record, const Weft
     return true;
 }
 
-void WriteConnection::Delete(const std::vector<std::string>& ids) {
+void WriteConnection::DeleteMany(const std::vector<std::string>& ids) {
     // Not in a savepoint: it would keep a copy of every page, in a file of its own when they are many.
     try {
         for (const std::string& id : ids) {

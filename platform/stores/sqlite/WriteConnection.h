@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -33,12 +34,14 @@ public:
     void Rollback() noexcept;
     bool InTransaction() const;
 
+    // Within the transaction of a group.
+
     /// False when the id lives in another collection.
-    bool Upsert(const Weftline::Record& record);
-    void Append(const Weftline::Record& record);
-    // These are made of several steps: where one fails after another was done, the whole transaction goes.
-    bool UpsertAndAppend(const Weftline::Record& record, const Weftline::Record& event);
-    void Delete(const std::vector<std::string>& ids);
+    bool UpsertOne(const Weftline::Record& record);
+    void Produce(const Weftline::Record& record);
+    // The rest is made of several steps: where one fails after another was done, the whole transaction goes.
+    bool UpsertOneAndProduce(const Weftline::Record& record, const Weftline::Record& event);
+    void DeleteMany(const std::vector<std::string>& ids);
     void CreateReferenceIndex(const std::string& key);
 
     enum class CheckpointMode {

@@ -1,10 +1,16 @@
 #include "platform/stores/sqlite/WriteQueue.h"
 
-#include <utility>
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <climits>
 
 #include "base/concurrency/BlockingRegion.h"
 
 namespace CommonServices::Sqlite {
+
+using PlatformAbstraction::MutexLock;
 
 namespace {
 
@@ -13,9 +19,25 @@ constexpr std::size_t kMaxDetached = 16384;
 
 }  // namespace
 
+void GroupSignal::WaitFor(std::uint32_t number) {
+    for (;;) {
+        const std::uint32_t last = m_last.load(std::memory_order_acquire);
+        if (static_cast<std::int32_t>(last - number) >= 0) {
+            return;
+        }
+        // Returns at once when the word has changed since, so no announcement is missed.
+        ::syscall(SYS_futex, &m_last, FUTEX_WAIT_PRIVATE, last, nullptr, nullptr, 0);
+    }
+}
+
+void GroupSignal::Announce(std::uint32_t number) {
+    m_last.store(number, std::memory_order_release);
+    ::syscall(SYS_futex, &m_last, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
+}
+
 bool WriteQueue::TryTake() {
-    const std::scoped_lock lock(m_mutex);
-    if (m_inHand || m_logIsLong || m_closed || !m_open.writes.empty()) {
+    const MutexLock lock(m_mutex);
+    if (m_inHand || IsWriterWanted()) {
         return false;
     }
     m_inHand = true;
@@ -24,49 +46,57 @@ bool WriteQueue::TryTake() {
 }
 
 void WriteQueue::Release(bool logIsLong) {
-    std::unique_lock lock(m_mutex);
+    MutexLock lock(m_mutex);
     m_inHand = false;
     m_logIsLong = logIsLong;
-    const bool wake = (logIsLong || m_closed || !m_open.writes.empty()) && m_writerSleeps;
-    m_writerSleeps = m_writerSleeps && !wake;
+    const bool wake = IsWriterWanted() && ClaimWakeUp();
     lock.unlock();
     if (wake) {
-        m_arrival.notify_one();
+        m_arrival.NotifyOne();
     }
 }
 
 void WriteQueue::AddAndWait(PendingWrite& write) {
-    std::unique_lock lock(m_mutex);
+    MutexLock lock(m_mutex);
     const std::uint32_t number = m_open.number;
     m_open.writes.push_back(&write);
-    WakeWriter(lock);
+    const bool wake = ClaimWakeUp();
+    lock.unlock();
+    if (wake) {
+        m_arrival.NotifyOne();
+    }
     const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
     m_finished[number % 2].WaitFor(number);
 }
 
 bool WriteQueue::AddDetached(std::unique_ptr<PendingWrite> write) {
-    std::unique_lock lock(m_mutex);
+    MutexLock lock(m_mutex);
     if (m_open.detached.size() >= kMaxDetached) {
         return false;
     }
     m_open.writes.push_back(write.get());
     m_open.detached.push_back(std::move(write));
-    WakeWriter(lock);
+    const bool wake = ClaimWakeUp();
+    lock.unlock();
+    if (wake) {
+        m_arrival.NotifyOne();
+    }
     return true;
 }
 
 bool WriteQueue::Take(WriteGroup& group, std::chrono::milliseconds patience) {
-    std::unique_lock lock(m_mutex);
+    MutexLock lock(m_mutex);
     m_inHand = false;
-    const auto ready = [this] { return !m_inHand && (m_closed || m_logIsLong || !m_open.writes.empty()); };
-    for (std::uint64_t taken = m_taken; !ready();) {
+    while (m_inHand || !IsWriterWanted()) {
+        const std::uint64_t taken = m_taken;
+        const auto end = std::chrono::steady_clock::now() + patience;
         m_writerSleeps = true;
-        const bool called = m_arrival.wait_for(lock, patience, ready);
+        while ((m_inHand || !IsWriterWanted()) && m_arrival.WaitUntil(lock, end)) {
+        }
         m_writerSleeps = false;
-        if (!called && !m_inHand && taken == m_taken) {
+        if (!m_inHand && !IsWriterWanted() && taken == m_taken) {
             break;  // a quiet time
         }
-        taken = m_taken;
     }
     if (m_closed && m_open.writes.empty()) {
         return false;
@@ -90,19 +120,19 @@ void WriteQueue::Finish(WriteGroup& group) {
 
 void WriteQueue::Close() {
     {
-        const std::scoped_lock lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_closed = true;
     }
-    m_arrival.notify_one();
+    m_arrival.NotifyOne();
+}
+
+bool WriteQueue::IsWriterWanted() const {
+    return m_logIsLong || m_closed || !m_open.writes.empty();
 }
 
 // Whoever has the file in hand looks after the writer when he gives it back.
-void WriteQueue::WakeWriter(std::unique_lock<std::mutex>& lock) {
-    const bool wake = !m_inHand && std::exchange(m_writerSleeps, false);
-    lock.unlock();
-    if (wake) {
-        m_arrival.notify_one();
-    }
+bool WriteQueue::ClaimWakeUp() {
+    return !m_inHand && std::exchange(m_writerSleeps, false);
 }
 
 }  // namespace CommonServices::Sqlite

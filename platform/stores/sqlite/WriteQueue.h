@@ -1,17 +1,56 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "platform/stores/sqlite/GroupSignal.h"
-#include "platform/stores/sqlite/PendingWrite.h"
+#include "base/concurrency/Mutex.h"
 
 namespace CommonServices::Sqlite {
+
+class WriteConnection;
+
+/// One write on its way to the file. It is made and owned by whoever asks for it, and its outcome stands in
+/// it once the group that it was committed with is through.
+class PendingWrite {
+public:
+    PendingWrite() = default;
+    PendingWrite(const PendingWrite&) = delete;
+    PendingWrite& operator=(const PendingWrite&) = delete;
+    virtual ~PendingWrite() = default;
+
+    /// Writes within the open transaction of the group, on the leader's thread. False when the store refuses
+    /// what is asked; faults are thrown as `SQLite::Exception`. Either way nothing of it may stay behind.
+    virtual bool Apply(WriteConnection& file) = 0;
+
+    bool accepted = false;  ///< written by the leader's thread before the group ends, read after it
+    bool dropped = false;   ///< the leader's own: it broke the transaction and is not tried again
+    bool isEvent = false;   ///< readers of the event log are told once it is committed
+};
+
+/// A write that is what `work` does with the connection; where that gives nothing, it is never refused.
+template <typename Work>
+class WriteOf final : public PendingWrite {
+public:
+    explicit WriteOf(Work work) : m_work(std::move(work)) {}
+
+    bool Apply(WriteConnection& file) override {
+        if constexpr (std::is_void_v<std::invoke_result_t<Work&, WriteConnection&>>) {
+            m_work(file);
+            return true;
+        } else {
+            return m_work(file);
+        }
+    }
+
+private:
+    Work m_work;
+};
 
 /// Writes that are committed together: all that arrived while the group before was on its way.
 struct WriteGroup {
@@ -20,28 +59,44 @@ struct WriteGroup {
     std::vector<std::unique_ptr<PendingWrite>> detached;  ///< those of `writes` that nobody waits for
 };
 
-/// Where writes of all threads wait for the one that has the file in hand. Any thread may add; one thread
-/// takes and finishes groups; and while that one has nothing to do, whoever comes to write takes the file in
-/// hand himself, for one write, and is spared two changes of threads.
+/// The number of the last group that is through, for threads to wait on. Any thread may wait, one announces.
 ///
-/// A group forms by arrival and never by a timer: the writer takes what is there as soon as it is free. All
+/// It stands on the kernel's wait for a word: all waiters are woken with one call and then contend for no
+/// lock, as they would with a condition variable, and none spins, as with the standard atomic's wait, while
+/// it is the disk that everybody waits for.
+class GroupSignal {
+public:
+    /// Returns once a group of this or a later number was announced. Numbers grow and may wrap around.
+    void WaitFor(std::uint32_t number);
+    void Announce(std::uint32_t number);
+
+private:
+    std::atomic<std::uint32_t> m_last = 0;
+    static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "the kernel waits on the plain word");
+};
+
+/// Where the writes of all threads gather for group commit. Any thread may add; the writer's thread takes and
+/// finishes groups, as their leader; and while it has nothing to do, whoever comes to write takes the file in
+/// hand himself, as the leader of a group of one, and is spared two changes of threads.
+///
+/// A group forms by arrival and never by a timer: the leader takes what is there as soon as it is free. All
 /// who wait for a group are woken at once, and nobody else is: groups wait by turns on two signals.
 class WriteQueue {
 public:
     /// Gives the file into the caller's hands, if they are free and nobody waits. True obliges to `Release`.
-    bool TryTake();
+    [[nodiscard]] bool TryTake();
     /// Gives the file back. With `logIsLong` the writer takes it next, whether anybody waits or not.
     void Release(bool logIsLong);
 
     /// Returns once the write's group is through. The thread counts as blocked meanwhile.
     void AddAndWait(PendingWrite& write);
-    /// Returns at once; false when too many such writes are waiting already.
-    bool AddDetached(std::unique_ptr<PendingWrite> write);
+    /// Returns at once. Back-pressure: false when too many such writes are waiting already.
+    [[nodiscard]] bool AddDetached(std::unique_ptr<PendingWrite> write);
 
     /// The writer's: gives the file back, waits for writes, and takes it in hand again. Fills `group` with
     /// what has arrived. False when the queue was closed and all that it held was taken; otherwise a group
     /// without writes means that the log is long, or that for the time of `patience` nobody wrote.
-    bool Take(WriteGroup& group, std::chrono::milliseconds patience);
+    [[nodiscard]] bool Take(WriteGroup& group, std::chrono::milliseconds patience);
     /// Wakes those who wait for the group, and empties it. The outcomes must stand in its writes.
     void Finish(WriteGroup& group);
 
@@ -49,18 +104,21 @@ public:
     void Close();
 
 private:
-    void WakeWriter(std::unique_lock<std::mutex>& lock);
+    bool IsWriterWanted() const QUILLON_REQUIRES(m_mutex);
+    /// Whether the writer sleeps and is to be woken, by the caller and once the mutex is free.
+    bool ClaimWakeUp() QUILLON_REQUIRES(m_mutex);
 
     GroupSignal m_finished[2];  // of groups of even and of odd number
 
-    std::mutex m_mutex;  // guards what follows
-    std::condition_variable m_arrival;
-    WriteGroup m_open{1, {}, {}};
-    std::uint64_t m_taken = 0;  // how often the file was taken in hand
-    bool m_inHand = true;       // by whom does not matter; at first it is the writer's
-    bool m_logIsLong = false;
-    bool m_writerSleeps = false;
-    bool m_closed = false;
+    PlatformAbstraction::Mutex m_mutex;
+    PlatformAbstraction::Condition m_arrival;
+    WriteGroup m_open QUILLON_GUARDED_BY(m_mutex){1, {}, {}};
+    std::uint64_t m_taken QUILLON_GUARDED_BY(m_mutex) = 0;  // how often the file was taken in hand
+    // By whom it is in hand does not matter; at first it is by the writer.
+    bool m_inHand QUILLON_GUARDED_BY(m_mutex) = true;
+    bool m_logIsLong QUILLON_GUARDED_BY(m_mutex) = false;
+    bool m_writerSleeps QUILLON_GUARDED_BY(m_mutex) = false;
+    bool m_closed QUILLON_GUARDED_BY(m_mutex) = false;
 };
 
 }  // namespace CommonServices::Sqlite

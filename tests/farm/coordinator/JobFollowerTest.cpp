@@ -5,7 +5,7 @@
 #include <future>
 #include <thread>
 
-#include "Core/src/JobCreatedEvent.h"
+#include "Core/src/Job.h"
 #include "Core/src/Vocabulary.h"
 #include "platform/stores/StoreChoice.h"
 #include "tests/support/StoresInPlace.h"

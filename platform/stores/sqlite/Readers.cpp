@@ -1,16 +1,19 @@
-#include "platform/stores/sqlite/ReadConnection.h"
+#include "platform/stores/sqlite/Readers.h"
 
 #include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 
 #include <map>
+#include <utility>
 
+#include "base/concurrency/BlockingRegion.h"
 #include "platform/stores/sqlite/Connection.h"
-#include "platform/stores/sqlite/RecordRow.h"
 #include "platform/stores/sqlite/SqliteLayout.h"
 
 namespace CommonServices::Sqlite {
+
+using PlatformAbstraction::MutexLock;
 
 namespace {
 
@@ -111,23 +114,24 @@ std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyByID(const 
     return found;
 }
 
-std::vector<Weftline::Record> ReadConnection::ReadOfType(const std::string& collection,
-                                                         const std::string& type, const ReadWindow& window) {
+std::vector<Weftline::Record> ReadConnection::FindRecordsOfType(const std::string& collection,
+                                                                const std::string& type,
+                                                                const ReadWindow& window) {
     return ReadList(m_pStatements->ofType, collection, type, window);
 }
 
-std::vector<Weftline::Record> ReadConnection::ReadWithReference(const std::string& collection,
-                                                                const std::string& type,
-                                                                const std::string& key,
-                                                                const std::string& value,
-                                                                const ReadWindow& window) {
+std::vector<Weftline::Record> ReadConnection::FindRecordsWithReferencedID(const std::string& collection,
+                                                                          const std::string& type,
+                                                                          const std::string& key,
+                                                                          const std::string& value,
+                                                                          const ReadWindow& window) {
     SQLite::Statement& list = m_pStatements->WithReference(key);
     list.bindNoCopy(5, value);
     return ReadList(list, collection, type, window);
 }
 
-std::vector<LoggedEvent> ReadConnection::ReadEvents(const std::string& topic, std::int64_t afterOffset,
-                                                    std::int64_t limit) {
+std::vector<LoggedEvent> ReadConnection::Read(const std::string& topic, std::int64_t afterOffset,
+                                              std::int64_t limit) {
     SQLite::Statement& events = m_pStatements->events;
     const RunningStatement running(events);
     events.bindNoCopy(1, topic);
@@ -145,6 +149,61 @@ bool ReadConnection::HasReferenceIndex(const std::string& key) {
     const RunningStatement running(index);
     index.bind(1, ReferenceIndexName(key));
     return index.executeStep();
+}
+
+ReaderPool::ReaderPool(const SqliteOptions& options) : m_options(options) {
+    m_free.reserve(options.maxReaders);
+}
+
+ReaderPool::~ReaderPool() = default;
+
+ReaderPool::Lease::Lease(ReaderPool& pool, std::unique_ptr<ReadConnection> connection)
+    : m_pool(pool), m_pConnection(std::move(connection)) {}
+
+ReaderPool::Lease::~Lease() {
+    m_pool.GiveBack(std::move(m_pConnection));
+}
+
+ReaderPool::Lease ReaderPool::Take() {
+    std::unique_ptr<ReadConnection> connection = TakeFree();
+    if (connection == nullptr) {
+        try {
+            connection = std::make_unique<ReadConnection>(m_options);
+        } catch (...) {
+            GiveBack(nullptr);
+            throw;
+        }
+    }
+    return {*this, std::move(connection)};
+}
+
+// Counts the caller in; empty when it is to open a connection.
+std::unique_ptr<ReadConnection> ReaderPool::TakeFree() {
+    MutexLock lock(m_mutex);
+    if (m_inUse == m_options.maxReaders) {
+        const PlatformAbstraction::BlockingRegion blocking;
+        while (m_inUse == m_options.maxReaders) {
+            m_returned.Wait(lock);
+        }
+    }
+    ++m_inUse;
+    if (m_free.empty()) {
+        return nullptr;
+    }
+    std::unique_ptr<ReadConnection> connection = std::move(m_free.back());
+    m_free.pop_back();
+    return connection;
+}
+
+void ReaderPool::GiveBack(std::unique_ptr<ReadConnection> connection) {
+    {
+        const MutexLock lock(m_mutex);
+        --m_inUse;
+        if (connection != nullptr) {
+            m_free.push_back(std::move(connection));
+        }
+    }
+    m_returned.NotifyOne();
 }
 
 }  // namespace CommonServices::Sqlite
