@@ -45,7 +45,7 @@ protected:
     }
     /// A farm whose media worker waits with the job "held" until the test lets it go on, and is at it.
     void HoldAJob(Hold& held) {
-        StartFarm(Succeed, [this, &held](const Parameters& task) {
+        StartFarm(Succeed, [&held](const Parameters& task) {
             if (JobOf(task) == "held") {
                 held.Pass();
             }
@@ -285,7 +285,8 @@ TEST_F(CoordinatorTest, WaitsForEventsAsLongAsTheServiceSays) {
         const TestSupport::StoresInPlace stores;
         PlatformAbstraction::AddConfigData(key, text);
         StartFarm();
-        EXPECT_TRUE(Eventually([&] { return stores.events->longestWait.load() == longest; })) << text;
+        EXPECT_TRUE(Eventually([&, time = longest] { return stores.events->longestWait.load() == time; }))
+            << text;
         StopFarm();  // at once, however long the wait
     }
     PlatformAbstraction::AddConfigData(key, "");

@@ -25,7 +25,6 @@ TEST(IdentityService, TellsTheDisplayNamesOfThoseItKnows) {
         {R"({"entity":{"id":"u-1"}})", R"({"entity":{"id":"u-1","displayName":"Day Editor"}})"},
         {R"({"entity":{"id":"u-2"}})", R"({"entity":{"id":"u-2","displayName":""}})"},
         {R"({"entity":{"id":"U-1"}})", "NOT_FOUND"},
-        {R"({"entity":{"id":""}})", "NOT_FOUND"},
         {R"({"entity":{"id":1}})", "BAD_REQUEST"},
         {R"({"id":"u-1"})", "BAD_REQUEST"},
     };
