@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/messaging/inprocess/InProcessBusSettings.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
 #include "platform/rest/RestGatewaySettings.h"
 
 namespace PlatformAbstraction::Standalone {

@@ -74,7 +74,7 @@ private:
         std::string configuration;
         std::shared_ptr<AttachedFarm> farm;
         std::shared_ptr<Messaging::InProcessBus> bus;
-        std::shared_ptr<Messaging::AttachedService> service;
+        std::shared_ptr<Messaging::MessageSink> service;
         std::optional<Rest::RestGateway> gateway;
     };
 
@@ -130,7 +130,7 @@ void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& ser
     running.service = running.bus->Attach(service);
     {
         const std::lock_guard lock(m_mutex);
-        m_pMessaging = running.service->GetMessaging();
+        m_pMessaging = running.bus->GetMessaging();
     }
     if (m_farm && settings.farm.enabled) {
         running.farm = m_farm(*running.bus, settings, *service);

@@ -58,7 +58,7 @@ TEST(InProcessBus, RequestsAreAnsweredAndTheCallersContextTravels) {
     std::string relayed;
     EXPECT_TRUE(AnswerOf(*asking, "passOn", caller).results.GetParameter("relayed", relayed));
     EXPECT_EQ(relayed, caller.toJSON());
-    EXPECT_EQ(EndOf(*asking->GetMessaging()->SendRequest(To("asked", "whoAsks"))), "{}");
+    EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("asked", "whoAsks"))), "{}");
     EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("asked", "fail"))), "MY_CODE");
 }
 
@@ -188,7 +188,7 @@ TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
     };
     const auto bus = MakeBus({.threads = 2, .maxStandIns = 1024, .maxQueuedMessages = 3});
     const auto attached = bus->Attach(MakeService("busy", {{"work", work}}));
-    const auto messaging = attached->GetMessaging();
+    const auto messaging = bus->GetMessaging();
     Futures taken;
     for (std::size_t i = 0; i < 5; ++i) {
         taken.push_back(messaging->SendRequest(To("busy", "work")));
@@ -261,7 +261,7 @@ protected:
     const std::shared_ptr<Hold> m_pHold = std::make_shared<Hold>();
     std::shared_ptr<InProcessBus> m_pBus;
     std::weak_ptr<ServiceMessageHandlerV2> m_pHandler;
-    std::shared_ptr<AttachedService> m_pAttached;
+    std::shared_ptr<MessageSink> m_pAttached;
     std::shared_ptr<BusMessaging> m_pMessaging;
 };
 

@@ -111,7 +111,7 @@ protected:
     TestSupport::StoresInPlace m_stores;
     TestSupport::Hold m_silence;
     std::shared_ptr<Messaging::InProcessBus> m_pBus;
-    std::shared_ptr<Messaging::AttachedService> m_pAttached;
+    std::shared_ptr<Messaging::MessageSink> m_pAttached;
     std::optional<Rest::RestGateway> m_gateway;
     std::uint16_t m_port = 0;
 };

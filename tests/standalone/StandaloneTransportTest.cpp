@@ -103,8 +103,9 @@ TEST_F(StandaloneTransportTest, ASignalBeforeTheStartEndsTheWaitAtOnce) {
 class OneServiceFarm final : public AttachedFarm {
 public:
     OneServiceFarm(InProcessBus& bus, const std::shared_ptr<ServiceInfoApi>& service, bool& isStoppedFirst)
-        : m_pMessaging(bus.Attach(std::dynamic_pointer_cast<ServiceInfo>(service))->GetMessaging()),
-          m_isStoppedFirst(isStoppedFirst) {}
+        : m_pMessaging(bus.GetMessaging()), m_isStoppedFirst(isStoppedFirst) {
+        bus.Attach(std::dynamic_pointer_cast<ServiceInfo>(service));
+    }
     void Stop() noexcept override {
         const auto future =
             m_pMessaging->SendRequest(ServiceMessageDispatch("farm.service", "test", 1, "ask"));

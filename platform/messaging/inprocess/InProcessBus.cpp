@@ -1,12 +1,75 @@
 #include "platform/messaging/inprocess/InProcessBus.h"
 
+#include <algorithm>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
-#include "platform/messaging/inprocess/InProcessMessaging.h"
-#include "platform/messaging/inprocess/ServiceDirectory.h"
+#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/inprocess/QueuedMessage.h"
+#include "platform/messaging/inprocess/ServiceEndpoint.h"
 
 namespace PlatformAbstraction::Messaging {
+
+namespace {
+
+using Instances = std::vector<std::shared_ptr<ServiceEndpoint>>;
+
+// Longer patience is cut to this, so that no deadline overflows the clock.
+constexpr std::chrono::hours kLongestPatience{24};
+
+std::string Quoted(const std::string& text) {
+    return '"' + text + '"';
+}
+
+MessageAnswer ServiceNotFound(const ServiceMessageDispatch& dispatch) {
+    return MessageAnswer::OfError(
+        kServiceNotFound, "The service " + Quoted(dispatch.service) + ", realm " + Quoted(dispatch.realm) +
+                              ", version " + std::to_string(dispatch.version) + ", is not on the bus.");
+}
+
+std::optional<MessageAnswer> ErrorOf(Acceptance acceptance, const ServiceMessageDispatch& dispatch) {
+    const std::string service = "The service " + Quoted(dispatch.service);
+    const std::string operation = Quoted(dispatch.operation);
+    switch (acceptance) {
+        case Acceptance::Accepted:
+            return std::nullopt;
+        case Acceptance::NotFound:
+            return MessageAnswer::OfError(kOperationNotFound,
+                                          service + " has no operation " + operation + ".");
+        case Acceptance::QueueFull:
+            return MessageAnswer::OfError(
+                kQueueFull, service + " did not take " + operation + ": too many messages are waiting.");
+        case Acceptance::Stopping:
+            return MessageAnswer::OfError(kServiceStopping,
+                                          service + " did not take " + operation + ": it stops.");
+    }
+    return MessageAnswer::OfError(kGenericServiceError, service + " did not take " + operation + ".");
+}
+
+/// To the first instance that takes the message.
+Acceptance PostToOne(const Instances& instances, const std::string& operation,
+                     std::unique_ptr<QueuedMessage>& message) {
+    auto result = Acceptance::NotFound;
+    for (const auto& instance : instances) {
+        const Acceptance one = instance->Post(operation, message);
+        if (one == Acceptance::Accepted) {
+            return one;
+        }
+        // An instance that is full or stopping tells the sender more than one that does not know the
+        // operation.
+        result = one == Acceptance::NotFound ? result : one;
+    }
+    return result;
+}
+
+std::shared_ptr<MessageResultsFuture> EndedFuture(std::optional<MessageAnswer> error) {
+    auto exchange = std::make_shared<MessageExchange>();
+    exchange->End(error ? std::move(*error) : MessageAnswer());
+    return std::make_shared<MessageResultsFuture>(std::move(exchange));
+}
+
+}  // namespace
 
 std::shared_ptr<InProcessBus> InProcessBus::Create(const InProcessBusSettings& settings) {
     if (settings.threads == 0 || settings.maxQueuedMessages == 0) {
@@ -15,26 +78,125 @@ std::shared_ptr<InProcessBus> InProcessBus::Create(const InProcessBusSettings& s
     return std::shared_ptr<InProcessBus>(new InProcessBus(settings));
 }
 
-InProcessBus::InProcessBus(const InProcessBusSettings& settings)
-    : m_pDirectory(std::make_shared<ServiceDirectory>(settings)) {}
-
 InProcessBus::~InProcessBus() {
     Stop(std::chrono::steady_clock::duration::zero());
 }
 
-std::shared_ptr<AttachedService> InProcessBus::Attach(const std::shared_ptr<ServiceInfo>& service) {
+std::shared_ptr<MessageSink> InProcessBus::Attach(const std::shared_ptr<ServiceInfo>& service) {
     if (!service || service->GetName().empty()) {
         throw std::invalid_argument("A service without a name was attached to the bus.");
     }
-    return std::make_shared<AttachedService>(m_pDirectory, m_pDirectory->Attach(*service));
+    const MutexLock lock(m_mutex);
+    if (m_isStopped) {
+        throw std::logic_error("The service \"" + service->GetName() +
+                               "\" was attached to a bus that has stopped.");
+    }
+    auto endpoint = std::make_shared<ServiceEndpoint>(*service, m_settings, weak_from_this());
+    m_services[{service->GetName(), service->GetRealm(), service->GetVersion()}].instances.push_back(
+        endpoint);
+    return endpoint;
 }
 
-std::shared_ptr<BusMessaging> InProcessBus::GetMessaging() const {
-    return std::make_shared<InProcessMessaging>(m_pDirectory, CoreServices::Parameters());
+std::shared_ptr<BusMessaging> InProcessBus::GetMessaging() {
+    return std::make_shared<InProcessMessaging>(weak_from_this(), CoreServices::Parameters());
+}
+
+Instances InProcessBus::InstancesAt(const std::string& service, const std::string& realm,
+                                    std::int32_t version) {
+    const MutexLock lock(m_mutex);
+    const auto found = m_services.find(std::tie(service, realm, version));
+    if (found == m_services.end()) {
+        return {};
+    }
+    Instances instances = found->second.instances;
+    const std::size_t turn = found->second.nextTurn++ % instances.size();
+    std::rotate(instances.begin(), instances.begin() + static_cast<std::ptrdiff_t>(turn), instances.end());
+    return instances;
 }
 
 void InProcessBus::Stop(std::chrono::steady_clock::duration patience) {
-    m_pDirectory->Stop(patience);
+    const Instances endpoints = MarkStopped();
+    const auto deadline = std::chrono::steady_clock::now() +
+                          std::min<std::chrono::steady_clock::duration>(patience, kLongestPatience);
+    // All are drained before any is closed: a message under way in one may need an answer of another.
+    for (const auto& endpoint : endpoints) {
+        endpoint->GetPool().Drain();
+    }
+    for (const auto& endpoint : endpoints) {
+        endpoint->GetPool().WaitUntilQuiet(deadline);
+    }
+    for (const auto& endpoint : endpoints) {
+        endpoint->Close(deadline);
+    }
+}
+
+Instances InProcessBus::MarkStopped() {
+    const MutexLock lock(m_mutex);
+    Instances endpoints;
+    if (!std::exchange(m_isStopped, true)) {
+        for (const auto& [address, service] : m_services) {
+            endpoints.insert(endpoints.end(), service.instances.begin(), service.instances.end());
+        }
+    }
+    return endpoints;
+}
+
+InProcessMessaging::InProcessMessaging(std::weak_ptr<InProcessBus> bus,
+                                       CoreServices::Parameters contextParameters, MessageId handled)
+    : m_pBus(std::move(bus)), m_contextParameters(std::move(contextParameters)), m_handled(handled) {}
+
+std::shared_ptr<MessageResultsFuture> InProcessMessaging::SendRequest(
+    const ServiceMessageDispatch& dispatch) {
+    auto exchange = std::make_shared<MessageExchange>();
+    auto message = MakeMessage(dispatch, exchange);
+    message->isPartOfWorkUnderWay = WorkerPool::IsOnWorkerThread();
+    if (auto error = Send(dispatch, std::move(message))) {
+        exchange->End(std::move(*error));
+    }
+    return std::make_shared<MessageResultsFuture>(std::move(exchange));
+}
+
+std::shared_ptr<MessageResultsFuture> InProcessMessaging::SendNotification(
+    const ServiceMessageDispatch& dispatch) {
+    return EndedFuture(Send(dispatch, MakeMessage(dispatch, nullptr)));
+}
+
+std::shared_ptr<MessageResultsFuture> InProcessMessaging::BroadcastNotification(
+    const ServiceMessageDispatch& dispatch) {
+    const auto bus = m_pBus.lock();
+    if (!bus) {
+        return EndedFuture(ErrorOf(Acceptance::Stopping, dispatch));
+    }
+    std::optional<MessageAnswer> firstError;
+    for (const auto& instance : bus->InstancesAt(dispatch.service, dispatch.realm, dispatch.version)) {
+        auto message = MakeMessage(dispatch, nullptr);
+        auto error = ErrorOf(instance->Post(dispatch.operation, message), dispatch);
+        firstError = firstError ? std::move(firstError) : std::move(error);
+    }
+    return EndedFuture(std::move(firstError));
+}
+
+std::unique_ptr<QueuedMessage> InProcessMessaging::MakeMessage(
+    const ServiceMessageDispatch& dispatch, std::shared_ptr<MessageExchange> exchange) const {
+    QueuedMessage::Receiver receiver;
+    if (exchange) {
+        receiver = std::move(exchange);
+    }
+    auto message =
+        std::make_unique<QueuedMessage>(dispatch.parameters, m_contextParameters, std::move(receiver));
+    message->parent = m_handled;
+    return message;
+}
+
+std::optional<MessageAnswer> InProcessMessaging::Send(const ServiceMessageDispatch& dispatch,
+                                                      std::unique_ptr<QueuedMessage> message) const {
+    const auto bus = m_pBus.lock();
+    if (!bus) {
+        return ErrorOf(Acceptance::Stopping, dispatch);
+    }
+    const Instances instances = bus->InstancesAt(dispatch.service, dispatch.realm, dispatch.version);
+    return instances.empty() ? ServiceNotFound(dispatch)
+                             : ErrorOf(PostToOne(instances, dispatch.operation, message), dispatch);
 }
 
 }  // namespace PlatformAbstraction::Messaging

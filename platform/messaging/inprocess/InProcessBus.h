@@ -1,21 +1,45 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <vector>
 
+#include "base/concurrency/Mutex.h"
+#include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageContext.h"
+#include "platform/messaging/MessageSink.h"
 #include "platform/messaging/ServiceInfo.h"
-#include "platform/messaging/inprocess/AttachedService.h"
-#include "platform/messaging/inprocess/InProcessBusSettings.h"
 
 namespace PlatformAbstraction::Messaging {
 
-class ServiceDirectory;
+class QueuedMessage;
+class ServiceEndpoint;
 
-/// The bus of one process. A service is addressed by name, realm and version, a message by the name of its
-/// registration; several instances of a service may be attached, which then get the requests in turn and the
-/// broadcasts all. Owned by whoever started the services; what `GetMessaging` gave outlives it. Any thread
-/// may call, though `Stop` on a thread of the bus would wait for itself.
-class InProcessBus {
+/// Limits of each service on the bus of one process; all at least 1, but the stand-ins.
+struct InProcessBusSettings {
+    /// Handlers at work at once; those that wait for somebody else do not count.
+    std::size_t threads = 32;
+    /// Waiting handlers that are stood in for, so that there are at most so many threads above `threads`.
+    std::size_t maxStandIns = 1024;
+    /// How many of them may stand in for handlers that wait for the disk. These are through together, in
+    /// a moment: more of them write no faster, and crowd out one another when they go on.
+    std::size_t maxDiskStandIns = 64;
+    /// Messages waiting for a thread; past that the sender is told at once.
+    std::size_t maxQueuedMessages = 4096;
+};
+
+/// The bus of one process: the directory of its services. A service is addressed by name, realm and version,
+/// a message by the name of its registration; several instances of a service may be attached, which then get
+/// the requests in turn and the broadcasts all. Owned by whoever started the services; what `GetMessaging`
+/// and `Attach` gave outlives it. Thread-safe, though `Stop` on a thread of the bus would wait for itself.
+class InProcessBus : public std::enable_shared_from_this<InProcessBus> {
 public:
     /// Throws `std::invalid_argument` for settings that let no message through.
     static std::shared_ptr<InProcessBus> Create(const InProcessBusSettings& settings = {});
@@ -24,25 +48,65 @@ public:
     InProcessBus(const InProcessBus&) = delete;
     InProcessBus& operator=(const InProcessBus&) = delete;
 
-    /// Joins a service that has all its handlers; messages may arrive before this returns. Throws
+    /// Joins a service that has all its handlers; messages may arrive before this returns. Gives the place
+    /// for messages from outside to this instance; letting it go does not detach the service. Throws
     /// `std::invalid_argument` for a service that is not there or has no name, `std::logic_error` after
     /// `Stop`, `std::system_error` when no thread can be started.
-    std::shared_ptr<AttachedService> Attach(const std::shared_ptr<ServiceInfo>& service);
+    std::shared_ptr<MessageSink> Attach(const std::shared_ptr<ServiceInfo>& service);
 
-    /// A sender that belongs to no service. Never empty; after `Stop` its messages fail.
-    std::shared_ptr<BusMessaging> GetMessaging() const;
+    /// A sender whose messages carry an empty context tree. Never empty; after `Stop` its messages fail.
+    std::shared_ptr<BusMessaging> GetMessaging();
 
     /// Takes no further message from outside and returns once those under way and waiting have their answers,
     /// or when the patience is over: those still waiting are then answered with an error, and handlers still
     /// at work are left to their threads, which touch nothing that is gone. Requests that a handler at work
-    /// sends are part of its work and are taken until it is done. Lets the handlers go. A second call does
-    /// nothing.
+    /// sends are part of its work and are taken until it is done. Lets the handlers go. Idempotent.
     void Stop(std::chrono::steady_clock::duration patience);
 
-private:
-    explicit InProcessBus(const InProcessBusSettings& settings);
+    /// For senders: the instances at the address, the one whose turn it is first. Empty where there is none.
+    std::vector<std::shared_ptr<ServiceEndpoint>> InstancesAt(const std::string& service,
+                                                              const std::string& realm, std::int32_t version);
 
-    const std::shared_ptr<ServiceDirectory> m_pDirectory;
+private:
+    struct Service {
+        std::vector<std::shared_ptr<ServiceEndpoint>> instances;  // in the order in which they were attached
+        std::size_t nextTurn = 0;
+    };
+
+    explicit InProcessBus(const InProcessBusSettings& settings) : m_settings(settings) {}
+    std::vector<std::shared_ptr<ServiceEndpoint>> MarkStopped();
+
+    const InProcessBusSettings m_settings;
+    Mutex m_mutex;
+    std::map<std::tuple<std::string, std::string, std::int32_t>, Service, std::less<>> m_services
+        QUILLON_GUARDED_BY(m_mutex);
+    bool m_isStopped QUILLON_GUARDED_BY(m_mutex) = false;
+};
+
+/// Sends over the bus of one process. The messages carry the context tree that it was made with: the one of
+/// the message being answered, so that whoever is asked on a caller's behalf knows the caller, or an empty
+/// one. `handled` is the message being answered, the parent of all that is sent. Outlives the bus; its
+/// messages then end with an error.
+class InProcessMessaging final : public BusMessaging {
+public:
+    InProcessMessaging(std::weak_ptr<InProcessBus> bus, CoreServices::Parameters contextParameters,
+                       MessageId handled = {});
+
+    std::shared_ptr<MessageResultsFuture> SendRequest(const ServiceMessageDispatch& dispatch) override;
+    std::shared_ptr<MessageResultsFuture> SendNotification(const ServiceMessageDispatch& dispatch) override;
+    std::shared_ptr<MessageResultsFuture> BroadcastNotification(
+        const ServiceMessageDispatch& dispatch) override;
+
+private:
+    std::unique_ptr<QueuedMessage> MakeMessage(const ServiceMessageDispatch& dispatch,
+                                               std::shared_ptr<MessageExchange> exchange) const;
+    /// The error, if the message was not taken.
+    std::optional<MessageAnswer> Send(const ServiceMessageDispatch& dispatch,
+                                      std::unique_ptr<QueuedMessage> message) const;
+
+    const std::weak_ptr<InProcessBus> m_pBus;
+    const CoreServices::Parameters m_contextParameters;
+    const MessageId m_handled;
 };
 
 }  // namespace PlatformAbstraction::Messaging

@@ -1,11 +1,12 @@
 #include "platform/messaging/inprocess/ServiceEndpoint.h"
 
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/HandlerInvocation.h"
-#include "platform/messaging/inprocess/InProcessMessaging.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
 
 namespace PlatformAbstraction::Messaging {
 
@@ -19,11 +20,8 @@ struct Operation {
 // What the threads of a service share: its handlers, and how these talk. It goes with the last thread.
 class MessageRunner {
 public:
-    MessageRunner(std::string service, std::vector<Operation> operations,
-                  std::shared_ptr<const ServiceDirectory> directory)
-        : m_service(std::move(service)),
-          m_operations(std::move(operations)),
-          m_pDirectory(std::move(directory)) {}
+    MessageRunner(std::string service, std::vector<Operation> operations, std::weak_ptr<InProcessBus> bus)
+        : m_service(std::move(service)), m_operations(std::move(operations)), m_pBus(std::move(bus)) {}
 
     void Run(QueuedMessage& message) const noexcept {
         const Operation& operation = m_operations[message.operation];
@@ -38,7 +36,7 @@ private:
     MessageAnswer AnswerOf(const Operation& operation, const QueuedMessage& message) const noexcept {
         try {
             auto messaging =
-                std::make_shared<InProcessMessaging>(m_pDirectory, message.contextParameters, NewMessageId());
+                std::make_shared<InProcessMessaging>(m_pBus, message.contextParameters, NewMessageId());
             auto context = std::make_shared<MessageContext>(message.contextParameters, std::move(messaging),
                                                             message.parent);
             return operation.answer(message.request, std::move(context));
@@ -58,8 +56,23 @@ private:
 
     const std::string m_service;
     const std::vector<Operation> m_operations;
-    const std::shared_ptr<const ServiceDirectory> m_pDirectory;
+    const std::weak_ptr<InProcessBus> m_pBus;
 };
+
+// For clients, who know nothing of services.
+std::optional<MessageAnswer> RefusalOf(Acceptance acceptance) {
+    switch (acceptance) {
+        case Acceptance::Accepted:
+            return std::nullopt;
+        case Acceptance::NotFound:
+            return MessageAnswer::OfError(kOperationNotFound, "There is no such message.");
+        case Acceptance::QueueFull:
+            return MessageAnswer::OfError(kQueueFull, "Too many messages are waiting; try again later.");
+        case Acceptance::Stopping:
+            return MessageAnswer::OfError(kServiceStopping, "The service is stopping.");
+    }
+    return MessageAnswer::OfError(kGenericServiceError, "The message was not taken.");
+}
 
 std::vector<Operation> OperationsOf(const ServiceInfo& service) {
     std::vector<Operation> operations;
@@ -72,21 +85,26 @@ std::vector<Operation> OperationsOf(const ServiceInfo& service) {
 }  // namespace
 
 ServiceEndpoint::ServiceEndpoint(const ServiceInfo& service, const InProcessBusSettings& settings,
-                                 std::shared_ptr<const ServiceDirectory> directory)
-    : m_name(service.GetName()), m_realm(service.GetRealm()), m_version(service.GetVersion()) {
+                                 std::weak_ptr<InProcessBus> bus)
+    : m_name(service.GetName()) {
     auto operations = OperationsOf(service);
     for (const Operation& operation : operations) {
         m_operations.emplace(operation.name, m_operations.size());
     }
-    auto runner = std::make_shared<const MessageRunner>(m_name, std::move(operations), std::move(directory));
+    auto runner = std::make_shared<const MessageRunner>(m_name, std::move(operations), std::move(bus));
     m_pPool = WorkerPool::Create(
         settings, [runner = std::move(runner)](QueuedMessage& message) { runner->Run(message); });
 }
 
 ServiceEndpoint::~ServiceEndpoint() = default;
 
-bool ServiceEndpoint::IsAt(const std::string& service, const std::string& realm, std::int32_t version) const {
-    return m_version == version && m_name == service && m_realm == realm;
+void ServiceEndpoint::Deliver(std::string_view operation, CoreServices::Parameters request,
+                              CoreServices::Parameters contextParameters, AnswerCallback onAnswer) {
+    auto message = std::make_unique<QueuedMessage>(std::move(request), std::move(contextParameters),
+                                                   std::move(onAnswer));
+    if (auto refusal = RefusalOf(Post(operation, message))) {
+        message->End(std::move(*refusal));
+    }
 }
 
 Acceptance ServiceEndpoint::Post(std::string_view operation, std::unique_ptr<QueuedMessage>& message) {
@@ -96,14 +114,6 @@ Acceptance ServiceEndpoint::Post(std::string_view operation, std::unique_ptr<Que
     }
     message->operation = found->second;
     return m_pPool->Post(message);
-}
-
-void ServiceEndpoint::Drain() {
-    m_pPool->Drain();
-}
-
-void ServiceEndpoint::WaitUntilQuiet(WorkerPool::Clock::time_point deadline) {
-    m_pPool->WaitUntilQuiet(deadline);
 }
 
 void ServiceEndpoint::Close(WorkerPool::Clock::time_point deadline) {

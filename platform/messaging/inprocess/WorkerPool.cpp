@@ -6,6 +6,7 @@
 
 #include "base/concurrency/MemoryWatch.h"
 #include "base/log/PlatformLog.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
 
 namespace PlatformAbstraction::Messaging {
 
@@ -20,7 +21,7 @@ thread_local bool t_isWorker = false;
 
 std::shared_ptr<WorkerPool> WorkerPool::Create(const InProcessBusSettings& settings, Runner runner) {
     std::shared_ptr<WorkerPool> pool(new WorkerPool(settings, std::move(runner)));
-    const std::lock_guard lock(pool->m_mutex);
+    const MutexLock lock(pool->m_mutex);
     pool->StartWorker();
     return pool;
 }
@@ -35,7 +36,7 @@ WorkerPool::WorkerPool(const InProcessBusSettings& settings, Runner runner)
 Acceptance WorkerPool::Post(Work& work) {
     Worker* woken = nullptr;
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (m_isClosed || (m_isDraining && !work->isPartOfWorkUnderWay)) {
             return Acceptance::Stopping;
         }
@@ -46,19 +47,20 @@ Acceptance WorkerPool::Post(Work& work) {
         woken = ChooseWhomToWake();
     }
     if (woken != nullptr) {
-        woken->wake.notify_one();
+        woken->wake.NotifyOne();
     }
     return Acceptance::Accepted;
 }
 
 void WorkerPool::Drain() {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_isDraining = true;
 }
 
 void WorkerPool::WaitUntilQuiet(Clock::time_point deadline) {
-    std::unique_lock lock(m_mutex);
-    m_quiet.wait_until(lock, deadline, [this] { return IsQuiet(); });
+    MutexLock lock(m_mutex);
+    while (!IsQuiet() && m_quiet.WaitUntil(lock, deadline)) {
+    }
 }
 
 std::deque<WorkerPool::Work> WorkerPool::Close(Clock::time_point deadline) {
@@ -66,15 +68,18 @@ std::deque<WorkerPool::Work> WorkerPool::Close(Clock::time_point deadline) {
     std::shared_ptr<const Runner> runner;  // let go outside the lock: the handlers may go with it
     WorkerList finished;
     {
-        std::unique_lock lock(m_mutex);
+        MutexLock lock(m_mutex);
         m_isClosed = true;
         for (Worker* const idle : m_idle) {
-            idle->wake.notify_one();
+            idle->wake.NotifyOne();
         }
-        m_left.wait_until(lock, deadline, [this] { return m_workers.empty(); });
+        while (!m_workers.empty() && m_left.WaitUntil(lock, deadline)) {
+        }
         unanswered.swap(m_queue);
         // Whoever has no message in hand leaves at once, so only the others are left behind.
-        m_left.wait(lock, [this] { return m_workers.size() <= m_numRunning; });
+        while (m_workers.size() > m_numRunning) {
+            m_left.Wait(lock);
+        }
         for (Worker& worker : m_workers) {
             if (worker.thread.joinable()) {
                 worker.thread.detach();
@@ -88,7 +93,7 @@ std::deque<WorkerPool::Work> WorkerPool::Close(Clock::time_point deadline) {
             worker.thread.join();
         }
     }
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_spare.splice(m_spare.end(), finished);
     return unanswered;
 }
@@ -100,17 +105,17 @@ bool WorkerPool::IsOnWorkerThread() noexcept {
 void WorkerPool::EnterBlocking(Wait wait) noexcept {
     Worker* woken = nullptr;
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         wait == Wait::Disk ? ++m_numAtDisk : --m_numActive;
         woken = ChooseWhomToWake();
     }
     if (woken != nullptr) {
-        woken->wake.notify_one();
+        woken->wake.NotifyOne();
     }
 }
 
 void WorkerPool::LeaveBlocking(Wait wait) noexcept {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     wait == Wait::Disk ? --m_numAtDisk : ++m_numActive;
 }
 
@@ -119,54 +124,58 @@ void WorkerPool::RunWorker(WorkerList::iterator self) {
     ObserveBlocking(this);
     {
         std::shared_ptr<const Runner> runner;  // outlives the lock, see `Close`
-        std::unique_lock lock(m_mutex);
+        MutexLock lock(m_mutex);
         m_isOneOnItsWay = false;
         runner = m_pRunner;
         do {
-            WorkWhileThereIsSome(lock, *runner);
+            WorkWhileThereIsSome(*runner);
         } while (WaitUntilWoken(lock, *self));
     }
     ObserveBlocking(nullptr);
     Leave(self);
 }
 
-void WorkerPool::WorkWhileThereIsSome(std::unique_lock<std::mutex>& lock, const Runner& runner) {
+void WorkerPool::WorkWhileThereIsSome(const Runner& runner) {
     while (!m_queue.empty() && NumActive() <= m_maxActive) {
         Work work = std::move(m_queue.front());
         m_queue.pop_front();
         ++m_numRunning;
         Worker* const woken = ChooseWhomToWake();
-        lock.unlock();
+        m_mutex.unlock();
         if (woken != nullptr) {
-            woken->wake.notify_one();
+            woken->wake.NotifyOne();
         }
         {
             const MemoryWatch watch;
             runner(*work);
             work.reset();
         }
-        lock.lock();
+        m_mutex.lock();
         --m_numRunning;
     }
     --m_numActive;
     if (m_isDraining && IsQuiet()) {
-        m_quiet.notify_all();
+        m_quiet.NotifyAll();
     }
 }
 
 // Nobody is left behind when this thread steps back or idles: then either nothing waits, or as many as
 // allowed are at work and come to the queue after their message.
-bool WorkerPool::WaitUntilWoken(std::unique_lock<std::mutex>& lock, Worker& self) {
+bool WorkerPool::WaitUntilWoken(MutexLock& lock, Worker& self) {
     if (m_isClosed) {
         return false;
     }
     m_idle.push_back(&self);
-    const auto isOver = [this, &self] { return self.isWoken || m_isClosed; };
-    if (m_idle.size() == 1) {
-        // The lowest stays the lowest until it is woken. It is the one that always stays.
-        self.wake.wait(lock, isOver);
-    } else {
-        self.wake.wait_for(lock, kIdleTime, isOver);
+    // The lowest stays the lowest until it is woken. It is the one that always stays.
+    const bool staysForEver = m_idle.size() == 1;
+    const auto deadline = Clock::now() + kIdleTime;
+    bool isTimeOver = false;
+    while (!self.isWoken && !m_isClosed && !isTimeOver) {
+        if (staysForEver) {
+            self.wake.Wait(lock);
+        } else {
+            isTimeOver = !self.wake.WaitUntil(lock, deadline);
+        }
     }
     if (self.isWoken) {
         self.isWoken = false;
@@ -181,7 +190,7 @@ bool WorkerPool::WaitUntilWoken(std::unique_lock<std::mutex>& lock, Worker& self
 void WorkerPool::Leave(WorkerList::iterator self) {
     WorkerList finished;
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         finished.swap(m_finished);
     }
     for (Worker& worker : finished) {
@@ -189,10 +198,10 @@ void WorkerPool::Leave(WorkerList::iterator self) {
             worker.thread.join();
         }
     }
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_spare.splice(m_spare.end(), finished);
     m_finished.splice(m_finished.end(), m_workers, self);
-    m_left.notify_all();
+    m_left.NotifyAll();
 }
 
 WorkerPool::Worker* WorkerPool::ChooseWhomToWake() noexcept {

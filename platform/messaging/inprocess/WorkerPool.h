@@ -2,21 +2,21 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "base/concurrency/BlockingRegion.h"
-#include "platform/messaging/inprocess/InProcessBusSettings.h"
+#include "base/concurrency/Mutex.h"
 #include "platform/messaging/inprocess/QueuedMessage.h"
 
 namespace PlatformAbstraction::Messaging {
+
+struct InProcessBusSettings;
 
 /// Whether a service has taken a message.
 enum class Acceptance {
@@ -51,7 +51,7 @@ public:
     ~WorkerPool() override = default;
 
     /// Takes the work, or leaves it to the caller: then the queue is full, or the pool is stopping.
-    Acceptance Post(Work& work);
+    [[nodiscard]] Acceptance Post(Work& work);
 
     /// From now on only messages that are part of work under way are taken.
     void Drain();
@@ -60,15 +60,15 @@ public:
     void WaitUntilQuiet(Clock::time_point deadline);
     /// Takes nothing any more, ends the threads and lets the runner go. Threads still at work at the deadline
     /// are detached, and what nobody came to is given back.
-    std::deque<Work> Close(Clock::time_point deadline);
+    [[nodiscard]] std::deque<Work> Close(Clock::time_point deadline);
 
     /// Whether the present thread is one of any pool's.
     static bool IsOnWorkerThread() noexcept;
 
 private:
     struct Worker {
-        std::condition_variable wake;
-        bool isWoken = false;
+        Condition wake;
+        bool isWoken = false;  // guarded by the pool's mutex
         std::thread thread;
     };
     using WorkerList = std::list<Worker>;
@@ -79,40 +79,42 @@ private:
     void LeaveBlocking(Wait wait) noexcept override;
 
     void RunWorker(WorkerList::iterator self);
-    void WorkWhileThereIsSome(std::unique_lock<std::mutex>& lock, const Runner& runner);
-    bool WaitUntilWoken(std::unique_lock<std::mutex>& lock, Worker& self);
+    void WorkWhileThereIsSome(const Runner& runner) QUILLON_REQUIRES(m_mutex);
+    bool WaitUntilWoken(MutexLock& lock, Worker& self) QUILLON_REQUIRES(m_mutex);
     void Leave(WorkerList::iterator self);
 
-    // All of these are called under the mutex.
-    Worker* ChooseWhomToWake() noexcept;
-    void TryToStartWorker() noexcept;
-    void StartWorker();
+    Worker* ChooseWhomToWake() noexcept QUILLON_REQUIRES(m_mutex);
+    void TryToStartWorker() noexcept QUILLON_REQUIRES(m_mutex);
+    void StartWorker() QUILLON_REQUIRES(m_mutex);
     /// Those that count against `threads`.
-    std::size_t NumActive() const noexcept { return m_numActive - std::min(m_numAtDisk, m_maxDiskStandIns); }
-    bool IsQuiet() const noexcept { return m_queue.empty() && m_numRunning == 0; }
+    std::size_t NumActive() const noexcept QUILLON_REQUIRES(m_mutex) {
+        return m_numActive - std::min(m_numAtDisk, m_maxDiskStandIns);
+    }
+    bool IsQuiet() const noexcept QUILLON_REQUIRES(m_mutex) { return m_queue.empty() && m_numRunning == 0; }
 
     const std::size_t m_maxActive;
     const std::size_t m_maxWorkers;
     const std::size_t m_maxDiskStandIns;
     const std::size_t m_maxQueued;
 
-    std::mutex m_mutex;
-    // Guarded by `m_mutex`:
-    std::deque<Work> m_queue;
-    std::shared_ptr<const Runner> m_pRunner;  // each thread holds it too
-    std::size_t m_numActive = 0;              // at work or on the way to it, and not waiting for a peer
-    std::size_t m_numAtDisk = 0;              // of them
-    std::size_t m_numRunning = 0;             // messages being answered
-    bool m_isOneOnItsWay = false;             // woken or started, and not at the queue yet
-    bool m_isDraining = false;
-    bool m_isClosed = false;
-    bool m_hasLackedThreads = false;
-    WorkerList m_workers;         // alive
-    std::vector<Worker*> m_idle;  // the last one idled last
-    WorkerList m_finished;        // left, to be joined
-    WorkerList m_spare;           // kept, since whoever woke a thread may touch it when the thread has left
-    std::condition_variable m_quiet;
-    std::condition_variable m_left;
+    Mutex m_mutex;
+    std::deque<Work> m_queue QUILLON_GUARDED_BY(m_mutex);
+    std::shared_ptr<const Runner> m_pRunner QUILLON_GUARDED_BY(m_mutex);  // each thread holds it too
+    // At work or on the way to it, and not waiting for a peer; of them those that wait for the disk.
+    std::size_t m_numActive QUILLON_GUARDED_BY(m_mutex) = 0;
+    std::size_t m_numAtDisk QUILLON_GUARDED_BY(m_mutex) = 0;
+    std::size_t m_numRunning QUILLON_GUARDED_BY(m_mutex) = 0;  // messages being answered
+    bool m_isOneOnItsWay QUILLON_GUARDED_BY(m_mutex) = false;  // woken or started, not at the queue yet
+    bool m_isDraining QUILLON_GUARDED_BY(m_mutex) = false;
+    bool m_isClosed QUILLON_GUARDED_BY(m_mutex) = false;
+    bool m_hasLackedThreads QUILLON_GUARDED_BY(m_mutex) = false;
+    WorkerList m_workers QUILLON_GUARDED_BY(m_mutex);         // alive
+    std::vector<Worker*> m_idle QUILLON_GUARDED_BY(m_mutex);  // the last one idled last
+    WorkerList m_finished QUILLON_GUARDED_BY(m_mutex);        // left, to be joined
+    // Kept, since whoever woke a thread may touch it when the thread has left.
+    WorkerList m_spare QUILLON_GUARDED_BY(m_mutex);
+    Condition m_quiet;
+    Condition m_left;
 };
 
 }  // namespace PlatformAbstraction::Messaging
