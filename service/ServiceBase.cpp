@@ -16,10 +16,7 @@
 #include "platform/messaging/ServiceInfoApi.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
-#include "service/BaseOptions.h"
-#include "service/OptionParser.h"
-#include "service/StartupParameters.h"
-#include "service/StoreSuffix.h"
+#include "service/ServiceOptions.h"
 
 namespace Weftline::Services {
 

@@ -1,4 +1,4 @@
-#include "service/OptionParser.h"
+#include "service/ServiceOptions.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <boost/program_options/variables_map.hpp>
 #include <iostream>
 
-#include "service/BaseOptions.h"
+#include "service/ServiceOptions.h"
 #include "tests/service/EnvironmentVariable.h"
 #include "tests/support/ConsoleCapture.h"
 

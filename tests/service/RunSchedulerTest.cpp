@@ -10,7 +10,7 @@
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/DeploymentMode.h"
 #include "platform/stores/StoreChoice.h"
-#include "service/StoreSuffix.h"
+#include "service/ServiceOptions.h"
 #include "tests/service/EnvironmentVariable.h"
 #include "tests/service/ScriptedService.h"
 #include "tests/stores/TempDirectory.h"
