@@ -21,14 +21,48 @@ spdlog::logger& Logger() {
     return *logger;
 }
 
-// The bytes of the control character at the beginning, or 0. Terminals follow U+0080 to U+009F, which are two
-// bytes, as they follow the escape character.
-std::size_t ControlLength(std::string_view text) {
-    const auto byteAt = [text](std::size_t n) { return static_cast<unsigned char>(text[n]); };
-    if (byteAt(0) < 0x20 || byteAt(0) == 0x7f) {
+void AppendEscape(std::string& line, char kind, unsigned value, unsigned digits) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    line.append({'\\', kind});
+    while (digits-- > 0) {
+        line.push_back(kHex[(value >> (4 * digits)) & 0xFU]);
+    }
+}
+
+// What ends a line, or turns the direction of what follows, for whoever shows Unicode.
+bool IsUnicodeControl(unsigned codePoint) {
+    return codePoint == 0x061c || codePoint == 0x200e || codePoint == 0x200f ||
+           (codePoint >= 0x2028 && codePoint <= 0x202e) || (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
+
+// Appends the escape of the control character that the text begins with, and gives its length; 0 where there
+// is none. Terminals follow U+0080 to U+009F, which are two bytes, as they follow the escape character.
+std::size_t EscapeControl(std::string_view text, std::string& line) {
+    const auto byteAt = [text](std::size_t n) -> unsigned {
+        return n < text.size() ? static_cast<unsigned char>(text[n]) : 0;
+    };
+    const auto isBehind = [&](std::size_t n) { return (byteAt(n) & 0xC0U) == 0x80; };
+    const unsigned first = byteAt(0);
+    if (first < 0x20 || first == 0x7f) {
+        AppendEscape(line, 'x', first, 2);
         return 1;
     }
-    return text.size() > 1 && byteAt(0) == 0xc2 && byteAt(1) >= 0x80 && byteAt(1) < 0xa0 ? 2 : 0;
+    if (first == 0xc2 && byteAt(1) >= 0x80 && byteAt(1) < 0xa0) {
+        AppendEscape(line, 'x', first, 2);
+        AppendEscape(line, 'x', byteAt(1), 2);
+        return 2;
+    }
+    const std::size_t length = first == 0xd8 ? 2 : 3;
+    if ((first != 0xd8 && first != 0xe2) || !isBehind(1) || !isBehind(length - 1)) {
+        return 0;
+    }
+    const unsigned codePoint = first == 0xd8 ? 0x0600 | (byteAt(1) & 0x3FU)
+                                             : 0x2000 | ((byteAt(1) & 0x3FU) << 6U) | (byteAt(2) & 0x3FU);
+    if (!IsUnicodeControl(codePoint)) {
+        return 0;
+    }
+    AppendEscape(line, 'u', codePoint, 4);
+    return length;
 }
 
 void Say(spdlog::level::level_enum level, std::string_view text) {
@@ -40,19 +74,14 @@ void Say(spdlog::level::level_enum level, std::string_view text) {
 }  // namespace
 
 std::string OneLine(std::string_view text) {
-    static constexpr char kHex[] = "0123456789abcdef";
     std::string line;
     line.reserve(text.size());
     while (!text.empty()) {
-        const std::size_t control = ControlLength(text);
-        for (const char character : text.substr(0, control)) {
-            const auto byte = static_cast<unsigned char>(character);
-            line.append("\\x").append(1, kHex[byte >> 4U]).append(1, kHex[byte & 0xFU]);
-        }
-        if (control == 0) {
+        const std::size_t escaped = EscapeControl(text, line);
+        if (escaped == 0) {
             line.push_back(text.front());
         }
-        text.remove_prefix(control == 0 ? 1 : control);
+        text.remove_prefix(escaped == 0 ? 1 : escaped);
     }
     return line;
 }

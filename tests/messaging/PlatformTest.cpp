@@ -15,6 +15,8 @@
 namespace PlatformAbstraction {
 namespace {
 
+using namespace std::literals;
+
 using testing::EndsWith;
 using testing::HasSubstr;
 
@@ -111,6 +113,13 @@ TEST_F(PlatformLog, SpeaksFromItsLevelOn) {
 TEST_F(PlatformLog, ATextIsOneLineWhateverItHolds) {
     EXPECT_THAT(Said([] { Log::Error("a\nb\r\x1b[0m\x7f\t\xc3\xa4\\n"); }),
                 EndsWith("Z [error] a\\x0ab\\x0d\\x1b[0m\\x7f\\x09\xc3\xa4\\n\n"));
+    EXPECT_EQ(Log::OneLine("\u061c\u200e\u200f\u2028\u2029\u202a\u202e\u2066\u2069"),
+              R"(\u061c\u200e\u200f\u2028\u2029\u202a\u202e\u2066\u2069)");
+    // Their neighbours, and sequences that are cut short or broken
+    for (const std::string_view shown : {"\u061b\u200d\u2010\u2027\u202f\u2065\u206a\u3028\u0628"sv, "\xd8"sv,
+                                         "\xe2\x80"sv, "\xe2\x80\xe8"sv, "\xe2\xc0\xa8"sv}) {
+        EXPECT_EQ(Log::OneLine(shown), shown);
+    }
 }
 
 }  // namespace
