@@ -1,11 +1,12 @@
 #include "base/concurrency/MemoryWatch.h"
 
 #include <sys/resource.h>
+#ifndef QUILLON_OTHER_ALLOCATOR
+#include <malloc.h>
+#endif
 
 #include <cstddef>
 #include <utility>
-
-#include "base/concurrency/FreeMemory.h"
 
 namespace PlatformAbstraction {
 
@@ -25,7 +26,24 @@ long NewFaultsOfThread() noexcept {
     return usage.ru_minflt - std::exchange(t_told, usage.ru_minflt);
 }
 
+// Bytes that were freed, and that the C library's allocator keeps for later. It looks through all of its
+// heaps. A sanitizer brings its own allocator; the C library's has never been used then, and takes questions
+// of several threads badly.
+std::size_t CountFreeBytes() noexcept {
+#ifdef QUILLON_OTHER_ALLOCATOR
+    return 0;
+#else
+    return mallinfo2().fordblks;
+#endif
+}
+
 }  // namespace
+
+void ReturnFreeMemory() noexcept {
+#ifndef QUILLON_OTHER_ALLOCATOR
+    malloc_trim(0);
+#endif
+}
 
 MemoryWatch::~MemoryWatch() {
     // The allocator keeps freed blocks wherever a smaller one still lives behind them.

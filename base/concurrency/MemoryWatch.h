@@ -14,4 +14,8 @@ public:
     MemoryWatch& operator=(const MemoryWatch&) = delete;
 };
 
+/// Gives what was freed, and is only kept for later, back to the system, as far as it makes up whole pages.
+/// Any thread may call.
+void ReturnFreeMemory() noexcept;
+
 }  // namespace PlatformAbstraction

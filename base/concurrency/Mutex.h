@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 
 /// Clang's thread-safety annotations: what a mutex guards and which functions want it held, checked by the
@@ -79,6 +80,33 @@ public:
 
 private:
     std::condition_variable m_condition;
+};
+
+/// A mutex that is given to threads in the order in which they came. For work that goes on for long in many
+/// pieces: a plain mutex goes back, time after time, to the thread that lets it go and wants it again at
+/// once. A standard Lockable but for `try_lock`; not recursive.
+class QUILLON_CAPABILITY("mutex") FairMutex {
+public:
+    void lock() QUILLON_ACQUIRE() {
+        MutexLock lock(m_mutex);
+        const std::uint64_t turn = m_nextTurn++;
+        while (turn != m_turnThatHasIt) {
+            m_isNext.Wait(lock);
+        }
+    }
+    void unlock() QUILLON_RELEASE() {
+        {
+            const MutexLock lock(m_mutex);
+            ++m_turnThatHasIt;
+        }
+        m_isNext.NotifyAll();
+    }
+
+private:
+    Mutex m_mutex;  // held for a moment only
+    Condition m_isNext;
+    std::uint64_t m_nextTurn QUILLON_GUARDED_BY(m_mutex) = 0;
+    std::uint64_t m_turnThatHasIt QUILLON_GUARDED_BY(m_mutex) = 0;
 };
 
 }  // namespace PlatformAbstraction

@@ -6,9 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "base/parameters/JsonPlain.h"
-#include "base/parameters/TreeNode.h"
-#include "base/parameters/Utf8.h"
+#include "base/parameters/JsonText.h"
+#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
 

@@ -5,9 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "base/parameters/KeyIndex.h"
-#include "base/parameters/NodeRef.h"
-#include "base/parameters/TreeValue.h"
+#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
 

@@ -4,9 +4,8 @@
 #include <cstring>
 #include <utility>
 
-#include "base/parameters/JsonPlain.h"
-#include "base/parameters/TreeNode.h"
-#include "base/parameters/Utf8.h"
+#include "base/parameters/JsonText.h"
+#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
 

@@ -6,11 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "base/parameters/TreeValue.h"
+#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
-
-class Node;
 
 /// Writes a tree as JSON text, however deep it is, without recursion. The text is always valid JSON: bytes
 /// of keys and texts that are no UTF-8 come out as U+FFFD. For one use by one thread.

@@ -1,8 +1,11 @@
 #include "base/parameters/KeyIndex.h"
 
 #include <bit>
+#include <cstring>
 #include <random>
 #include <utility>
+
+#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
 

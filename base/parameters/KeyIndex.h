@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "base/parameters/TreeValue.h"
-
 namespace CoreServices::Tree {
+
+struct Member;
 
 /// Finds keys among the members of one object: one after the other while these are few, through a hash table
 /// once there are many, so that a body of a million keys is not quadratic. The hash is keyed with a secret of

@@ -7,7 +7,7 @@
 
 #include "base/parameters/JsonReader.h"
 #include "base/parameters/JsonWriter.h"
-#include "base/parameters/TreeNode.h"
+#include "base/parameters/Tree.h"
 
 namespace CoreServices {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/parameters/NodeRef.h"
+#include "base/parameters/Tree.h"
 
 namespace CoreServices {
 

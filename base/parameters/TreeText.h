@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -59,14 +61,23 @@ private:
     static constexpr std::size_t kInlineCapacity = 23;
     static constexpr std::uint8_t kSharedMark = 0xFF;
 
+    using Count = std::atomic<std::size_t>;  // at the head of a block
+
     bool IsShared() const noexcept { return m_inlineSize == kSharedMark; }
     Shared LoadShared() const noexcept {
         Shared shared;
         std::memcpy(&shared, m_bytes, sizeof shared);
         return shared;
     }
-    void Retain() const noexcept;
-    void Release() noexcept;
+    Count* CountOfBlock() const noexcept {
+        return std::launder(reinterpret_cast<Count*>(const_cast<char*>(LoadShared().pChars) - sizeof(Count)));
+    }
+    void Retain() const noexcept { CountOfBlock()->fetch_add(1, std::memory_order_relaxed); }
+    void Release() noexcept {
+        Count* pCount = CountOfBlock();
+        if (pCount->fetch_sub(1, std::memory_order_acq_rel) == 1)
+            ::operator delete(pCount);
+    }
     void Swap(Text& other) noexcept {
         char bytes[kInlineCapacity];
         std::memcpy(bytes, m_bytes, sizeof bytes);
@@ -80,5 +91,20 @@ private:
 };
 
 static_assert(sizeof(Text) == 24);
+
+inline Text::Text(std::string_view text) {
+    if (text.size() <= kInlineCapacity) {
+        if (!text.empty())
+            std::memcpy(m_bytes, text.data(), text.size());
+        m_inlineSize = static_cast<std::uint8_t>(text.size());
+        return;
+    }
+    char* pBlock = static_cast<char*>(::operator new(sizeof(Count) + text.size()));
+    new (pBlock) Count(1);
+    std::memcpy(pBlock + sizeof(Count), text.data(), text.size());
+    const Shared shared{pBlock + sizeof(Count), text.size()};
+    std::memcpy(m_bytes, &shared, sizeof shared);
+    m_inlineSize = kSharedMark;
+}
 
 }  // namespace CoreServices::Tree

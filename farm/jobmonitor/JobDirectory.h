@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "Core/src/wf_Record.h"
-#include "base/concurrency/FairMutex.h"
 #include "base/concurrency/Mutex.h"
 #include "farm/jobmonitor/JobAnswer.h"
 #include "farm/jobmonitor/JobIndex.h"

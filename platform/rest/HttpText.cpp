@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "base/parameters/Utf8.h"
+#include "base/parameters/JsonText.h"
 
 namespace PlatformAbstraction::Rest {
 

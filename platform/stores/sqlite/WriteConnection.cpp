@@ -6,7 +6,7 @@
 #include <optional>
 #include <thread>
 
-#include "base/concurrency/FreeMemory.h"
+#include "base/concurrency/MemoryWatch.h"
 #include "base/failpoint/Failpoint.h"
 #include "platform/stores/sqlite/Connection.h"
 #include "platform/stores/sqlite/JoinedWrites.h"

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace CoreServices::Tree {
+
+// The characters of a JSON text, which is UTF-8.
 
 /// The length of the run at the beginning of `text` that stands for itself inside a JSON text: ASCII other
 /// than control characters, the quote and the backslash.
@@ -12,5 +15,12 @@ std::size_t PlainRunLength(std::string_view text) noexcept;
 /// The same, and copies the run to `to`, where there must be room for all of `text`: what lies behind the
 /// copied run is undefined afterwards.
 std::size_t CopyPlainRun(std::string_view text, char* to) noexcept;
+
+/// The length (1 to 4) of the well-formed UTF-8 sequence at the beginning of `text`, which is not empty.
+/// 0 where there is none: stray, missing or overlong bytes, surrogates, beyond U+10FFFF.
+std::size_t Utf8SequenceLength(std::string_view text) noexcept;
+
+/// `codePoint` is a Unicode scalar value.
+void AppendUtf8(std::string& out, char32_t codePoint);
 
 }  // namespace CoreServices::Tree
