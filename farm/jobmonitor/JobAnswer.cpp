@@ -64,6 +64,23 @@ Parameters ParentOf(const IndexedJob& entry) {
     return parent;
 }
 
+/// A date as job managers tell it, "2026-11-22T20:06:45.000Z", of one as records hold it; empty where that is
+/// none.
+std::string ManagerDate(const std::string& extendedIsoUtc) {
+    constexpr std::string_view kForm = "0000-00-00T00:00:00";
+    if (extendedIsoUtc.size() < kForm.size()) {
+        return {};
+    }
+    for (std::size_t i = 0; i < kForm.size(); ++i) {
+        const char c = extendedIsoUtc[i];
+        const bool isRight = kForm[i] == '0' ? c >= '0' && c <= '9' : c == kForm[i];
+        if (!isRight) {
+            return {};
+        }
+    }
+    return extendedIsoUtc.substr(0, kForm.size()) + ".000Z";
+}
+
 }  // namespace
 
 IndexedJob MakeEntry(const Record& job, std::int64_t order) {
@@ -99,21 +116,6 @@ Parameters DescribeJob(const ListedJob& listed, const SubTasks& subTasks) {
     answer.SetParameter(Shared::CreatedDateTime, TextOf(publicData, Shared::CreatedDateTime));
     answer.SetChildParameters(Shared::Parent, ParentOf(listed.entry));
     return answer;
-}
-
-std::string ManagerDate(const std::string& extendedIsoUtc) {
-    constexpr std::string_view kForm = "0000-00-00T00:00:00";
-    if (extendedIsoUtc.size() < kForm.size()) {
-        return {};
-    }
-    for (std::size_t i = 0; i < kForm.size(); ++i) {
-        const char c = extendedIsoUtc[i];
-        const bool isRight = kForm[i] == '0' ? c >= '0' && c <= '9' : c == kForm[i];
-        if (!isRight) {
-            return {};
-        }
-    }
-    return extendedIsoUtc.substr(0, kForm.size()) + ".000Z";
 }
 
 }  // namespace Quillon::Farm

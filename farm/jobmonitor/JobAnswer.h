@@ -32,8 +32,4 @@ IndexedJob MakeEntry(const Weftline::Record& job, std::int64_t order);
 /// of a failed job its `failureReason`; `details` names the subtasks, where there are some.
 CoreServices::Parameters DescribeJob(const ListedJob& listed, const SubTasks& subTasks = {});
 
-/// A date as job managers tell it, "2026-11-22T20:06:45.000Z", of one as records hold it; empty where that is
-/// none.
-std::string ManagerDate(const std::string& extendedIsoUtc);
-
 }  // namespace Quillon::Farm

@@ -1,19 +1,18 @@
 #include <algorithm>
-#include <array>
 #include <atomic>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <latch>
 #include <sstream>
 #include <thread>
 #include <vector>
 
-#include "farm/jobmonitor/JobAnswer.h"
 #include "farm/jobmonitor/JobDirectory.h"
 #include "farm/jobmonitor/JobMonitorService.h"
-#include "handlers/admin/FindJobsEx.h"
-#include "handlers/admin/PurgeObsoleteJobs.h"
-#include "platform/jobmanager/JobManager.h"
+#include "handlers/admin/JobMessages.h"
+#include "handlers/admin/RemoveObsoleteJobsHandler.h"
 #include "tests/farm/FarmFixture.h"
 #include "tests/inprocess/BusStories.h"
 
@@ -26,6 +25,7 @@ using TestSupport::FarmFixture;
 namespace JobKinds = Weftline::JobKinds;
 namespace Shared = Weftline::Keys;
 namespace Messaging = PlatformAbstraction::Messaging;
+namespace Scheduler = Weftline::Services::Scheduler;
 
 class JobMonitorTest : public FarmFixture {
 protected:
@@ -46,6 +46,15 @@ protected:
         dispatch.parameters = Parameters::fromJSON(request);
         return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(dispatch));
     }
+    void AttachScheduler(const std::shared_ptr<Messaging::ServiceMessageHandler>& handler) {
+        const auto scheduler = TestSupport::MakeService("scheduler", {});
+        scheduler->AddMessageHandler(handler);
+        bus->Attach(scheduler);
+    }
+    std::string AskScheduler(const std::string& operation, const std::string& request) {
+        return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(
+            TestSupport::To("scheduler", operation, Parameters::fromJSON(request))));
+    }
     /// The ids of the jobs that `findJobs` gives.
     std::string FindJobs(const std::string& request) { return IdsIn(Ask("findJobs", request)); }
     static std::string IdsIn(const std::string& answer) {
@@ -54,19 +63,19 @@ protected:
         for (std::size_t n = 0; n < results.GetArrayNumValues(); ++n) {
             std::string id;
             results.GetArrayNthChildParameters(n).GetParameter(Shared::Id, id);
-            ids += (ids.empty() ? "" : " ") + id;
+            ids += (n == 0 ? "" : " ") + id;
         }
         return ids;
     }
-
-    static std::string Ids(const std::vector<ListedJob>& page) {
-        std::string ids;
-        for (const ListedJob& job : page) {
-            ids += (ids.empty() ? "" : " ") + job.entry.id;
+    /// Jobs named by their number, in its order.
+    void SubmitUpTo(int last) {
+        while (submitted < last) {
+            Submit({.id = std::to_string(++submitted)});
         }
-        return ids;
     }
 
+    const std::string kKind{JobKinds::Transcode};
+    int submitted = 0;
     std::shared_ptr<Messaging::InProcessBus> bus;
     std::shared_ptr<JobDirectory> jobs;
 };
@@ -76,6 +85,7 @@ TEST_F(JobMonitorTest, ListsJobsNewestFirstByCreatorAndParent) {
     Submit({.id = "2", .creator = "me", .parent = "1"});
     Submit({.id = "3", .creator = "you", .parent = "1"});
     Submit({.id = "4"});
+    Submit({.id = "3", .creator = "you", .parent = "1"});  // once more, in its place
     const std::pair<const char*, const char*> rows[] = {
         {R"({"offset":0,"limit":100,"body":{}})", "4 3 2 1"},
         {"{}", "4 3 2 1"},
@@ -128,39 +138,41 @@ TEST_F(JobMonitorTest, TellsOneJobInFull) {
 }
 
 TEST_F(JobMonitorTest, KeepsPagesFullWhenRecordsAreGone) {
-    for (int n = 1; n <= 9; ++n) {
-        Submit({.id = std::to_string(n)});
-    }
+    SubmitUpTo(9);
     EXPECT_EQ(FindJobs(R"({"limit":3})"), "9 8 7");
     ASSERT_TRUE(ObjectStore().DeleteMany({"9", "7", "6", "3"}));
     EXPECT_EQ(FindJobs(R"({"limit":3})"), "8 5 4");
-    EXPECT_EQ(jobs->CountOfKind(std::string(JobKinds::Transcode)), 6) << "job 3 was not met yet";
-    EXPECT_EQ(jobs->OfKind(std::string(JobKinds::Transcode), {0, 3}).size(), 3U);
+    EXPECT_EQ(jobs->CountOfKind(kKind), 6) << "job 3 was not met yet";
+    EXPECT_EQ(jobs->OfKind(kKind, {0, 3}).size(), 3U);
     EXPECT_EQ(FindJobs(R"({"offset":3,"limit":3})"), "2 1");
-    EXPECT_EQ(jobs->CountOfKind(std::string(JobKinds::Transcode)), 5);
+    EXPECT_EQ(jobs->CountOfKind(kKind), 5);
 }
 
 TEST_F(JobMonitorTest, APageGoesOnWhereTheOneBeforeOfItsCallEnded) {
-    for (int n = 1; n <= 6; ++n) {
-        Submit({.id = std::to_string(n)});
-    }
-    const std::string kind(JobKinds::Transcode);
+    const auto ids = [](const std::vector<ListedJob>& page) {
+        std::string text;
+        for (const ListedJob& job : page) {
+            text += job.entry.id;
+        }
+        return text;
+    };
     const Messaging::MessageId one{1, 1};
     const Messaging::MessageId another{1, 2};
-    EXPECT_EQ(Ids(jobs->Newest({}, {0, 2, one})), "6 5");
-    EXPECT_EQ(Ids(jobs->OfKind(kind, {0, 2, one})), "1 2");
-    Submit({.id = "7"});
-    EXPECT_EQ(Ids(jobs->Newest({}, {0, 2, another})), "7 6");
-    EXPECT_EQ(Ids(jobs->Newest({}, {0, 2})), "7 6");
-    Submit({.id = "8"});
+    SubmitUpTo(6);
+    EXPECT_EQ(ids(jobs->Newest({}, {0, 2, one})), "65");
+    EXPECT_EQ(ids(jobs->OfKind(kKind, {0, 2, one})), "12");
+    SubmitUpTo(7);
+    EXPECT_EQ(ids(jobs->Newest({}, {0, 2, another})), "76");
+    EXPECT_EQ(ids(jobs->Newest({}, {0, 2})), "76");
+    SubmitUpTo(8);
     EXPECT_TRUE(jobs->Remove("2") && jobs->Remove("5"));
-    EXPECT_EQ(Ids(jobs->Newest({}, {2, 2, one})), "4 3");
-    EXPECT_EQ(Ids(jobs->Newest({}, {1, 2, one})), "4 3") << "another page counts from where its call began";
-    EXPECT_EQ(Ids(jobs->Newest({}, {2, 2})), "4 3") << "who is not known shares the last beginning";
-    EXPECT_EQ(Ids(jobs->Newest({}, {2, 2, another})), "4 3");
-    EXPECT_EQ(Ids(jobs->Newest({}, {4, 2, another})), "1");
-    EXPECT_EQ(Ids(jobs->OfKind(kind, {2, 2, one})), "3 4");
-    EXPECT_EQ(Ids(jobs->OfKind(kind, {4, 9, one})), "6 7 8");
+    EXPECT_EQ(ids(jobs->Newest({}, {2, 2, one})), "43");
+    EXPECT_EQ(ids(jobs->Newest({}, {1, 2, one})), "43") << "another page counts from where its call began";
+    EXPECT_EQ(ids(jobs->Newest({}, {2, 2})), "43") << "who is not known shares the last beginning";
+    EXPECT_EQ(ids(jobs->Newest({}, {2, 2, another})), "43");
+    EXPECT_EQ(ids(jobs->Newest({}, {4, 2, another})), "1");
+    EXPECT_EQ(ids(jobs->OfKind(kKind, {2, 2, one})), "34");
+    EXPECT_EQ(ids(jobs->OfKind(kKind, {4, 9, one})), "678");
 
     PagePlaces places;
     for (std::uint64_t call = 1; call <= PagePlaces::kMost + 1; ++call) {
@@ -171,102 +183,69 @@ TEST_F(JobMonitorTest, APageGoesOnWhereTheOneBeforeOfItsCallEnded) {
 }
 
 TEST_F(JobMonitorTest, PagesOfACallAreOneListWhoeverElseListsAndSubmits) {
-    constexpr int kClients = 4;
-    constexpr int kLists = 8;
-    constexpr std::size_t kLimit = 250;
-    int submitted = 0;
-    const auto submit = [&] { Submit({.id = std::to_string(++submitted)}); };
-    while (submitted < 260) {
-        submit();
-    }
-    auto scheduler = TestSupport::MakeService("scheduler", {});
-    scheduler->AddMessageHandler(std::make_shared<Weftline::Services::Scheduler::FindJobsEx>());
-    bus->Attach(scheduler);
-    std::atomic<int> atWork = kClients;
-    std::vector<std::jthread> clients;
-    for (int client = 0; client < kClients; ++client) {
-        clients.emplace_back([&] {
-            for (int n = 0; n < kLists; ++n) {
-                const auto future = bus->GetMessaging()->SendRequest(
-                    TestSupport::To("scheduler", "findJobsEx", Parameters::fromJSON(R"({"limit":250})")));
-                std::istringstream ids(IdsIn(TestSupport::EndOf(*future)));
-                const std::vector<int> list{std::istream_iterator<int>(ids), {}};
-                ASSERT_EQ(list.size(), kLimit);
-                EXPECT_EQ(std::adjacent_find(list.begin(), list.end(),
-                                             [](int newer, int older) { return newer != older + 1; }),
-                          list.end());
-            }
-            --atWork;
-        });
-    }
+    SubmitUpTo(260);
+    AttachScheduler(std::make_shared<Scheduler::FindJobsEx>());
+    std::atomic<int> atWork = 4;
+    const auto list = [&] {
+        for (int n = 0; n < 8; ++n) {
+            std::istringstream ids(IdsIn(AskScheduler("findJobsEx", R"({"limit":250})")));
+            const std::vector<int> page{std::istream_iterator<int>(ids), {}};
+            EXPECT_EQ(page.size(), 250U);
+            EXPECT_EQ(std::ranges::adjacent_find(page, [](int a, int b) { return a != b + 1; }), page.end());
+        }
+        --atWork;
+    };
+    const std::jthread clients[] = {std::jthread(list), std::jthread(list), std::jthread(list),
+                                    std::jthread(list)};
     while (atWork > 0) {
-        submit();
+        SubmitUpTo(submitted + 1);
     }
 }
 
 TEST_F(JobMonitorTest, APurgeTakesAllSubtasksHoweverMany) {
-    constexpr int kSubTasks = 230;
-    const std::string kind(JobKinds::Export);
-    Submit({.id = "parent", .kind = kind});
-    for (int n = 0; n < kSubTasks; ++n) {
+    Submit({.id = "parent", .kind = "old"});
+    for (int n = 0; n < 230; ++n) {
         Submit({.id = std::to_string(n), .parent = "parent"});
     }
-    namespace Scheduler = Weftline::Services::Scheduler;
-    const CommonServices::JobManager manager;
-    const auto messaging = bus->GetMessaging();
-    const auto found = Scheduler::FindAllJobsOfKind(messaging, {}, kind, manager);
-    ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(Scheduler::RemoveJobAndSubTasks(messaging, {}, found[0], manager), kSubTasks + 1);
+    const auto inPlace = [](const std::function<void()>& work) { work(); };
+    AttachScheduler(std::make_shared<Scheduler::RemoveObsoleteJobsHandler>(nullptr, inPlace));
+    EXPECT_EQ(AskScheduler("RemoveObsoleteJobs", R"({"CreationDate":"2999-01-01T00:00:00","kind":"old"})"),
+              "{}");
     EXPECT_EQ(FindJobs("{}"), "");
 }
 
-TEST_F(JobMonitorTest, RemovesAJobOnceTheCoordinatorHasGivenItUp) {
+TEST_F(JobMonitorTest, RemovesAJobOnceAndAfterTheCoordinatorHasGivenItUp) {
     Submit({.id = "j"});
-    EXPECT_EQ(FindJobs("{}"), "j");
-    bool isRefused = true;
-    bool wasThere = false;
+    std::function<void()> coordinate = [] { throw std::runtime_error("not now"); };
     bus->Attach(TestSupport::MakeService(std::string(Weftline::ServiceNames::Coordinator),
                                          {{"forgetJob", [&](const auto& request, const auto&) {
-                                               wasThere = Find("j").has_value();
-                                               if (isRefused) {
-                                                   throw std::runtime_error("not now");
-                                               }
+                                               coordinate();
                                                return request;
                                            }}}));
-    EXPECT_EQ(Ask("removeJob", R"({"id":"j"})"), "GENERIC_SERVICE_ERROR");
-    EXPECT_EQ(FindJobs("{}"), "j");
-    isRefused = false;
-    EXPECT_EQ(Ask("removeJob", R"({"id":"j","identity":{}})"), R"({"id":"j"})");
-    EXPECT_TRUE(wasThere);
+    const std::string request = R"({"id":"j","identity":{}})";
+    EXPECT_EQ(Ask("removeJob", request), "GENERIC_SERVICE_ERROR");
+    coordinate = [this] { EXPECT_TRUE(Find("j")); };
+    EXPECT_EQ(Ask("removeJob", request), R"({"id":"j"})");
     EXPECT_FALSE(Find("j"));
     EXPECT_EQ(FindJobs("{}"), "");
-    EXPECT_EQ(Ask("removeJob", R"({"id":"j"})"), "NOT_FOUND");
-}
+    EXPECT_EQ(Ask("removeJob", request), "NOT_FOUND");
 
-TEST_F(JobMonitorTest, OneRemovalAloneOfAJobSucceeds) {
-    constexpr int kRemovals = 8;
+    // Of several at the same time one alone succeeds, and it comes while the coordinator is asked.
     Submit({.id = "j"});
-    std::latch start(kRemovals);
-    std::atomic<int> removed = 0;
-    {
-        std::vector<std::jthread> threads;
-        for (int n = 0; n < kRemovals; ++n) {
-            threads.emplace_back([&] {
+    coordinate = [this] {
+        std::atomic<int> removed = 0;
+        std::latch start(8);
+        std::vector<std::jthread> removals(8);
+        for (std::jthread& removal : removals) {
+            removal = std::jthread([&] {
                 start.arrive_and_wait();
                 removed += jobs->Remove("j") ? 1 : 0;
             });
         }
-    }
-    EXPECT_EQ(removed, 1);
-
-    // Another removal comes in while the coordinator is asked.
-    Submit({.id = "k"});
-    bus->Attach(TestSupport::MakeService(std::string(Weftline::ServiceNames::Coordinator),
-                                         {{"forgetJob", [&](const auto& request, const auto&) {
-                                               EXPECT_TRUE(jobs->Remove("k"));
-                                               return request;
-                                           }}}));
-    EXPECT_EQ(Ask("removeJob", R"({"id":"k"})"), "NOT_FOUND");
+        removals.clear();
+        EXPECT_EQ(removed, 1);
+    };
+    EXPECT_EQ(Ask("removeJob", request), "NOT_FOUND");
 }
 
 TEST_F(JobMonitorTest, FollowsTheLogOfTheStoreThatIsThere) {
@@ -288,30 +267,17 @@ TEST_F(JobMonitorTest, FollowsTheLogOfTheStoreThatIsThere) {
     StartMonitor();
     EXPECT_EQ(FindJobs("{}"), "4 3");
 
-    // Each page of the index behind the first is damaged in turn.
+    // Each page of the index is damaged in turn.
     const std::string index = directory.File("index");
-    for (std::streamoff page = 1; page < 9; ++page) {
+    for (std::streamoff page = 0; page < 9; ++page) {
         constexpr std::streamoff kPageSize = 4096;
         StopMonitor();
         std::fstream(index, std::ios::in | std::ios::out | std::ios::binary).seekp(page * kPageSize)
             << std::string(kPageSize, '\xA5');
         StartMonitor();
+        EXPECT_EQ(std::filesystem::status(index).permissions(), std::filesystem::perms{0600});
         EXPECT_EQ(FindJobs("{}"), "4 3") << page;
         EXPECT_EQ(FindJobs(R"({"body":{"parent":{"id":null}}})"), "4 3") << page;
-    }
-}
-
-TEST(JobAnswerTest, TellsDatesAsJobManagersDo) {
-    const std::array<std::pair<const char*, const char*>, 6> rows{{
-        {"2026-11-22T20:06:45", "2026-11-22T20:06:45.000Z"},
-        {"2026-11-22T20:06:45.123456", "2026-11-22T20:06:45.000Z"},
-        {"", ""},
-        {"2026-11-22", ""},
-        {"2026-11-22 20:06:45", ""},
-        {"yesterday, at twenty past", ""},
-    }};
-    for (const auto& [date, told] : rows) {
-        EXPECT_EQ(ManagerDate(date), told) << date;
     }
 }
 
