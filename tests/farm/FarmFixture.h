@@ -55,8 +55,11 @@ protected:
         job.SetIdentity(identity);
         job.SetProcessingData(CoreServices::Parameters::fromJSON(order.processingData));
         ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job.ToRecord()));
-        ASSERT_TRUE(CommonServices::EventStore({}).Produce(
-            Weftline::DataModel::MakeJobCreatedEvent(order.id, "queue"), true));
+        Announce(order.id);
+    }
+    static void Announce(const std::string& id) {
+        const auto event = Weftline::DataModel::MakeJobCreatedEvent(id, "queue");
+        ASSERT_TRUE(CommonServices::EventStore({}).Produce(event, true));
     }
 
     static std::optional<Weftline::Record> Find(const std::string& id) {
