@@ -6,6 +6,7 @@
 #include <exception>
 #include <future>
 #include <set>
+#include <stdexcept>
 #include <string_view>
 
 #include "Core/src/Vocabulary.h"
@@ -31,14 +32,13 @@ constexpr std::int32_t kLargestPage = 60;
 // From here on the deletion takes long enough to be worth a thread.
 constexpr std::size_t kManyResults = 500;
 
-/// The trees of the results whose places `keep(place)` picks, in order. The others are parsed too and
-/// dropped: a result that is not JSON fails here, wherever it stands.
-template <class Keep>
-std::vector<Parameters> ParseResults(const std::vector<Record>& results, Keep keep) {
+/// The trees of the results that `page` shows, in order. The others are parsed too and dropped: a result that
+/// is not JSON fails here, wherever it stands.
+std::vector<Parameters> ParseResults(const std::vector<Record>& results, const ResultPage& page) {
     std::vector<Parameters> trees;
     for (std::size_t place = 0; place < results.size(); ++place) {
         auto tree = Parameters::fromJSON(results[place].recordData);
-        if (keep(place)) {
+        if (page.begin <= place && place < page.end) {
             trees.push_back(std::move(tree));
         }
     }
@@ -85,16 +85,17 @@ void AnswerWithVideoFormats(const std::vector<Record>& results, const Parameters
     request.GetParameter(Keys::PageOffset, offset);
     request.GetParameter(Keys::PageSize, size);
     size = std::min(size, kLargestPage);
-    const ResultPage page(size, offset, results.size());
-    const std::vector<Parameters> trees =
-        ParseResults(results, [&page](std::size_t place) { return page.Contains(place); });
-    if (page.IsBeyondTotal()) {
+    const ResultPage page = FindResultPage(size, offset, results.size());
+    const std::vector<Parameters> trees = ParseResults(results, page);
+    if (page.begin > results.size()) {
         response.RespondGenericError("PageOffset: " + std::to_string(offset) +
                                      " for PageSize: " + std::to_string(size) +
                                      " exceeds FoundFormats: " + std::to_string(results.size()));
         return;
     }
-    page.CheckOrder();
+    if (page.end < page.begin) {
+        throw std::length_error("vector too long");
+    }
     response.RespondOK(WriteFormats<VideoFormatV2>(
         request, ReadFormats<VideoFormat>(trees), [offset, size]<class Format>(std::vector<Format> list) {
             const auto found = static_cast<std::int32_t>(list.size());
@@ -105,7 +106,7 @@ void AnswerWithVideoFormats(const std::vector<Record>& results, const Parameters
 void AnswerWithAudioFormats(const std::vector<Record>& results, const Parameters& request,
                             ServiceMessageResponse& response) {
     // All are parsed before the first is read: which of two bad records is reported follows from that.
-    const std::vector<Parameters> trees = ParseResults(results, [](std::size_t) { return true; });
+    const std::vector<Parameters> trees = ParseResults(results, {0, results.size()});
     response.RespondOK(WriteFormats<AudioFormatV2>(
         request, ReadFormats<AudioFormat>(trees), []<class Format>(std::vector<Format> list) {
             const auto found = static_cast<std::int32_t>(list.size());

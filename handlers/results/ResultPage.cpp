@@ -1,7 +1,6 @@
 #include "handlers/results/ResultPage.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace Weftline::Services::Scheduler {
 
@@ -23,16 +22,9 @@ std::uint64_t AsPlace(std::int32_t value) noexcept {
 
 }  // namespace
 
-ResultPage::ResultPage(std::int32_t size, std::int32_t offset, std::size_t total) noexcept : m_total(total) {
+ResultPage FindResultPage(std::int32_t size, std::int32_t offset, std::size_t total) noexcept {
     const std::int32_t start = MultiplyWrapping(size, offset);
-    m_begin = AsPlace(start);
-    m_end = std::min(AsPlace(AddWrapping(start, size)), m_total);
-}
-
-void ResultPage::CheckOrder() const {
-    if (m_end < m_begin) {
-        throw std::length_error("vector too long");
-    }
+    return {AsPlace(start), std::min<std::uint64_t>(AsPlace(AddWrapping(start, size)), total)};
 }
 
 }  // namespace Weftline::Services::Scheduler

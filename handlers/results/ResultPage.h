@@ -5,25 +5,16 @@
 
 namespace Weftline::Services::Scheduler {
 
-/// The part of a list that one page shows, by the rules that clients know: the first element is page size
-/// times page offset in 32-bit arithmetic that wraps, and a negative place counts as one far beyond every
-/// list. So a page that ends at a negative place runs to the end of the list, and one that begins there is
-/// beyond it.
-class ResultPage {
-public:
-    /// `offset` counts pages; `total` is the length of the list.
-    ResultPage(std::int32_t size, std::int32_t offset, std::size_t total) noexcept;
-
-    /// The page begins behind the end of the list. A page that begins at the end is empty and not beyond.
-    bool IsBeyondTotal() const noexcept { return m_begin > m_total; }
-    bool Contains(std::size_t place) const noexcept { return m_begin <= place && place < m_end; }
-    /// Throws `std::length_error` ("vector too long") for a page that ends before it begins.
-    void CheckOrder() const;
-
-private:
-    std::uint64_t m_total;
-    std::uint64_t m_begin;
-    std::uint64_t m_end;
+/// The places of a list that one page shows: from `begin` up to `end`. A page that begins behind the end of
+/// the list shows none, and so does one whose end comes before its begin.
+struct ResultPage {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;  ///< not behind the end of the list
 };
+
+/// The page by the rules that clients know: it begins at page size times page offset, which counts pages, in
+/// 32-bit arithmetic that wraps, and a negative place counts as one far beyond every list. So a page that
+/// ends at a negative place runs to the end of the list, and one that begins there is beyond it.
+ResultPage FindResultPage(std::int32_t size, std::int32_t offset, std::size_t total) noexcept;
 
 }  // namespace Weftline::Services::Scheduler
