@@ -3,18 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace Weftline::Services {
 namespace {
 
 TEST(CommandLine, SplitsByTheRulesOfWindowsPrograms) {
-    struct Row {
-        std::string name;
-        std::string line;
-        std::vector<std::string> words;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, std::vector<std::string>> rows[] = {
         {"nothing", "", {}},
         {"white space alone", " \t\r\n\v\f ", {}},
         {"joined arguments end in a blank", "--port 1234 --realm=blue ", {"--port", "1234", "--realm=blue"}},
@@ -36,8 +32,8 @@ TEST(CommandLine, SplitsByTheRulesOfWindowsPrograms) {
         {"bytes beyond ASCII", "f\xC3\xBC\xC2\xA0r x", {"f\xC3\xBC\xC2\xA0r", "x"}},
         {"a zero byte is a character", std::string("a\0b", 3), {std::string("a\0b", 3)}},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(SplitCommandLine(row.line), row.words) << row.name;
+    for (const auto& [name, line, words] : rows) {
+        EXPECT_EQ(SplitCommandLine(line), words) << name;
     }
 }
 

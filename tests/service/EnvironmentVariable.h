@@ -7,8 +7,7 @@
 namespace Weftline::Services {
 
 /// A variable of the process's environment for as long as this lives. For one thread.
-class EnvironmentVariable {
-public:
+struct EnvironmentVariable {
     EnvironmentVariable(std::string name, const std::string& value) : m_name(std::move(name)) {
         setenv(m_name.c_str(), value.c_str(), 1);
     }
@@ -16,7 +15,6 @@ public:
     EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
     ~EnvironmentVariable() { unsetenv(m_name.c_str()); }
 
-private:
     const std::string m_name;
 };
 

@@ -1,6 +1,9 @@
+#include <fstream>
 #include <map>
+#include <regex>
 #include <set>
 
+#include "Core/src/SubmitOperations.h"
 #include "platform/messaging/ServiceInfo.h"
 #include "service/SchedulerService.h"
 #include "tests/support/HandlerFixture.h"
@@ -11,24 +14,25 @@ namespace {
 namespace Messaging = PlatformAbstraction::Messaging;
 using PlatformAbstraction::HTTPMethod;
 
-// The whole table, in the order of registration: kind, name, method, path and number of examples; with a
-// submission the kind of its job, behind "orvik.quillon.".
+// The whole table, in the order of registration: kind, name, method, path and number of examples. A
+// submission goes on with its job: kind, evaluation, name, the media task and the name of that in reports,
+// whether the job goes on after a failed task, and whether it may name a profile.
 constexpr char kMessages[] = R"(
-submission SubmitTranscode POST /submitTranscode 3 transcode
-submission SubmitConsolidate POST /submitConsolidate 2 consolidate
-submission SubmitMixdown POST /submitMixdown 3 mixdown
-submission SubmitRender POST /submitRender 3 render
-submission SubmitExport POST /submitExport 1 export
-submission SubmitDataExtract POST /submitDataExtract 1 dataextract
-submission SubmitProxyCreation POST /submitProxyCreation 1 proxycreation
-submission SubmitDynamicRelink POST /submitDynamicRelink 2 metadata.dynamicrelink
-submission VerifyAccessToMedia POST /verifyAccessToMedia 1 metadata.verifyaccess
-submission SubmitExportQuery POST /submitExportQuery 3 metadata.query.export
-submission SubmitVideoFormatsQuery POST /submitVideoFormatsQuery 3 metadata.query.video
-submission SubmitAudioFormatsQuery POST /submitAudioFormatsQuery 2 metadata.query.audio
-submission SubmitSourceAvailabilityQuery POST /submitSourceAvailabilityQuery 1 metadata.sourceavailability
-submission SubmitMobIDsFromContainerQuery POST /submitMobIDsFromContainerQuery 1 metadata.mobidsfromcontainer
-submission SubmitSuitableMastersQuery POST /submitSuitableMastersQuery 1 metadata.query.suitablemasters
+submission SubmitTranscode POST /submitTranscode 3 transcode transcode Transcode transcode "Transcode" profile
+submission SubmitConsolidate POST /submitConsolidate 2 consolidate consolidate Consolidate consolidate "Consolidate"
+submission SubmitMixdown POST /submitMixdown 3 mixdown eval.mixdown Mixdown mixdown "Mixdown"
+submission SubmitRender POST /submitRender 3 render render Render render.video "Video precompute"
+submission SubmitExport POST /submitExport 1 export export Export export "Export"
+submission SubmitDataExtract POST /submitDataExtract 1 dataextract dataextract DataExtract dataextract "DataExtract"
+submission SubmitProxyCreation POST /submitProxyCreation 1 proxycreation proxycreation ProxyCreation proxycreation "ProxyCreation" goes-on profile
+submission SubmitDynamicRelink POST /submitDynamicRelink 2 metadata.dynamicrelink dynamicrelink DynamicRelink
+submission VerifyAccessToMedia POST /verifyAccessToMedia 1 metadata.verifyaccess verifyaccess VerifyAccessToMedia
+submission SubmitExportQuery POST /submitExportQuery 3 metadata.query.export query.exporttypes ExportQuery
+submission SubmitVideoFormatsQuery POST /submitVideoFormatsQuery 3 metadata.query.video query.video VideoFormatsQuery
+submission SubmitAudioFormatsQuery POST /submitAudioFormatsQuery 2 metadata.query.audio query.audio AudioFormatsQuery
+submission SubmitSourceAvailabilityQuery POST /submitSourceAvailabilityQuery 1 metadata.sourceavailability sourceavailability SourceAvailability
+submission SubmitMobIDsFromContainerQuery POST /submitMobIDsFromContainerQuery 1 metadata.mobidsfromcontainer mobidsfromcontainer MobIDsFromContainer
+submission SubmitSuitableMastersQuery POST /submitSuitableMastersQuery 1 metadata.query.suitablemasters query.suitablemasters SuitableMastersQuery
 v1 RemoveObsoleteJobs GET / 1
 v1 getVideoFormats GET /formats/video 3
 v1 getAudioFormats GET /formats/audio 2
@@ -51,6 +55,24 @@ v2 getUniqueExportPlugins GET /uniqueExportPlugins 1
 v2 getProfiles GET /profiles 1
 )";
 
+std::string Behind(std::string_view prefix, std::string_view text) {
+    EXPECT_TRUE(text.starts_with(prefix)) << text;
+    return " " + std::string(text.substr(prefix.size()));
+}
+
+std::string DescribeJob(const Messaging::SubmitOpJobInfo& job) {
+    const SubmitOperations::Row* const row = SubmitOperations::FindByJobKind(job.jobKind);
+    EXPECT_EQ(row, SubmitOperations::FindByEvalTaskKind(job.evalTaskKind)) << job.jobKind;
+    std::string text = Behind("orvik.quillon.", job.jobKind) +
+                       Behind("orvik.quillon.task.metadata.", job.evalTaskKind) + " " + job.name;
+    if (!row->mediaTask.kind.empty()) {
+        EXPECT_EQ(row, SubmitOperations::FindByMediaTaskKind(row->mediaTask.kind));
+        text += Behind("orvik.quillon.task.", row->mediaTask.kind) + " \"" +
+                std::string(TaskDisplayName(row->mediaTask.kind)) + "\"";
+    }
+    return text + (job.failJobDefault ? "" : " goes-on") + (row->mayNameProfile ? " profile" : "");
+}
+
 TEST(HandlerTable, HoldsEachMessageOnceInItsPlaceAndNoOther) {
     const auto description = Messaging::ConstructServiceInfo();
     description->SetNameRealmVersion("orvik.quillon.processing.scheduler", "test", 2);
@@ -68,12 +90,7 @@ TEST(HandlerTable, HoldsEachMessageOnceInItsPlaceAndNoOther) {
                                                                     : "v2 ";
         messages += message.name + methods.at(message.restMethod) + message.restPath + " " +
                     std::to_string(message.examples.size());
-        if (isSubmission) {
-            const std::string kind = info.GetSubmitOpJobs().at(message.name).jobKind;
-            EXPECT_THAT(kind, testing::StartsWith("orvik.quillon."));
-            messages += " " + kind.substr(std::string("orvik.quillon.").size());
-        }
-        messages += "\n";
+        messages += (isSubmission ? DescribeJob(info.GetSubmitOpJobs().at(message.name)) : "") + "\n";
         EXPECT_NE(message.description, "") << message.name;
         std::set<std::string> labels;
         for (const auto& example : message.examples) {
@@ -82,6 +99,24 @@ TEST(HandlerTable, HoldsEachMessageOnceInItsPlaceAndNoOther) {
         EXPECT_EQ(labels.size(), message.examples.size()) << message.name;
     }
     EXPECT_EQ(messages, kMessages);
+}
+
+TEST(HandlerTable, TheReadmeNamesThePathOfEachSubmission) {
+    std::multiset<std::string> named;
+    std::ifstream readme(QUILLON_README);
+    const std::regex path("`/([^`]*)`");
+    for (std::string line; std::getline(readme, line);) {
+        if (line.starts_with("| `/")) {  // the rows of other tables begin with a method or a key
+            for (std::sregex_iterator found(line.begin(), line.end(), path), end; found != end; ++found) {
+                named.insert((*found)[1]);
+            }
+        }
+    }
+    std::multiset<std::string> paths;
+    for (const SubmitOperations::Row* operation : SubmitOperations::kAll) {
+        paths.emplace(operation->restPath);
+    }
+    EXPECT_EQ(named, paths) << "the README's table of submissions and the table of operations differ";
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "platform/messaging/BusConnection.h"
 #include "platform/messaging/ServiceInfoApi.h"
@@ -18,60 +17,64 @@ namespace Weftline::Services {
 
 namespace Messaging = PlatformAbstraction::Messaging;
 
-/// How a service and its bus are to behave, and what they were asked for, in that order. Shared by the two.
+/// What a service and its bus are to fail at, and what they were asked for, in that order. Shared by the two.
 struct LifeScript {
-    std::function<bool()> onReady = [] { return true; };
-    std::function<bool()> onErrors = [] { return true; };
-    std::function<bool(Messaging::ServiceInfoApi& serviceInfo)> onHandlers = [](auto&) { return true; };
-    std::function<bool()> onRunning = [] { return true; };
+    std::string failing = {};             ///< names of steps, each with a blank behind it
+    std::function<void()> raise = [] {};  ///< what a failing step does before it says so
+    std::string journal = {};
 
-    Messaging::InitError startError = Messaging::InitError::None;
-    bool runsAfterStart = true;
-    bool stopsNormally = true;
-    bool runsAfterWait = false;
-    Messaging::TermError stopError = Messaging::TermError::None;
-    bool runsAfterStop = false;  // the first one
-
-    std::vector<std::string> journal;
+    void Note(const std::string& step) { journal += step + " "; }
+    bool Goes(const std::string& step) const {
+        if ((" " + failing).find(" " + step + " ") == std::string::npos) {
+            return true;
+        }
+        raise();
+        return false;
+    }
+    bool Does(const std::string& step) {
+        Note(step);
+        return Goes(step);
+    }
 };
 
 using LifeScriptPointer = std::shared_ptr<LifeScript>;
 
-/// A bus that follows the script.
+/// A bus that follows the script. It ends by itself while it is waited for, and at the latest when it is
+/// stopped.
 class ScriptedTransport final : public Messaging::BusTransport {
 public:
-    explicit ScriptedTransport(LifeScriptPointer script) : m_pScript(std::move(script)) { Note("bus made"); }
+    explicit ScriptedTransport(LifeScriptPointer script) : m_pScript(std::move(script)) {
+        m_pScript->Note("made");
+    }
     ScriptedTransport(const ScriptedTransport&) = delete;
     ScriptedTransport& operator=(const ScriptedTransport&) = delete;
-    ~ScriptedTransport() override { Note("bus gone"); }
+    ~ScriptedTransport() override { m_pScript->Note("bus-gone"); }
 
     Messaging::InitError Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
                                const std::string& configuration) override {
-        Note("start " + service->GetName() + " " + service->GetRealm() + " " +
-             std::to_string(service->GetVersion()) + " at " + service->GetHost() + " with " + configuration);
-        m_running = m_pScript->runsAfterStart;
-        return m_pScript->startError;
+        m_pScript->Note("start(" + service->GetName() + " " + service->GetRealm() + " " +
+                        std::to_string(service->GetVersion()) + " " + service->GetHost() + " " +
+                        configuration + ")");
+        m_running = m_pScript->Does("alive");
+        return Messaging::InitError::None;
     }
     bool IsRunning() const override { return m_running; }
     bool WaitUntilStopped() override {
-        Note("wait");
-        m_running = m_pScript->runsAfterWait;
-        return m_pScript->stopsNormally;
+        m_running = !m_pScript->Goes("end");
+        return m_pScript->Does("wait");
     }
     Messaging::TermError Stop() override {
-        Note("stop");
-        m_running = std::exchange(m_pScript->runsAfterStop, false);
-        return m_pScript->stopError;
+        m_running = !m_pScript->Goes("death") && !std::exchange(m_stopped, true);
+        return m_pScript->Does("stop") ? Messaging::TermError::None : Messaging::TermError::Failed;
     }
     std::shared_ptr<Messaging::BusMessaging> GetMessaging() const override {
         return std::make_shared<TestSupport::FakeBusMessaging>();
     }
 
 private:
-    void Note(std::string what) { m_pScript->journal.push_back(std::move(what)); }
-
     const LifeScriptPointer m_pScript;
     bool m_running = false;
+    bool m_stopped = false;
 };
 
 /// A service that follows the script.
@@ -80,15 +83,13 @@ public:
     explicit ScriptedService(LifeScriptPointer script) : m_pScript(std::move(script)) {}
     ScriptedService(const ScriptedService&) = delete;
     ScriptedService& operator=(const ScriptedService&) = delete;
-    ~ScriptedService() override { Note("deleted"); }
+    ~ScriptedService() override { m_pScript->Note("deleted"); }
 
-    bool ServiceInfoReadyAction(ServiceInfoPointer serviceInfo) override {
-        Note("described as \"" + serviceInfo->GetName() + "\"");
-        return m_pScript->onReady();
+    bool ServiceInfoReadyAction(ServiceInfoPointer /*serviceInfo*/) override {
+        return m_pScript->Does("ready");
     }
     bool AfterPlatformRunningStartupAction(BusConnectionPointer busConnection) override {
-        Note(busConnection->IsRunning() ? "running" : "not running");
-        return m_pScript->onRunning();
+        return m_pScript->Does(busConnection->IsRunning() ? "running" : "not-running");
     }
     boost::program_options::options_description GetServiceOptions() override {
         boost::program_options::options_description options;
@@ -99,23 +100,21 @@ public:
     std::string GetServiceName() override { return "scripted.service"; }
     std::int32_t GetServiceVersion() override { return 3; }
     bool RegisterErrors(ServiceInfoPointer serviceInfo) override {
-        Note(serviceInfo->GetEventStore() ? "errors" : "errors without event store");
-        return m_pScript->onErrors();
+        return m_pScript->Does(serviceInfo->GetEventStore() ? "errors" : "errors-without-events");
     }
     bool RegisterServiceMessageHandlers(ServiceInfoPointer serviceInfo, BusConnectionPointer busConnection,
                                         bool enableOldHALPrototype) override {
-        Note(std::string(enableOldHALPrototype ? "old " : "") + "handlers" +
-             (busConnection && !busConnection->IsRunning() ? "" : " too late"));
         // Does nothing but hold the connection, as the handlers of a real service do.
         serviceInfo->AddMessageHandlerV2(std::make_shared<TestSupport::FunctionHandlerV2>(
             TestSupport::Registration("hold"),
             [busConnection](const auto&, const auto&) { return CoreServices::Parameters(); }));
-        return m_pScript->onHandlers(*serviceInfo);
+        if (!m_pScript->Goes("name")) {
+            serviceInfo->m_Name.clear();
+        }
+        return m_pScript->Does(enableOldHALPrototype ? "handlers-old" : "handlers");
     }
 
 private:
-    void Note(std::string what) { m_pScript->journal.push_back(std::move(what)); }
-
     const LifeScriptPointer m_pScript;
 };
 
