@@ -24,7 +24,6 @@ struct JobOrder {
     std::string kind = std::string(Weftline::JobKinds::Transcode);
     std::string creator = {};
     std::string parent = {};
-    std::string processingData = R"({"a":1})";
 };
 
 /// An embedded store in a directory of the test's own, in the place of the process's store.
@@ -53,7 +52,7 @@ protected:
             identity.SetParameter(Weftline::Keys::IdentityId, order.creator);
         }
         job.SetIdentity(identity);
-        job.SetProcessingData(CoreServices::Parameters::fromJSON(order.processingData));
+        job.SetProcessingData(CoreServices::Parameters::fromJSON(R"({"a":1})"));
         ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job.ToRecord()));
         Announce(order.id);
     }
