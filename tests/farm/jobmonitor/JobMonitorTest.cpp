@@ -202,16 +202,18 @@ TEST_F(JobMonitorTest, PagesOfACallAreOneListWhoeverElseListsAndSubmits) {
     }
 }
 
-TEST_F(JobMonitorTest, APurgeTakesAllSubtasksHoweverMany) {
-    Submit({.id = "parent", .kind = "old"});
+TEST_F(JobMonitorTest, APurgeTakesAllOldJobsOfItsKindAndAllTheirSubtasks) {
     for (int n = 0; n < 230; ++n) {
-        Submit({.id = std::to_string(n), .parent = "parent"});
+        Submit({.id = "s" + std::to_string(n), .kind = "part", .parent = "7"});
     }
+    SubmitUpTo(30);
+    Submit({.id = "other", .kind = "other"});
     const auto inPlace = [](const std::function<void()>& work) { work(); };
     AttachScheduler(std::make_shared<Scheduler::RemoveObsoleteJobsHandler>(nullptr, inPlace));
-    EXPECT_EQ(AskScheduler("RemoveObsoleteJobs", R"({"CreationDate":"2999-01-01T00:00:00","kind":"old"})"),
+    EXPECT_EQ(AskScheduler("RemoveObsoleteJobs",
+                           R"({"CreationDate":"2999-01-01T00:00:00","kind":")" + kKind + "\"}"),
               "{}");
-    EXPECT_EQ(FindJobs("{}"), "");
+    EXPECT_EQ(FindJobs("{}"), "other");
 }
 
 TEST_F(JobMonitorTest, RemovesAJobOnceAndAfterTheCoordinatorHasGivenItUp) {
