@@ -8,16 +8,25 @@
 
 namespace Weftline::Services::Scheduler {
 
-using AdminFixture = TestSupport::HandlerFixture;
 using CoreServices::Parameters;
 using PlatformAbstraction::Messaging::MessageAnswer;
 using testing::ElementsAre;
-using testing::SizeIs;
 using TestSupport::ConsoleCapture;
 using TestSupport::Json;
 using TestSupport::ScriptedAnswer;
 
 /// Runs the work at once, on the thread of the caller.
 inline const ThreadStarter kRunInPlace = [](const std::function<void()>& work) { work(); };
+
+class AdminFixture : public TestSupport::HandlerFixture {
+protected:
+    /// The answer, and behind " | " what was printed.
+    template <class Handler>
+    std::string Outcome(Handler&& handler, const std::string& request, const std::string& identity = "") {
+        const ConsoleCapture console(std::cout);
+        const std::string answer = Answer(handler, request, identity);
+        return answer + " | " + console.Text();
+    }
+};
 
 }  // namespace Weftline::Services::Scheduler
