@@ -2,7 +2,6 @@
 
 #include <boost/hana/for_each.hpp>
 #include <boost/hana/tuple.hpp>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -24,8 +23,9 @@
 ///         };
 ///     };
 ///
-/// Members may be texts, 32-bit integers, bools, described structures, vectors of texts, and optionals of all
-/// but the last. Included where structures are described or walked, not in headers of wide use.
+/// Members may be texts, 32-bit integers, bools, described structures and optionals of these; where a
+/// structure is only written, also vectors of texts. Included where structures are described or walked, not
+/// in headers of wide use.
 namespace Weftline::DataModel {
 
 /// One member of a structure and the key it has in a tree.
@@ -139,18 +139,6 @@ struct FieldValue<std::vector<std::string>> {
         for (const std::string& value : values) {
             tree.AddArrayParameter(key, value);
         }
-    }
-    static std::vector<std::string> Read(const CoreServices::Parameters& tree, std::string_view key) {
-        if (!tree.GetChildParameters(key).IsArray()) {
-            ThrowNotExtracted(key);
-        }
-        std::vector<std::string> values(tree.GetArrayNumValues(key));
-        for (std::size_t n = 0; n < values.size(); ++n) {
-            if (!tree.GetArrayNthValue(key, n, values[n])) {
-                ThrowNotExtracted(key);
-            }
-        }
-        return values;
     }
 };
 

@@ -9,7 +9,7 @@ template <class Value>
 Value GetRequired(const CoreServices::Parameters& tree, std::string_view key) {
     Value value{};
     if (!tree.GetParameter(key, value)) {
-        ThrowNotExtracted(key);
+        throw std::runtime_error("Failed to extract: " + std::string(key));
     }
     return value;
 }
@@ -26,10 +26,6 @@ std::int32_t GetRequiredInt(const CoreServices::Parameters& tree, std::string_vi
 
 bool GetRequiredBool(const CoreServices::Parameters& tree, std::string_view key) {
     return GetRequired<bool>(tree, key);
-}
-
-void ThrowNotExtracted(std::string_view key) {
-    throw std::runtime_error("Failed to extract: " + std::string(key));
 }
 
 std::string TextOrEmpty(const CoreServices::Parameters& tree, std::string_view key) {

@@ -3,15 +3,33 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <cstdint>
-#include <iostream>
-#include <stdexcept>
-#include <string>
+#include <sys/random.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
-#include "Core/src/DataRecord.h"
+#include <boost/uuid/entropy_error.hpp>
+#include <cerrno>
+#include <csignal>
+#include <iostream>
+#include <thread>
+
 #include "Core/src/Job.h"
 #include "Core/src/Profile.h"
+#include "Core/src/SubmitOperations.h"
+#include "Core/src/TimeText.h"
+
+namespace {
+bool g_randomFails = false;
+}  // namespace
+
+/// In the place of the system's own.
+extern "C" ssize_t getrandom(void* bytes, size_t count, unsigned flags) {
+    if (g_randomFails) {
+        errno = ENOSYS;
+        return -1;
+    }
+    return ::syscall(SYS_getrandom, bytes, count, flags);
+}
 
 namespace Weftline::DataModel {
 namespace {
@@ -30,27 +48,28 @@ TEST(Record, IsBornWithAnIdOfItsOwnAndNoTags) {
     EXPECT_EQ(record.recordData, "");
 }
 
-TEST(Record, IsClassifiedByTypeVersionAndTopicTogether) {
-    EXPECT_TRUE(Record("T", -1, "C").HasValidClassification());
-    EXPECT_FALSE(Record("", 1, "C").HasValidClassification());
-    EXPECT_FALSE(Record("T", 0, "C").HasValidClassification());
-    EXPECT_FALSE(Record("T", 1, "").HasValidClassification());
-}
-
-TEST(Record, SetTagsWritesBothPlacesAndNothingElse) {
-    Record record("T", 1, "C");
-    record.recordPublicData = R"({"a":1,"tags":["old"],"b":2.0})";
-    record.SetTags(R"([ "a", "b" ])");
-    EXPECT_EQ(record.tags, R"([ "a", "b" ])");
-    EXPECT_EQ(record.recordPublicData, R"({"a":1,"tags":["a","b"],"b":2.0})");
+TEST(Record, IsNotBornWithoutRandomness) {
+    g_randomFails = true;
+    std::thread([] {  // which has no random bytes left over
+        try {
+            const Record record("Job", 1, "V2_WFJobs");
+            ADD_FAILURE() << record.recordID;
+        } catch (const boost::uuids::entropy_error& failure) {
+            EXPECT_EQ(failure.errcode(), ENOSYS);
+        }
+    })
+        .join();
+    g_randomFails = false;
 }
 
 TEST(Record, SetPublicDataTakesTheFieldsThatTheTreeHas) {
     Record record("T", 1, "C");
     record.name = record.description = "kept";
-    record.SetPublicData(Parameters::fromJSON(R"({"x":1})"));
+    record.SetPublicData(Parameters::fromJSON(R"({"a":1,"b":2.0})"));
     EXPECT_EQ(record.name + record.description + record.tags, "keptkept[]");
-    EXPECT_EQ(record.recordPublicData, R"({"x":1})");
+    record.SetTags(R"([ "a", "b" ])");
+    EXPECT_EQ(record.tags, R"([ "a", "b" ])");
+    EXPECT_EQ(record.recordPublicData, R"({"a":1,"b":2.0,"tags":["a","b"]})");
 
     const std::string all =
         R"({"tags":["t"],"systemCreated":true,"readOnly":true,"description":"d","name":"n"})";
@@ -103,11 +122,47 @@ TEST(BuildFromRecord, NamesTheFirstThingWrongAndLeavesTheTargetAlone) {
 }
 
 TEST(TypedRecord, HasTheTopicOfItsSuffix) {
-    using Jobs = DataRecordV2<decltype(kJobTypeName), 1, decltype(kJobCollection), JobData, PublicJobData>;
     using Profiles = DataRecord<decltype(kProfileTypeName), 1, decltype(kProfileCollection)>;
-    EXPECT_EQ(Jobs("").GetRecord().recordTopic, "V2_WFJobs");
-    EXPECT_EQ(Jobs("x").GetRecord().recordTopic, "V2_WFJobs-x");
     EXPECT_EQ(Profiles("abc").GetRecord().recordTopic, "V2_WFProfiles-abc");
+}
+
+TEST(TaskDisplayName, MatchesTheWholeTextOfATaskThatWorkersRun) {
+    const std::pair<const char*, std::string_view> rows[] = {{"render.video", "Video precompute"},
+                                                             {"render.audio", "Audio precompute"},
+                                                             {"mixdown", "Mixdown"},
+                                                             {"mixdown.video", "VideoMixdown"},
+                                                             {"mixdown.audio", "AudioMixdown"},
+                                                             {"mixdown.data", "DataMixdown"},
+                                                             {"metadata.transcode", ""},
+                                                             {"render", ""},
+                                                             {"mixdown.", ""},
+                                                             {"Transcode", ""},
+                                                             {"", ""}};
+    for (const auto& [task, name] : rows) {
+        EXPECT_EQ(TaskDisplayName(std::string("orvik.quillon.task.") + task), name) << task;
+    }
+    EXPECT_EQ(TaskDisplayName(""), "");
+}
+
+TEST(ExtendedIsoUtc, CutsToMicrosecondsAndLeavesOutAZeroFraction) {
+    using namespace std::chrono;  // NOLINT(google-build-using-namespace)
+    const system_clock::time_point day = sys_days{2024y / February / 29};
+    struct Row {
+        nanoseconds sinceMidnight;
+        const char* text;
+    };
+    const Row rows[] = {
+        {0ns, "2024-02-29T00:00:00"},
+        {7h + 8min + 9s, "2024-02-29T07:08:09"},
+        {7h + 8min + 9s + 999ns, "2024-02-29T07:08:09"},
+        {7h + 8min + 9s + 1us, "2024-02-29T07:08:09.000001"},
+        {23h + 59min + 59s + 999'999'900ns, "2024-02-29T23:59:59.999999"},
+        {7h + 500ms, "2024-02-29T07:00:00.500000"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(ExtendedIsoUtc(day + duration_cast<system_clock::duration>(row.sinceMidnight)), row.text);
+    }
+    EXPECT_EQ(ExtendedIsoUtc({}), "1970-01-01T00:00:00");
 }
 
 }  // namespace
