@@ -36,12 +36,10 @@ TEST(HandlerDocumentation, EachStepOfReadingADocumentFailsWithItsText) {
     EXPECT_EQ(failureOf("DOC"), "Failed to load render documentation");
 }
 
-TEST(HandlerDocumentation, EighteenDocumentsAreCarriedSortedAndReadable) {
-    const auto resources = Resources::EmbeddedResources();
-    EXPECT_EQ(resources.size(), 18U);
-    EXPECT_TRUE(std::is_sorted(resources.begin(), resources.end(),
-                               [](const auto& left, const auto& right) { return left.name < right.name; }));
-    for (const Resources::EmbeddedResource& resource : resources) {
+// Registration reads those that a message documents; the others would be read by nobody before a client asks.
+TEST(HandlerDocumentation, EachDocumentThatIsCarriedCanBeRead) {
+    EXPECT_FALSE(Resources::EmbeddedResources().empty());
+    for (const Resources::EmbeddedResource& resource : Resources::EmbeddedResources()) {
         EXPECT_NO_THROW(LoadJsonDocumentation(std::string(resource.name))) << resource.name;
     }
 }
