@@ -1,13 +1,10 @@
 // The store's file: how it is made, what is refused, and what other programs may do with it.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <fstream>
 #include <thread>
 
-#include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/Readers.h"
 #include "tests/stores/EmbeddedFixture.h"
 
@@ -50,10 +47,10 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
     const std::string base = directory.Path().string();
     std::ofstream(base + "/text.db") << std::string(5000, 'x');
     std::ofstream(base + "/file") << "";
-    ForeignProgram(base + "/other.db").Do("CREATE TABLE t (a)");
+    ForeignProgram(base + "/other.db").Ask("CREATE TABLE t (a)");
     ASSERT_EQ(::chmod((base + "/other.db").c_str(), 0664), 0);
-    ForeignProgram(base + "/marked.db").Do("PRAGMA user_version = 1");
-    ForeignProgram(base + "/newer.db").Do("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7");
+    ForeignProgram(base + "/marked.db").Ask("PRAGMA user_version = 1");
+    ForeignProgram(base + "/newer.db").Ask("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7");
     std::filesystem::create_directory(base + "/directory.db");
     options.path = base + "/used.db";
     Open();
@@ -85,7 +82,7 @@ TEST_F(EmbeddedFile, KeepsOrderAndOffsetsOverReopening) {
     ASSERT_TRUE(Upsert("b") && Upsert("a") && Append("e1"));
     const auto lastOffset = [this] { return store.events->Read("V2_WFJobEvents", 0, 1, {}).at(0).offset; };
     const std::int64_t before = lastOffset();
-    ForeignProgram(options.path).Do("DELETE FROM events");
+    ForeignProgram(options.path).Ask("DELETE FROM events");
     Close();
     Open();
     ASSERT_TRUE(Upsert("c") && Upsert("b") && Append("e2"));
@@ -115,7 +112,7 @@ TEST_F(EmbeddedFile, ShowsOtherProgramsTheStoredKeysAsColumns) {
 TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
     Open();
     ForeignProgram program(options.path);
-    program.Do(
+    program.Ask(
         "INSERT INTO records VALUES ('n', 'MobID', 1, NULL, NULL, 'V2_WFMobIDs', NULL, NULL, NULL, NULL, "
         "NULL, NULL),"
         "(7, 'MobID', 'text', 5, 1.5, 'V2_WFMobIDs', x'7b7d', 'then', x'7b227175657279494422', 'yes', 1, "
@@ -123,10 +120,12 @@ TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
     const std::pair<std::string, std::string> rows[] = {
         {"b1", R"({"queryID":"q")"}, {"b2", "queryID"}, {"b3", R"("queryID")"}, {"ok", R"({"queryID":"q"})"}};
     for (const auto& [id, json] : rows) {
-        program.Do("INSERT INTO records (recordID, recordType, recordTopic, recordPublicData) VALUES ('" +
-                   id + "', 'MobID', 'V2_WFMobIDs', '" + json + "')");
+        program.Ask("INSERT INTO records (recordID, recordType, recordTopic, recordPublicData) VALUES ('" +
+                    id + "', 'MobID', 'V2_WFMobIDs', '" + json + "')");
     }
-    EXPECT_THAT(Results("q"), ElementsAre("ok"));
+    EXPECT_THAT(
+        IdsOf(store.records->FindRecordsWithReferencedID("V2_WFMobIDs", "MobID", "queryID", "q", 0, kAll)),
+        ElementsAre("ok"));
     const auto all = store.records->FindRecordsOfType("V2_WFMobIDs", "MobID", 0, kAll);
     ASSERT_THAT(IdsOf(all), ElementsAre("n", "7", "b1", "b2", "b3", "ok"));
     EXPECT_EQ(all[0].recordPublicData, "");
@@ -136,7 +135,7 @@ TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
     EXPECT_EQ(all[1].tags, std::string("\0\xff", 2));
     EXPECT_TRUE(all[1].systemCreated);
     EXPECT_THROW(
-        program.Do("INSERT INTO records (recordID, recordType, recordTopic) VALUES (x'00', 'a', 'b')"),
+        program.Ask("INSERT INTO records (recordID, recordType, recordTopic) VALUES (x'00', 'a', 'b')"),
         std::runtime_error);
 }
 

@@ -1,24 +1,81 @@
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <limits>
+#include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "platform/stores/EventLog.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
 #include "platform/stores/sqlite/SqliteOptions.h"
-#include "tests/stores/ForeignProgram.h"
-#include "tests/stores/StoreSubjects.h"
 #include "tests/stores/TempDirectory.h"
+
+constexpr std::int32_t kAll = std::numeric_limits<std::int32_t>::max();
+
+/// A record with a chosen id.
+inline Weftline::Record RecordOf(const std::string& id, const std::string& topic = "V2_WFJobs",
+                                 const std::string& type = "Job") {
+    Weftline::Record record(type, 1, topic);
+    record.recordID = id;
+    return record;
+}
+
+/// A record that refers to the query `query`.
+inline Weftline::Record ResultOf(const std::string& id, const std::string& query) {
+    Weftline::Record record = RecordOf(id, "V2_WFMobIDs", "MobID");
+    record.recordPublicData = R"({"tags":[],"queryID":")" + query + "\"}";
+    return record;
+}
+
+inline std::vector<std::string> IdsOf(const std::vector<Weftline::Record>& records) {
+    std::vector<std::string> ids;
+    for (const Weftline::Record& record : records) {
+        ids.push_back(record.recordID);
+    }
+    return ids;
+}
+
+/// Another local program at work on the store's file, as docs/store.md asks it to be: it knows SQL and
+/// nothing of the store's code.
+class ForeignProgram {
+public:
+    explicit ForeignProgram(const std::string& path) {
+        constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+        if (sqlite3_open_v2(path.c_str(), &m_pDatabase, kFlags, nullptr) != SQLITE_OK) {
+            throw std::runtime_error("cannot open " + path);
+        }
+        sqlite3_db_config(m_pDatabase, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        Ask("PRAGMA busy_timeout = 10000; PRAGMA wal_autocheckpoint = 0");
+    }
+    ForeignProgram(const ForeignProgram&) = delete;
+    ForeignProgram& operator=(const ForeignProgram&) = delete;
+    ~ForeignProgram() { sqlite3_close(m_pDatabase); }
+
+    /// Runs statements; the last column of all rows, as text. A failure is thrown as `std::runtime_error`.
+    std::vector<std::string> Ask(const std::string& sql) {
+        std::vector<std::string> rows;
+        const auto collect = [](void* list, int count, char** values, char**) {
+            static_cast<std::vector<std::string>*>(list)->emplace_back(values[count - 1]);
+            return 0;
+        };
+        if (sqlite3_exec(m_pDatabase, sql.c_str(), collect, &rows, nullptr) != SQLITE_OK) {
+            throw std::runtime_error(sqlite3_errmsg(m_pDatabase));
+        }
+        return rows;
+    }
+
+private:
+    sqlite3* m_pDatabase = nullptr;
+};
 
 /// An embedded store in a directory of the test's own, which can be closed and opened anew.
 class EmbeddedFixture : public testing::Test {
 protected:
-    static constexpr std::int32_t kAll = std::numeric_limits<std::int32_t>::max();
-
     EmbeddedFixture() { options.path = directory.File("store.db"); }
 
     void Open() { store = CommonServices::OpenEmbeddedStore(options); }
@@ -28,13 +85,13 @@ protected:
         return store.events->Produce(RecordOf(id, "V2_WFJobEvents"), durable);
     }
     std::size_t CountEvents() { return store.events->Read("V2_WFJobEvents", 0, 1000, {}).size(); }
-    bool Upsert(const std::string& id) { return store.records->UpsertOne(RecordOf(id)); }
+    bool Upsert(const std::string& id, std::size_t bytes = 0) {
+        Weftline::Record job = RecordOf(id);
+        job.recordData = std::string(bytes, 'x');
+        return store.records->UpsertOne(job);
+    }
     std::vector<std::string> Jobs() {
         return IdsOf(store.records->FindRecordsOfType("V2_WFJobs", "Job", 0, kAll));
-    }
-    std::vector<std::string> Results(const std::string& query) {
-        return IdsOf(
-            store.records->FindRecordsWithReferencedID("V2_WFMobIDs", "MobID", "queryID", query, 0, kAll));
     }
 
     const TempDirectory directory;

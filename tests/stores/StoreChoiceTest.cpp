@@ -1,14 +1,11 @@
 // What `ObjectStore::Init` and the first `EventStore` choose.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/src/Vocabulary.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
 #include "platform/stores/StoreChoice.h"
-#include "tests/stores/StoreSubjects.h"
+#include "tests/stores/EmbeddedFixture.h"
 
 namespace {
 
