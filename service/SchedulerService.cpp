@@ -19,9 +19,7 @@
 #include "handlers/results/StoreListings.h"
 #include "handlers/submit/SubmitHandlers.h"
 #include "platform/messaging/BusConnection.h"
-#include "platform/messaging/ErrorCode.h"
-#include "platform/messaging/ServiceInfoApi.h"
-#include "platform/messaging/SubmitOpJobInfo.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace Weftline::Services::Scheduler {
 

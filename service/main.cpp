@@ -2,7 +2,7 @@
 #include <cstdio>
 
 #include "farm/LocalFarm.h"
-#include "platform/messaging/DeploymentMode.h"
+#include "platform/messaging/BusTransport.h"
 #include "platform/standalone/StandaloneTransport.h"
 #include "service/RunScheduler.h"
 #include "service/SchedulerService.h"

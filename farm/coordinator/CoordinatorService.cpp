@@ -9,8 +9,8 @@
 #include "farm/coordinator/Coordinator.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/FarmRequests.h"
-#include "platform/messaging/RegParamsBuilder.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Quillon::Farm {
 

@@ -11,7 +11,7 @@
 #include "base/log/PlatformLog.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/Pause.h"
-#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/MessageAnswer.h"
 #include "platform/stores/RecordStore.h"
 
 namespace Quillon::Farm {

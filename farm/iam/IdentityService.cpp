@@ -6,8 +6,8 @@
 #include "Core/src/Vocabulary.h"
 #include "farm/protocol/FarmRequests.h"
 #include "platform/messaging/HandlerErrors.h"
-#include "platform/messaging/RegParamsBuilder.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Quillon::Farm {
 

@@ -6,7 +6,6 @@
 #include "Core/src/JobKinds.h"
 #include "Core/src/Vocabulary.h"
 #include "farm/protocol/FarmProtocol.h"
-#include "platform/jobmanager/JobInfo.h"
 #include "platform/jobmanager/JobManagerMessages.h"
 
 namespace Quillon::Farm {

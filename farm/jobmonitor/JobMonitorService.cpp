@@ -11,9 +11,9 @@
 #include "farm/protocol/FarmRequests.h"
 #include "platform/jobmanager/JobManagerMessages.h"
 #include "platform/messaging/BusMessaging.h"
-#include "platform/messaging/HandlerInvocation.h"
-#include "platform/messaging/RegParamsBuilder.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/MessageAnswer.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Quillon::Farm {
 

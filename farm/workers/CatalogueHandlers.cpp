@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Quillon::Farm {
 

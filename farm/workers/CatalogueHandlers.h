@@ -7,7 +7,7 @@
 
 #include "Core/src/Vocabulary.h"
 #include "farm/workers/Catalogues.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Quillon::Farm {
 

@@ -15,8 +15,8 @@
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/FarmRequests.h"
 #include "farm/protocol/Pause.h"
-#include "platform/messaging/HandlerInvocation.h"
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/MessageAnswer.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Quillon::Farm {
 

@@ -8,7 +8,7 @@
 
 #include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/ServiceInfo.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 /// What the worker services of the farm have in common.
 namespace Quillon::Farm {

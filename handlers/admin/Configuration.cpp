@@ -11,10 +11,9 @@
 #include "handlers/support/ConsoleLines.h"
 #include "handlers/support/HandlerDocumentation.h"
 #include "platform/messaging/BusMessaging.h"
-#include "platform/messaging/HandlerInvocation.h"
-#include "platform/messaging/RegParamsBuilder.h"
-#include "platform/messaging/ServiceMessageDispatch.h"
-#include "platform/notifiers/MakeNotifier.h"
+#include "platform/messaging/MessageAnswer.h"
+#include "platform/messaging/RegistrationParams.h"
+#include "platform/notifiers/Notifiers.h"
 
 namespace Weftline::Services::Scheduler {
 

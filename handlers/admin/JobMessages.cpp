@@ -11,8 +11,8 @@
 #include "handlers/admin/PartTimeJobHandlers.h"
 #include "handlers/support/ConsoleLines.h"
 #include "handlers/support/HandlerDocumentation.h"
-#include "platform/jobmanager/JobStatus.h"
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/jobmanager/JobManagerMessages.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -15,11 +15,10 @@
 #include "handlers/admin/ParseDateTime.h"
 #include "handlers/support/ConsoleLines.h"
 #include "handlers/support/HandlerDocumentation.h"
-#include "platform/jobmanager/JobInfo.h"
 #include "platform/jobmanager/JobManager.h"
 #include "platform/jobmanager/JobManagerMessages.h"
 #include "platform/messaging/BusMessaging.h"
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Weftline::Services::Scheduler {
 

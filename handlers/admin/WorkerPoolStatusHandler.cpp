@@ -9,7 +9,7 @@
 #include "Core/src/SubmitOperations.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/ServiceQueries.h"
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Weftline::Services::Scheduler {
 namespace {

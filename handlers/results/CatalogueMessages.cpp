@@ -5,8 +5,7 @@
 #include "handlers/support/HandlerDocumentation.h"
 #include "handlers/support/ServiceQueries.h"
 #include "platform/messaging/BusMessaging.h"
-#include "platform/messaging/RegParamsBuilder.h"
-#include "platform/messaging/ServiceMessageDispatch.h"
+#include "platform/messaging/RegistrationParams.h"
 
 namespace Weftline::Services::Scheduler {
 

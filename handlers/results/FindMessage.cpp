@@ -9,7 +9,7 @@
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/HandlerDocumentation.h"
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/RegistrationParams.h"
 #include "platform/stores/ObjectStore.h"
 
 namespace Weftline::Services::Scheduler {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "handlers/results/FindMessage.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/messaging/ServiceMessageHandlerV2.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services::Scheduler {
 

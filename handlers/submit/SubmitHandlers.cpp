@@ -11,7 +11,7 @@
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/HandlerDocumentation.h"
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/RegistrationParams.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "platform/messaging/BusConnection.h"
-#include "platform/messaging/SubmitMessageHandler.h"
+#include "platform/messaging/ServiceMessageHandler.h"
 
 namespace Weftline::Services {
 

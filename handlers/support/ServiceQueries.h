@@ -7,8 +7,6 @@
 #include "base/parameters/Parameters.h"
 #include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/MessageContext.h"
-#include "platform/messaging/MessageResultsFuture.h"
-#include "platform/messaging/ServiceMessageDispatch.h"
 
 namespace Weftline::Services::Scheduler::MsgHandlersUtils {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/jobmanager/JobInfo.h"
+#include "platform/jobmanager/JobManagerMessages.h"
 #include "platform/messaging/BusMessaging.h"
 
 namespace CommonServices {

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+
+#include "base/parameters/Parameters.h"
 
 /// What a job manager is asked over the bus, beyond the vocabulary that all services share. It is the service
 /// that the setting `jobmanagerservicename` names, in the realm "global", version 1. A caller's identity goes
@@ -51,5 +54,42 @@ inline constexpr std::string_view Info = "info";
 inline constexpr std::string_view MoreSubTasks = "moreSubTasks";
 inline constexpr std::string_view Total = "total";
 }  // namespace JobManagerKeys
+
+/// What the job manager tells of one job. A value.
+struct JobInfo {
+    std::string jobId;
+    std::string clientKey;
+    std::string kind;
+    std::string creationDateTime;
+    std::string completedDateTime;
+    std::string createdBy;
+    std::string name;
+    std::string status;
+    std::int32_t priority = 0;
+    std::int32_t progress = 0;         ///< percent
+    CoreServices::Parameters info;     ///< for people
+    CoreServices::Parameters details;  ///< for programs: `SubTaskJobIDs`, `moreSubTasks`
+};
+
+/// The job as a tree, with every key. For whoever answers in the job manager's place.
+CoreServices::Parameters WriteJobInfo(const JobInfo& job);
+
+/// Throws `std::runtime_error` where the id is missing, empty or no text. Every other value that is missing,
+/// null or of another type reads as blank.
+JobInfo ReadJobInfo(const CoreServices::Parameters& tree);
+
+/// How far a job is, as far as it matters to whoever administers jobs.
+enum class JobStatus : std::int32_t {
+    Unknown = 0,
+    InProgress = 1,
+    Completed = 2,
+    Failed = 3,
+    Suspended = 4,
+    Canceled = 5,
+};
+
+/// The status that the state of a job stands for; the states of a job at work all are `InProgress`. Every
+/// text that is no job state, also one in another letter case, is `Unknown`.
+JobStatus StrToJobStatus(std::string_view text);
 
 }  // namespace CommonServices

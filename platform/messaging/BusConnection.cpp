@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "base/log/PlatformLog.h"
-#include "platform/messaging/DeploymentMode.h"
+#include "platform/messaging/BusTransport.h"
 #include "platform/messaging/ServiceInfo.h"
 
 namespace PlatformAbstraction::Messaging {

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "platform/messaging/BusMessaging.h"
-#include "platform/messaging/ServiceInfoApi.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace PlatformAbstraction::Messaging {
 
@@ -41,5 +42,18 @@ public:
     /// The connection's own messaging. Never empty; before the start and after the end its messages fail.
     virtual std::shared_ptr<BusMessaging> GetMessaging() const = 0;
 };
+
+using BusTransportFactory = std::function<std::unique_ptr<BusTransport>()>;
+
+/// Names a bus that this program was built with. The composition root calls it before anything else.
+void OfferDeploymentMode(const std::string& mode, BusTransportFactory factory);
+
+/// Chooses the bus of the process for the connections made from now on. False, with a line in the log, for a
+/// mode that is not on offer. The first call of the platform once the settings are known, so it also sets the
+/// level of the log by the setting `loglevel`.
+bool InitializeDeploymentMode(const std::string& mode);
+
+/// A bus of the chosen mode. Throws `std::logic_error` when none was chosen.
+std::unique_ptr<BusTransport> MakeBusTransport();
 
 }  // namespace PlatformAbstraction::Messaging

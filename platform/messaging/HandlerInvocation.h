@@ -25,15 +25,4 @@ HandlerFunction FindHandlerFunction(const ServiceInfo& service, const std::strin
 /// called inside a catch block.
 MessageAnswer AnswerOfCurrentException() noexcept;
 
-// The platform's own error codes.
-inline constexpr char kGenericServiceError[] = "GENERIC_SERVICE_ERROR";
-inline constexpr char kBadRequest[] = "BAD_REQUEST";
-inline constexpr char kNotFound[] = "NOT_FOUND";
-inline constexpr char kMethodNotAllowed[] = "METHOD_NOT_ALLOWED";
-inline constexpr char kHandlerNotFound[] = "HANDLER_NOT_FOUND";
-inline constexpr char kServiceNotFound[] = "SERVICE_NOT_FOUND";
-inline constexpr char kOperationNotFound[] = "OPERATION_NOT_FOUND";
-inline constexpr char kQueueFull[] = "QUEUE_FULL";
-inline constexpr char kServiceStopping[] = "SERVICE_STOPPING";
-
 }  // namespace PlatformAbstraction::Messaging

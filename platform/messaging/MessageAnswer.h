@@ -6,6 +6,17 @@
 
 namespace PlatformAbstraction::Messaging {
 
+// The platform's own error codes.
+inline constexpr char kGenericServiceError[] = "GENERIC_SERVICE_ERROR";
+inline constexpr char kBadRequest[] = "BAD_REQUEST";
+inline constexpr char kNotFound[] = "NOT_FOUND";
+inline constexpr char kMethodNotAllowed[] = "METHOD_NOT_ALLOWED";
+inline constexpr char kHandlerNotFound[] = "HANDLER_NOT_FOUND";
+inline constexpr char kServiceNotFound[] = "SERVICE_NOT_FOUND";
+inline constexpr char kOperationNotFound[] = "OPERATION_NOT_FOUND";
+inline constexpr char kQueueFull[] = "QUEUE_FULL";
+inline constexpr char kServiceStopping[] = "SERVICE_STOPPING";
+
 /// How one message ended, whatever brought it: a result tree, a ready JSON text, or an error. A value, moved
 /// from the handler's thread to whoever waits.
 struct MessageAnswer {

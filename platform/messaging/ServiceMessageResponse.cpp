@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/MessageAnswer.h"
 
 namespace PlatformAbstraction::Messaging {
 

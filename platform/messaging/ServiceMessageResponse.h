@@ -6,6 +6,17 @@
 #include "base/parameters/Parameters.h"
 #include "platform/messaging/MessageAnswer.h"
 
+namespace PlatformAbstraction {
+
+/// Whoever keeps an answer for later. The platform offers it; the scheduler does not implement it.
+class IRespondHolder {
+public:
+    virtual void Respond() = 0;
+    virtual ~IRespondHolder() = default;
+};
+
+}  // namespace PlatformAbstraction
+
 namespace PlatformAbstraction::Messaging {
 
 /// Through which a handler of the first kind answers. It lives for one message on the handler's thread; the

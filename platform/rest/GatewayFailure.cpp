@@ -4,7 +4,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/MessageAnswer.h"
 
 namespace PlatformAbstraction::Rest {
 

@@ -8,10 +8,10 @@
 #include <iterator>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/rest/RequestHead.h"
-#include "platform/standalone/SettingValue.h"
 
 namespace PlatformAbstraction::Standalone {
 
@@ -25,6 +25,94 @@ constexpr std::int32_t kMostQueuedMessages = 1'000'000;
 constexpr std::int32_t kMostBodyBytes = 1 << 30;
 constexpr std::int32_t kMostConnections = 1'000'000;
 constexpr std::int32_t kLongestTimeout = 3'600'000;
+
+/// One value of a file of settings together with its full name, such as "rest.maxBodyBytes". Each reader
+/// throws `BusSettingsError` that names it where the value is of another type or out of range.
+class SettingValue {
+public:
+    SettingValue(const Parameters& tree, std::string key, std::string fullName)
+        : m_tree(tree), m_key(std::move(key)), m_fullName(std::move(fullName)) {}
+
+    const std::string& GetFullName() const { return m_fullName; }
+
+    std::int32_t Whole(std::int32_t least, std::int32_t most) const;
+    bool Flag() const;
+    std::string Text() const;
+    std::vector<std::string> Texts() const;
+    Parameters Object() const;
+    std::vector<Parameters> Objects() const;
+
+    [[noreturn]] void Refuse(const std::string& expected) const;
+
+private:
+    const Parameters& m_tree;
+    const std::string m_key;
+    const std::string m_fullName;
+};
+
+void SettingValue::Refuse(const std::string& expected) const {
+    throw BusSettingsError("The bus setting \"" + m_fullName + "\" must be " + expected + ".");
+}
+
+std::int32_t SettingValue::Whole(std::int32_t least, std::int32_t most) const {
+    std::int32_t value = 0;
+    if (!m_tree.GetParameter(m_key, value) || value < least || value > most) {
+        Refuse("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return value;
+}
+
+bool SettingValue::Flag() const {
+    bool value = false;
+    if (!m_tree.GetParameter(m_key, value)) {
+        Refuse("true or false");
+    }
+    return value;
+}
+
+std::string SettingValue::Text() const {
+    std::string value;
+    if (!m_tree.GetParameter(m_key, value)) {
+        Refuse("a text");
+    }
+    return value;
+}
+
+std::vector<std::string> SettingValue::Texts() const {
+    Parameters array;
+    if (!m_tree.GetChildParameters(m_key, array) || !array.IsArray()) {
+        Refuse("an array of texts");
+    }
+    std::vector<std::string> texts(array.GetArrayNumValues());
+    for (std::size_t n = 0; n < texts.size(); ++n) {
+        if (!m_tree.GetArrayNthValue(m_key, n, texts[n])) {
+            Refuse("an array of texts");
+        }
+    }
+    return texts;
+}
+
+Parameters SettingValue::Object() const {
+    Parameters child;
+    if (!m_tree.GetChildParameters(m_key, child) || child.IsArray()) {
+        Refuse("an object");
+    }
+    return child;
+}
+
+std::vector<Parameters> SettingValue::Objects() const {
+    Parameters array;
+    if (!m_tree.GetChildParameters(m_key, array) || !array.IsArray()) {
+        Refuse("an array of objects");
+    }
+    std::vector<Parameters> objects(array.GetArrayNumValues());
+    for (std::size_t n = 0; n < objects.size(); ++n) {
+        if (!m_tree.GetArrayNthChildParameters(m_key, n, objects[n]) || objects[n].IsArray()) {
+            Refuse("an array of objects");
+        }
+    }
+    return objects;
+}
 
 /// A key and what reads its value into `Target`. A key with a point in it lies in the object before the
 /// point.

@@ -5,12 +5,12 @@
 #include <chrono>
 #include <cstdint>
 #include <exception>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "Core/src/Vocabulary.h"
+#include "base/concurrency/Mutex.h"
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/ServiceInfo.h"
@@ -87,8 +87,9 @@ private:
     StopSignals m_signals;  // before the start already: a service that is still starting ends normally too
     std::optional<Running> m_running;
 
-    mutable std::mutex m_mutex;
-    std::shared_ptr<Messaging::BusMessaging> m_pMessaging;  // guarded by m_mutex; of a stopped bus at first
+    mutable Mutex m_mutex;
+    // Of no bus at first.
+    std::shared_ptr<Messaging::BusMessaging> m_pMessaging QUILLON_GUARDED_BY(m_mutex);
 };
 
 InitError StandaloneTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
@@ -129,7 +130,7 @@ void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& ser
     running.bus = Messaging::InProcessBus::Create(settings.bus);
     running.service = running.bus->Attach(service);
     {
-        const std::lock_guard lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_pMessaging = running.bus->GetMessaging();
     }
     if (m_farm && settings.farm.enabled) {
@@ -201,7 +202,7 @@ TermError StandaloneTransport::Stop() {
 }
 
 std::shared_ptr<Messaging::BusMessaging> StandaloneTransport::GetMessaging() const {
-    const std::lock_guard lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_pMessaging;
 }
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "platform/jobmanager/JobStatus.h"
+#include "platform/jobmanager/JobManagerMessages.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "tests/support/FakeBusMessaging.h"
 

@@ -5,7 +5,7 @@
 
 #include <stdexcept>
 
-#include "platform/messaging/DeploymentMode.h"
+#include "platform/messaging/BusTransport.h"
 #include "tests/messaging/FunctionHandlers.h"
 
 namespace PlatformAbstraction::Messaging {

@@ -1,4 +1,4 @@
-#include "platform/messaging/MessageResultsFuture.h"
+#include "platform/messaging/BusMessaging.h"
 
 #include <gtest/gtest.h>
 

@@ -9,8 +9,8 @@
 #include <tuple>
 
 #include "base/log/PlatformLog.h"
+#include "platform/messaging/BusTransport.h"
 #include "platform/messaging/ConfigurationStore.h"
-#include "platform/messaging/DeploymentMode.h"
 
 namespace PlatformAbstraction {
 namespace {

@@ -8,10 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/notifiers/CompositeNotifier.h"
-#include "platform/notifiers/ConsoleNotifier.h"
-#include "platform/notifiers/MakeNotifier.h"
-#include "platform/notifiers/SafeNotifier.h"
+#include "platform/notifiers/Notifiers.h"
 #include "tests/support/ConsoleCapture.h"
 
 namespace PlatformAbstraction {

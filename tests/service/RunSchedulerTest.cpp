@@ -6,8 +6,8 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "platform/messaging/BusTransport.h"
 #include "platform/messaging/ConfigurationStore.h"
-#include "platform/messaging/DeploymentMode.h"
 #include "platform/stores/StoreChoice.h"
 #include "service/ServiceOptions.h"
 #include "tests/service/EnvironmentVariable.h"

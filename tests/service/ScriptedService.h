@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "platform/messaging/BusConnection.h"
-#include "platform/messaging/ServiceInfoApi.h"
+#include "platform/messaging/ServiceInfo.h"
 #include "service/ServiceBase.h"
 #include "tests/messaging/FunctionHandlers.h"
 #include "tests/support/FakeBusMessaging.h"

@@ -3,7 +3,7 @@
 #include <exception>
 #include <utility>
 
-#include "platform/messaging/ServiceInfoApi.h"
+#include "platform/messaging/ServiceInfo.h"
 
 namespace TestSupport {
 

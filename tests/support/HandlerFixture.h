@@ -11,7 +11,6 @@
 #include "platform/messaging/BusConnection.h"
 #include "platform/messaging/MessageContext.h"
 #include "platform/messaging/ServiceMessageHandler.h"
-#include "platform/messaging/ServiceMessageHandlerV2.h"
 #include "tests/support/FakeBusMessaging.h"
 #include "tests/support/StoresInPlace.h"
 

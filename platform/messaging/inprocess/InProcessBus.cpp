@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/messaging/HandlerInvocation.h"
+#include "platform/messaging/MessageAnswer.h"
 #include "platform/messaging/inprocess/QueuedMessage.h"
 #include "platform/messaging/inprocess/ServiceEndpoint.h"
 

@@ -5,8 +5,8 @@
 #include <variant>
 
 #include "base/parameters/Parameters.h"
+#include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/MessageContext.h"
-#include "platform/messaging/MessageResultsFuture.h"
 #include "platform/messaging/MessageSink.h"
 
 namespace PlatformAbstraction::Messaging {

@@ -1,11 +1,11 @@
-#include "platform/messaging/DeploymentMode.h"
+#include "platform/messaging/BusTransport.h"
 
 #include <map>
-#include <mutex>
 #include <stdexcept>
 #include <utility>
 
 #include "Core/src/Vocabulary.h"
+#include "base/concurrency/Mutex.h"
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/ConfigurationStore.h"
 
@@ -14,9 +14,9 @@ namespace PlatformAbstraction::Messaging {
 namespace {
 
 struct Modes {
-    std::mutex mutex;
-    std::map<std::string, BusTransportFactory> onOffer;  // guarded by `mutex`
-    BusTransportFactory chosen;                          // guarded by `mutex`
+    Mutex mutex;
+    std::map<std::string, BusTransportFactory> onOffer QUILLON_GUARDED_BY(mutex);
+    BusTransportFactory chosen QUILLON_GUARDED_BY(mutex);
 };
 
 // Never destroyed: nothing that lives as long as the process may find it gone.
@@ -37,7 +37,7 @@ std::string NamesOf(const std::map<std::string, BusTransportFactory>& modes) {
 
 void OfferDeploymentMode(const std::string& mode, BusTransportFactory factory) {
     Modes& modes = TheModes();
-    const std::lock_guard lock(modes.mutex);
+    const MutexLock lock(modes.mutex);
     modes.onOffer.insert_or_assign(mode, std::move(factory));
 }
 
@@ -46,7 +46,7 @@ bool InitializeDeploymentMode(const std::string& mode) {
         Log::SetLevel(level);
     }
     Modes& modes = TheModes();
-    const std::lock_guard lock(modes.mutex);
+    const MutexLock lock(modes.mutex);
     const auto found = modes.onOffer.find(mode);
     if (found == modes.onOffer.end()) {
         Log::Error("The deployment mode \"" + mode +
@@ -61,7 +61,7 @@ std::unique_ptr<BusTransport> MakeBusTransport() {
     BusTransportFactory factory;
     {
         Modes& modes = TheModes();
-        const std::lock_guard lock(modes.mutex);
+        const MutexLock lock(modes.mutex);
         factory = modes.chosen;
     }
     if (!factory) {

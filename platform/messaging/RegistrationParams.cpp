@@ -1,4 +1,4 @@
-#include "platform/messaging/RegParamsBuilder.h"
+#include "platform/messaging/RegistrationParams.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,11 +1,10 @@
-#include "platform/jobmanager/JobInfo.h"
+#include "platform/jobmanager/JobManagerMessages.h"
 
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
+#include "Core/src/JobKinds.h"
 #include "Core/src/Vocabulary.h"
-#include "platform/jobmanager/JobManagerMessages.h"
 
 namespace CommonServices {
 
@@ -56,6 +55,15 @@ void ReadFields(const Parameters& tree, const Fields& fields, JobInfo& job) {
     }
 }
 
+namespace JobStates = Weftline::JobStates;
+
+constexpr std::pair<std::string_view, JobStatus> kStatusOfText[] = {
+    {JobStates::Created, JobStatus::InProgress},   {JobStates::Readied, JobStatus::InProgress},
+    {JobStates::Evaluated, JobStatus::InProgress}, {JobStates::Tasked, JobStatus::InProgress},
+    {JobStates::Suspended, JobStatus::Suspended},  {JobStates::Completed, JobStatus::Completed},
+    {JobStates::Failed, JobStatus::Failed},        {JobStates::Canceled, JobStatus::Canceled},
+};
+
 }  // namespace
 
 Parameters WriteJobInfo(const JobInfo& job) {
@@ -81,6 +89,15 @@ JobInfo ReadJobInfo(const Parameters& tree) {
         throw std::runtime_error("\"" + std::string(Keys::Id) + "\" of a job is missing");
     }
     return job;
+}
+
+JobStatus StrToJobStatus(std::string_view text) {
+    for (const auto& [known, status] : kStatusOfText) {
+        if (known == text) {
+            return status;
+        }
+    }
+    return JobStatus::Unknown;
 }
 
 }  // namespace CommonServices
