@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Core/src/Job.h"
-#include "Core/src/JobKinds.h"
+#include "Core/src/SubmitOperations.h"
 #include "farm/jobmonitor/JobDirectory.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
@@ -29,7 +29,7 @@ using Quillon::Farm::JobIndex;
 constexpr std::int32_t kPage = 100;
 constexpr std::int64_t kBatch = 10000;
 constexpr std::size_t kJobBytes = 5000;
-const std::string g_kind(Weftline::JobKinds::Transcode);
+const std::string g_kind(Weftline::SubmitOperations::kTranscode.jobKind);
 
 std::string IdOf(std::int64_t n) {
     std::string digits = std::to_string(n);

@@ -2,30 +2,13 @@
 
 #include <string_view>
 
-#include "Core/src/SubmitOperations.h"
-
-/// What jobs and tasks of the farm are called. All texts are views of literals; compare them as texts, never
-/// by address.
+/// What jobs of the farm are called that this service does not submit, the states of all, and the defaults of
+/// the farm; what it does submit stands in SubmitOperations.h. All texts are views of literals; compare them
+/// as texts, never by address.
 namespace Weftline {
 
 /// What a job is.
 namespace JobKinds {
-inline constexpr std::string_view Transcode = SubmitOperations::kTranscode.jobKind;
-inline constexpr std::string_view Consolidate = SubmitOperations::kConsolidate.jobKind;
-inline constexpr std::string_view Mixdown = SubmitOperations::kMixdown.jobKind;
-inline constexpr std::string_view Render = SubmitOperations::kRender.jobKind;
-inline constexpr std::string_view Export = SubmitOperations::kExport.jobKind;
-inline constexpr std::string_view DataExtract = SubmitOperations::kDataExtract.jobKind;
-inline constexpr std::string_view ProxyCreation = SubmitOperations::kProxyCreation.jobKind;
-inline constexpr std::string_view DynamicRelink = SubmitOperations::kDynamicRelink.jobKind;
-inline constexpr std::string_view VerifyAccess = SubmitOperations::kVerifyAccess.jobKind;
-inline constexpr std::string_view ExportQuery = SubmitOperations::kExportQuery.jobKind;
-inline constexpr std::string_view VideoFormatsQuery = SubmitOperations::kVideoFormatsQuery.jobKind;
-inline constexpr std::string_view AudioFormatsQuery = SubmitOperations::kAudioFormatsQuery.jobKind;
-inline constexpr std::string_view SourceAvailability = SubmitOperations::kSourceAvailability.jobKind;
-inline constexpr std::string_view MobIDsFromContainer = SubmitOperations::kMobIDsFromContainer.jobKind;
-inline constexpr std::string_view SuitableMastersQuery = SubmitOperations::kSuitableMastersQuery.jobKind;
-
 // Submitted by other services of the farm.
 inline constexpr std::string_view DynamicFormatExport = "orvik.quillon.dynamicformatexport";
 inline constexpr std::string_view EnumerateBin = "orvik.quillon.metadata.enumeratebin";
@@ -35,27 +18,6 @@ inline constexpr std::string_view StoreProfileQuery = "orvik.quillon.metadata.st
 inline constexpr std::string_view CreatePresetFromDraft = "orvik.quillon.metadata.createpresetfromdraft";
 inline constexpr std::string_view PresetValidation = "orvik.quillon.metadata.presetvalidation";
 }  // namespace JobKinds
-
-/// The task that evaluates a job.
-namespace EvalTaskKinds {
-inline constexpr std::string_view ExportQuery = SubmitOperations::kExportQuery.evalTaskKind;
-inline constexpr std::string_view VideoFormatsQuery = SubmitOperations::kVideoFormatsQuery.evalTaskKind;
-inline constexpr std::string_view AudioFormatsQuery = SubmitOperations::kAudioFormatsQuery.evalTaskKind;
-inline constexpr std::string_view SourceAvailability = SubmitOperations::kSourceAvailability.evalTaskKind;
-inline constexpr std::string_view MobIDsFromContainer = SubmitOperations::kMobIDsFromContainer.evalTaskKind;
-inline constexpr std::string_view SuitableMastersQuery = SubmitOperations::kSuitableMastersQuery.evalTaskKind;
-}  // namespace EvalTaskKinds
-
-/// What workers run.
-namespace TaskKinds {
-inline constexpr std::string_view Transcode = SubmitOperations::kTranscode.mediaTask.kind;
-inline constexpr std::string_view Consolidate = SubmitOperations::kConsolidate.mediaTask.kind;
-inline constexpr std::string_view RenderVideo = SubmitOperations::kRender.mediaTask.kind;
-inline constexpr std::string_view Mixdown = SubmitOperations::kMixdown.mediaTask.kind;
-inline constexpr std::string_view Export = SubmitOperations::kExport.mediaTask.kind;
-inline constexpr std::string_view DataExtract = SubmitOperations::kDataExtract.mediaTask.kind;
-inline constexpr std::string_view ProxyCreation = SubmitOperations::kProxyCreation.mediaTask.kind;
-}  // namespace TaskKinds
 
 /// Names of jobs that other services submit.
 namespace JobNames {

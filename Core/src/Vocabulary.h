@@ -6,7 +6,7 @@
 
 /// The words that the services of the farm share, each defined once and used by its name here. All are
 /// views of literals; compare them as texts, never by address. Keys of formats are in FormatKeys.h,
-/// kinds and states of jobs in JobKinds.h.
+/// kinds and states of jobs in JobKinds.h and SubmitOperations.h.
 namespace Weftline {
 
 /// Keys of requests, answers and stored documents. A constant is spelled as its key, first letter in upper

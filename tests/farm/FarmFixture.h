@@ -10,6 +10,7 @@
 
 #include "Core/src/Job.h"
 #include "Core/src/JobKinds.h"
+#include "Core/src/SubmitOperations.h"
 #include "Core/src/Vocabulary.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
@@ -21,7 +22,7 @@ namespace TestSupport {
 /// What a test says of a job that it submits.
 struct JobOrder {
     std::string id;
-    std::string kind = std::string(Weftline::JobKinds::Transcode);
+    std::string kind = std::string(Weftline::SubmitOperations::kTranscode.jobKind);
     std::string creator = {};
     std::string parent = {};
 };

@@ -74,7 +74,7 @@ protected:
         }
     }
 
-    const std::string kKind{JobKinds::Transcode};
+    const std::string kKind{SubmitOperations::kTranscode.jobKind};
     int submitted = 0;
     std::shared_ptr<Messaging::InProcessBus> bus;
     std::shared_ptr<JobDirectory> jobs;
