@@ -16,7 +16,6 @@
 
 namespace Quillon::Farm {
 
-using CommonServices::LoggedEvent;
 using CommonServices::ObjectStore;
 using PlatformAbstraction::Log::Error;
 using PlatformAbstraction::Log::Info;

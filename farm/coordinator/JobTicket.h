@@ -4,6 +4,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "Core/src/SubmitOperations.h"
 
@@ -25,7 +26,9 @@ struct TaskStep {
 struct MachineWishes {
     std::string required;
     std::string excluded;
-    auto operator<=>(const MachineWishes&) const = default;
+    bool operator<(const MachineWishes& other) const {
+        return std::tie(required, excluded) < std::tie(other.required, other.excluded);
+    }
 };
 
 /// Stands behind every offset of the log: "there is none".

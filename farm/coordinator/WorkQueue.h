@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -9,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "farm/coordinator/JobTicket.h"
@@ -65,7 +65,10 @@ private:
     struct Rank {
         std::int32_t minusPriority;  // so that the highest comes first
         bool isToBeEvaluated;
-        auto operator<=>(const Rank&) const = default;
+        bool operator<(const Rank& other) const {
+            return std::tie(minusPriority, isToBeEvaluated) <
+                   std::tie(other.minusPriority, other.isToBeEvaluated);
+        }
     };
     struct Level {
         std::map<std::string, Queue> queues;

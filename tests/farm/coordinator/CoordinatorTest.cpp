@@ -271,16 +271,13 @@ TEST_F(CoordinatorTest, WaitsForAStoreThatFails) {
 
 TEST_F(CoordinatorTest, WaitsForEventsAsLongAsTheServiceSays) {
     const std::string key(Weftline::Options::EventMaxPollingTimeoutMs);
-    const std::pair<const char*, std::chrono::milliseconds> rows[] = {{"86400000", std::chrono::hours(24)},
-                                                                      {"0", std::chrono::milliseconds(10)},
-                                                                      {"-1", std::chrono::seconds(2)}};
-    for (const auto& [text, longest] : rows) {
+    for (const auto& [text, milliseconds] : {std::pair{"86400000", 86'400'000}, {"0", 10}, {"-1", 2000}}) {
         CloseStore();
         const TestSupport::StoresInPlace stores;
         PlatformAbstraction::AddConfigData(key, text);
         StartFarm();
-        EXPECT_TRUE(Eventually([&, time = longest] { return stores.events->longestWait.load() == time; }))
-            << text;
+        const std::chrono::milliseconds longest(milliseconds);
+        EXPECT_TRUE(Eventually([&] { return stores.events->longestWait.load() == longest; })) << text;
         StopFarm();  // at once, however long the wait
     }
     PlatformAbstraction::AddConfigData(key, "");

@@ -170,8 +170,7 @@ protected:
     JobFollowerTest() { CommonServices::StoreChoice::SetRecords(std::make_shared<AnyJob>()); }
 
     std::string Announce(const char* priority, std::string_view kind) {
-        const std::string id =
-            std::string(priority) + " " + std::string(kind) + " " + std::to_string(++announced);
+        std::string id = std::string(priority) + " " + std::string(kind) + " " + std::to_string(++announced);
         EXPECT_TRUE(stores.events->Produce(Weftline::DataModel::MakeJobCreatedEvent(id, "q"), true));
         return id;
     }
