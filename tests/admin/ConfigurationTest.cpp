@@ -13,22 +13,18 @@ namespace {
 
 constexpr char kPropagating[] = R"(OK {"status":"propagating"})";
 constexpr char kNewURL[] = R"({"connectionURL":"u"})";
-constexpr char kPurge[] = R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})";
 
-class Configuration : public AdminFixture {};
+using Configuration = AdminFixture;
 
 TEST_F(Configuration, OnlyANewURLIsPassedOn) {
     bus->On("setGlobalConfigData", Results("{}"));
     ConfigureDXHandler handler(connection, kRunInPlace);
-    const ConsoleCapture console(std::cout);
-    for (const char* url : {R"("a")", R"("a")", R"("")", "5", R"("A")", R"("a")"}) {
-        EXPECT_EQ(Answer(handler, std::string(R"({"connectionURL":)") + url + "}"), kPropagating);
+    for (const std::string url : {R"("a")", R"("a")", R"("")", "5", R"("A")", R"("a")"}) {
+        EXPECT_THAT(Outcome(handler, R"({"connectionURL":)" + url + "}"), testing::StartsWith(kPropagating));
     }
     const std::string message =
-        "notification orvik.quillon.processing.coordinator/farm/1/setGlobalConfigData ";
-    EXPECT_THAT(Sent(), ElementsAre(message + R"({"DolmexConnectionURL":"a"})",
-                                    message + R"({"DolmexConnectionURL":"A"})",
-                                    message + R"({"DolmexConnectionURL":"a"})"));
+        R"(notification orvik.quillon.processing.coordinator/farm/1/setGlobalConfigData {"DolmexConnectionURL":)";
+    EXPECT_THAT(Sent(), ElementsAre(message + R"("a"})", message + R"("A"})", message + R"("a"})"));
     EXPECT_THAT(bus->Waits(), ElementsAre(1000, 1000, 1000));
 }
 
@@ -45,7 +41,6 @@ TEST_F(Configuration, TheConsoleTellsHowTheSendingWent) {
     const std::pair<ScriptedAnswer, std::string> rows[] = {
         {ScriptedAnswer::Never(), begin + end},
         {ScriptedAnswer::Error("E", "m"), begin + failed + "[E] m\n" + end},
-        {ScriptedAnswer::ErrorWithoutDetails(), begin + failed + "[] \n" + end},
         {ScriptedAnswer::Throws([] { throw std::runtime_error("gone"); }), begin + "Failed: gone\n"},
     };
     for (const auto& [answer, printed] : rows) {
@@ -73,42 +68,35 @@ TEST_F(Configuration, RemoteLoggingIsBroadcastAsItCameToBothKindsOfWorker) {
 TEST_F(Configuration, AThreadThatCannotBeStartedIsAnswered) {
     const ThreadStarter fails = [](const auto&) { throw std::runtime_error("no thread"); };
     const ThreadStarter breaks = [](const auto&) { throw 5; };
-    const std::string dx = "GENERIC_SERVICE_ERROR: ConfigureDXHandler::HandleMessage - ";
+    const std::string place = "GENERIC_SERVICE_ERROR: ConfigureDXHandler::HandleMessage - ";
     const std::string start = " | Started: Configure DX started\n";
     ConfigureDXHandler failing(connection, fails);
-    EXPECT_EQ(Outcome(failing, kNewURL), dx + "error occurred: no thread" + start);
+    EXPECT_EQ(Outcome(failing, kNewURL), place + "error occurred: no thread" + start);
     EXPECT_EQ(Outcome(failing, kNewURL), kPropagating + start) << "the URL counts as passed on";
-    EXPECT_EQ(Outcome(ConfigureDXHandler(connection, breaks), kNewURL),
-              dx + "Unexpected error encountered" + start);
-    EXPECT_EQ(Outcome(RemoteLoggingHandler(connection, fails), "{}"),
-              "GENERIC_SERVICE_ERROR: RemoteLoggingHandler::HandleMessage - error occurred: no thread"
-              " | Started: Configure remote logging started\n");
-    EXPECT_EQ(Outcome(RemoveObsoleteJobsHandler(connection, fails), "{}"),
-              "ERROR_UNKNOWN: no thread | no thread\n");
-    EXPECT_EQ(Outcome(RemoveObsoleteJobsHandler(connection, breaks), "{}"),
-              "ERROR_UNKNOWN: Unexpected | Unexpected\n");
+    EXPECT_THAT(Outcome(RemoteLoggingHandler(connection, breaks), "{}"),
+                testing::StartsWith("GENERIC_SERVICE_ERROR: RemoteLoggingHandler::HandleMessage - "
+                                    "Unexpected error encountered | "));
+    RemoveObsoleteJobsHandler failingPurge(connection, fails), breakingPurge(connection, breaks);
+    EXPECT_EQ(Outcome(failingPurge, "{}"), "ERROR_UNKNOWN: no thread | no thread\n");
+    EXPECT_EQ(Outcome(breakingPurge, "{}"), "ERROR_UNKNOWN: Unexpected | Unexpected\n");
 }
 
 TEST_F(Configuration, DetachedWorkNeitherHoldsNorCrashesAProcessThatEnds) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     static std::atomic<int> atWork{0};
-    // Work of all three kinds that never ends.
     const auto hold = ScriptedAnswer::From([](const auto&) -> MessageAnswer {
         for (++atWork;;) {
             std::cout << std::flush;
         }
     });
     bus->On("setGlobalConfigData", hold);
-    bus->On("remoteLogging", hold);
     bus->On("findJobsByKind", hold);
     const auto endUnderWork = [this] {
         ConfigureDXHandler configure(connection);
         Answer(configure, kNewURL);
-        RemoteLoggingHandler logging(connection);
-        Answer(logging, "{}");
         RemoveObsoleteJobsHandler purge(connection);
-        Answer(purge, kPurge);
-        while (atWork < 4) {
+        Answer(purge, R"({"CreationDate":"2024-05-06T07:08:09","kind":"k"})");
+        while (atWork < 2) {
             std::this_thread::yield();
         }
         std::exit(0);

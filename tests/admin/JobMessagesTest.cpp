@@ -18,19 +18,15 @@ protected:
         return ScriptedAnswer::From([count](const auto& dispatch) {
             std::int32_t offset = 0;
             EXPECT_TRUE(dispatch.parameters.GetParameter("offset", offset));
-            Parameters answer;
+            std::string jobs;
             for (std::int32_t id = offset; id < std::min(offset + 100, count); ++id) {
-                if (id % 50 == 2) {
-                    answer.AddArrayParameter("results", "no tree");
-                    continue;
-                }
-                const std::string kind = id % 50 == 1   ? ""
-                                         : id % 50 == 0 ? R"("kind":"orvik.quillon.relink",)"
-                                                        : R"("kind":"other",)";
-                answer.AddArrayChildParameters("results",
-                                               Json("{" + kind + R"("id":)" + std::to_string(id) + "}"));
+                const std::string kind =
+                    id % 50 == 0 ? R"("kind":"orvik.quillon.relink")" : R"("kind":"other")";
+                jobs += (id > offset ? "," : "") + (id % 50 == 2 ? R"("no tree")"
+                                                                 : "{" + (id % 50 == 1 ? "" : kind + ",") +
+                                                                       R"("id":)" + std::to_string(id) + "}");
             }
-            return MessageAnswer::OfResults(answer);
+            return MessageAnswer::OfResults(Json(R"({"results":[)" + jobs + "]}"));
         });
     }
 
@@ -57,21 +53,16 @@ TEST_F(Listing, SkipsAndCountsOnlyJobsThatPass) {
         std::size_t queries;
     };
     const Row rows[] = {
-        {"values of other types", 300, R"({"limit":"3","offset":true,"kinds":"other","kind":5})", "25: 0..25",
-         1},
+        {"other types", 300, R"({"limit":"3","offset":true,"kinds":"other","kind":5})", "25: 0..25", 1},
         {"a page across two queries", 300, R"({"offset":1,"limit":90})", "90: 92..183", 2},
         {"a page behind the thousandth", 5000, R"({"offset":50,"limit":50})", "OK {}", 10},
-        {"limit 0", 300, R"({"limit":0})", "1: 0..0", 1},
         {"the least limit", 300, R"({"limit":-2147483648})", "1: 0..0", 1},
         {"offset below 0", 300, R"({"offset":-1,"limit":2})", "2: 0..1", 1},
         {"limit below 0 skips by the product", 300, R"({"offset":-3,"limit":-1})", "1: 4..4", 1},
         {"a product that wraps to 0", 300, R"({"offset":65536,"limit":65536})", "294: 0..299", 4},
-        {"a thousand jobs at most", 5000, R"({"limit":5000})", "980: 0..999", 10},
         {"Weftline kinds", 5000, R"({"kindIsWeftline":true,"kinds":["other"]})", "20: 0..950", 10},
-        {"skipping counts behind the filter", 5000, R"({"kind":"orvik.quillon.relink","offset":2,"limit":3})",
-         "3: 300..400", 5},
-        {"several kinds", 300, R"({"kinds":["other","","none"],"kind":"orvik.quillon.relink"})", "25: 3..27",
-         1},
+        {"one kind", 5000, R"({"kind":"orvik.quillon.relink","offset":2,"limit":3})", "3: 300..400", 5},
+        {"several kinds", 300, R"({"kinds":["other",""],"kind":"x"})", "25: 3..27", 1},
         {"kinds, none to be read", 300, R"({"kinds":["",5,{}],"kind":"none"})", "25: 0..25", 1},
     };
     for (const Row& row : rows) {

@@ -75,13 +75,17 @@ TEST_F(FindMessages, FormatsComeInTheOrderOfTheAnswerAndInNoThirdVersion) {
     }
 }
 
-TEST_F(FindMessages, APageHasSixtyFormatsAtMost) {
-    for (int n = 0; n < 100; ++n) {
+TEST_F(FindMessages, APageOfManyHasSixtyFormatsAtMost) {
+    for (int n = 0; n < 530; ++n) {
         StoreVideo(VideoData("p" + std::to_string(n)));
     }
-    const std::string answer = Answer(video, With(R"(,"PageOffset":1,"PageSize":61)"));
-    EXPECT_EQ(answer.find("\"p"), answer.find("\"p60\""));
-    EXPECT_THAT(answer, testing::EndsWith(R"("p99"}],"FoundFormats":40,"PageOffset":1,"PageSize":60})"));
+    const std::string page = With(R"(,"PageOffset":8,"PageSize":61)");
+    stores.records->deleteFault = StoreFault::Throw;
+    EXPECT_EQ(Answer(video, page), kError + std::string("Exception: The fake store was told to fail"));
+    stores.records->deleteFault = StoreFault::None;
+    const std::string answer = Answer(video, page);
+    EXPECT_EQ(answer.find("\"p"), answer.find("\"p480\""));
+    EXPECT_THAT(answer, testing::EndsWith(R"("p529"}],"FoundFormats":50,"PageOffset":8,"PageSize":60})"));
 }
 
 TEST_F(FindMessages, AFailureComesAfterTheRecordsAreGone) {
