@@ -22,7 +22,6 @@ namespace {
 using CommonServices::ObjectStore;
 using CoreServices::Parameters;
 using TestSupport::FarmFixture;
-namespace JobKinds = Weftline::JobKinds;
 namespace Shared = Weftline::Keys;
 namespace Messaging = PlatformAbstraction::Messaging;
 namespace Scheduler = Weftline::Services::Scheduler;
@@ -74,7 +73,7 @@ protected:
         }
     }
 
-    const std::string kKind{SubmitOperations::kTranscode.jobKind};
+    const std::string kKind{Weftline::SubmitOperations::kTranscode.jobKind};
     int submitted = 0;
     std::shared_ptr<Messaging::InProcessBus> bus;
     std::shared_ptr<JobDirectory> jobs;
