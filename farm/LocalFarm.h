@@ -9,7 +9,7 @@ namespace Quillon::Farm {
 /// Puts the local farm on the bus of one process: identity service, job monitor, coordinator, and the workers
 /// of metadata and media, in the realm of `service`. To be given to `MakeStandaloneTransportWithFarm`; the
 /// object store has to be there. Throws standard exceptions with a text for the operator.
-std::shared_ptr<PlatformAbstraction::Standalone::AttachedFarm> StartLocalFarm(
+[[nodiscard]] std::shared_ptr<PlatformAbstraction::Standalone::AttachedFarm> StartLocalFarm(
     PlatformAbstraction::Messaging::InProcessBus& bus,
     const PlatformAbstraction::Standalone::BusSettings& settings,
     const PlatformAbstraction::Messaging::ServiceInfoApi& service);

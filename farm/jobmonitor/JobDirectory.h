@@ -37,7 +37,7 @@ public:
     SubTasks SubTasksOf(const std::string& jobId);
 
     /// False when the job is not there: of several removals at the same time one alone gives true.
-    bool Remove(const std::string& jobId);
+    [[nodiscard]] bool Remove(const std::string& jobId);
 
 private:
     void StartOverIfLogIsAnother();

@@ -15,13 +15,14 @@ CatalogueHandlerBase::CatalogueHandlerBase(const CatalogueMessage& message,
     : m_message(message), m_pCatalogue(owner, &((*owner).*message.catalogue)) {}
 
 PlatformAbstraction::RegistrationParams CatalogueHandlerBase::GetRegistrationParams() const {
+    const std::string entries(m_message.entries);
     Parameters example;
-    std::visit([&](const auto& value) { example.SetParameter(m_message.exampleKey, value); },
-               m_message.exampleValue);
+    std::visit([&](const auto& value) { example.SetParameter(m_message.example.key, value); },
+               m_message.example.value);
     return PlatformAbstraction::RegParamsBuilder()
         .SetName(std::string(m_message.name))
-        .SetDescription(std::string(m_message.description))
-        .AddExample({std::string(m_message.exampleLabel), std::move(example)})
+        .SetDescription("Lists the " + entries + " of the farm")
+        .AddExample({entries + " by " + std::string(m_message.example.criterion), std::move(example)})
         .GetResult();
 }
 

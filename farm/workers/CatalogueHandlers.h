@@ -13,12 +13,16 @@ namespace Quillon::Farm {
 
 /// What makes one catalogue message differ from another.
 struct CatalogueMessage {
+    struct Example {
+        std::string_view criterion;  ///< in texts for people
+        std::string_view key;
+        std::variant<std::string_view, std::int32_t> value;
+    };
+
     std::string_view name;
-    std::string_view description;
+    std::string_view entries;  ///< in texts for people
     const Catalogue Catalogues::*catalogue;
-    std::string_view exampleLabel;
-    std::string_view exampleKey;
-    std::variant<std::string_view, std::int32_t> exampleValue;
+    Example example;
 };
 
 /// Answers one catalogue message with `results`: the list of the entries that meet the criteria of the
@@ -50,55 +54,25 @@ namespace CatalogueMessages {
 
 namespace Operations = Weftline::Operations;
 namespace Keys = Weftline::Keys;
+using Example = CatalogueMessage::Example;
 
-inline constexpr CatalogueMessage kVideoFormats{
-    .name = Operations::GetVideoFormats,
-    .description = "Lists the video formats of the farm",
-    .catalogue = &Catalogues::videoFormats,
-    .exampleLabel = "video formats by legacy id",
-    .exampleKey = Keys::Formats::LegacyVCID,
-    .exampleValue = 1242,
-};
-inline constexpr CatalogueMessage kAudioFormats{
-    .name = Operations::GetAudioFormats,
-    .description = "Lists the audio formats of the farm",
-    .catalogue = &Catalogues::audioFormats,
-    .exampleLabel = "audio formats by sample rate",
-    .exampleKey = Keys::Formats::SampleRate,
-    .exampleValue = 48000,
-};
-inline constexpr CatalogueMessage kExportTypes{
-    .name = Operations::GetExportTypes,
-    .description = "Lists the export types of the farm",
-    .catalogue = &Catalogues::exportTypes,
-    .exampleLabel = "export types by type",
-    .exampleKey = Keys::Type,
-    .exampleValue = "LXA",
-};
-inline constexpr CatalogueMessage kMediaCreationTypes{
-    .name = Operations::GetMediaCreationTypes,
-    .description = "Lists the media creation types of the farm",
-    .catalogue = &Catalogues::mediaCreationTypes,
-    .exampleLabel = "media creation types by name",
-    .exampleKey = Keys::Name,
-    .exampleValue = "Transcode",
-};
+inline constexpr CatalogueMessage kVideoFormats{Operations::GetVideoFormats, "video formats",
+                                                &Catalogues::videoFormats,
+                                                Example{"legacy id", Keys::Formats::LegacyVCID, 1242}};
+inline constexpr CatalogueMessage kAudioFormats{Operations::GetAudioFormats, "audio formats",
+                                                &Catalogues::audioFormats,
+                                                Example{"sample rate", Keys::Formats::SampleRate, 48000}};
+inline constexpr CatalogueMessage kExportTypes{Operations::GetExportTypes, "export types",
+                                               &Catalogues::exportTypes, Example{"type", Keys::Type, "LXA"}};
+inline constexpr CatalogueMessage kMediaCreationTypes{Operations::GetMediaCreationTypes,
+                                                      "media creation types", &Catalogues::mediaCreationTypes,
+                                                      Example{"name", Keys::Name, "Transcode"}};
 inline constexpr CatalogueMessage kColorSpaces{
-    .name = Operations::GetColorSpaces,
-    .description = "Lists the colour spaces of the farm",
-    .catalogue = &Catalogues::colorSpaces,
-    .exampleLabel = "colour spaces by name",
-    .exampleKey = Keys::Formats::Name,
-    .exampleValue = "Rec.709 [video levels]",
-};
-inline constexpr CatalogueMessage kS3DModes{
-    .name = Operations::GetS3DModes,
-    .description = "Lists the stereoscopic modes of the farm",
-    .catalogue = &Catalogues::s3dModes,
-    .exampleLabel = "stereoscopic modes by name",
-    .exampleKey = Keys::S3DMode,
-    .exampleValue = "Monoscopic",
-};
+    Operations::GetColorSpaces, "colour spaces", &Catalogues::colorSpaces,
+    Example{"name", Keys::Formats::Name, "Rec.709 [video levels]"}};
+inline constexpr CatalogueMessage kS3DModes{Operations::GetS3DModes, "stereoscopic modes",
+                                            &Catalogues::s3dModes,
+                                            Example{"name", Keys::S3DMode, "Monoscopic"}};
 
 }  // namespace CatalogueMessages
 

@@ -14,33 +14,31 @@ namespace {
 using CoreServices::Parameters;
 
 TEST(Catalogue, FindsTheEntriesThatMeetAllCriteria) {
-    const Catalogue colorSpaces(CatalogueKinds::kColorSpaces, R"([
-        {"Name":"A","BitDepth":"10","MinReference":"64","MaxReference":"940","TransferCharacteristicName":"t",
-         "TransferCharacteristicUid":"04010101-0102-0000-060e-2b3404010101","ColorPrimariesName":"p",
-         "ColorPrimariesUid":"x"},
-        {"Name":"B","BitDepth":"8","MinReference":"16","MaxReference":"235","TransferCharacteristicName":"t",
-         "TransferCharacteristicUid":"0401010-10102-0000-060e-2b34040101","ColorPrimariesName":"p",
-         "ColorPrimariesUid":"X","More":1}])");
+    const Catalogue formats(CatalogueKinds::kAudioFormats, R"([
+        {"FileFormat":"04010101-0102-0000-060e-2b3404010101","SampleRate":10,"BitsPerSample":1,
+         "TarvaleCompression":"A"},
+        {"FileFormat":"0401010-10102-0000-060e-2b34040101","SampleRate":8,"BitsPerSample":1,
+         "TarvaleCompression":"B","More":1}])");
     const std::array<const char*, 2> rows[] = {
         {"{}", " A B"},
-        {R"({"Name":"B","BitDepth":"10"})", ""},
-        {R"({"BitDepth":10})", " A"},
-        {R"({"BitDepth":10.0})", ""},
-        {R"({"Name":"a"})", ""},
+        {R"({"TarvaleCompression":"B","SampleRate":10})", ""},
+        {R"({"SampleRate":"10","BitsPerSample":1})", " A"},
+        {R"({"SampleRate":10.0})", ""},
+        {R"({"TarvaleCompression":"a"})", ""},
         // Of a GUID neither case counts, nor its form.
-        {R"({"TransferCharacteristicUid":"{0401010101020000060E2B3404010101}"})", " A"},
-        {R"({"TransferCharacteristicUid":"0x04010101-0x0102-0x0000-0x060e-0x2b34-0x0401-0x0101"})", " A"},
-        {R"({"TransferCharacteristicUid":"0401010-10102-0000-060E-2b34040101"})", ""},  // too short
-        {R"({"Name":null})", " A B"},
+        {R"({"FileFormat":"{0401010101020000060E2B3404010101}"})", " A"},
+        {R"({"FileFormat":"0x04010101-0x0102-0x0000-0x060e-0x2b34-0x0401-0x0101"})", " A"},
+        {R"({"FileFormat":"0401010-10102-0000-060E-2b34040101"})", ""},  // too short
+        {R"({"TarvaleCompression":null})", " A B"},
         {R"({"jobQueue":"q","More":2,"name":"A"})", " A B"},  // no criteria of this catalogue
-        {R"({"Name":{"a":"A"}})", ""},
-        {R"({"Name":""})", ""},
+        {R"({"TarvaleCompression":{"a":"A"}})", ""},
+        {R"({"TarvaleCompression":""})", ""},
     };
     for (const auto& [request, names] : rows) {
         std::string found;
-        for (const Parameters& entry : colorSpaces.Find(Parameters::fromJSON(request))) {
+        for (const Parameters& entry : formats.Find(Parameters::fromJSON(request))) {
             std::string name;
-            entry.GetParameter("Name", name);
+            entry.GetParameter("TarvaleCompression", name);
             found += " " + name;
         }
         EXPECT_EQ(found, names) << request;
