@@ -8,8 +8,8 @@
 namespace PlatformAbstraction::Rest {
 
 /// Takes the chunked form of one body apart while it arrives, in pieces of any size. Strict: lines end in CR
-/// LF, a chunk's size is hexadecimal digits alone. Extensions and trailers are read over, within a limit.
-/// Belongs to one connection.
+/// LF, a chunk's size is hexadecimal digits. Extensions and trailers have to be well-formed, are read over,
+/// and keep to a limit. Belongs to one connection.
 class ChunkedBody {
 public:
     enum class Progress { Incomplete, Complete, Malformed, TooLarge };
@@ -21,32 +21,21 @@ public:
 
     /// Takes bytes off the front of `input` and appends to `body` what belongs to it. Whatever is left of
     /// `input` after Complete belongs to the next request.
-    Progress Read(std::string_view& input, std::string& body);
+    [[nodiscard]] Progress Read(std::string_view& input, std::string& body);
 
 private:
-    enum class State {
-        Size,
-        Extension,
-        SizeLineFeed,
-        Data,
-        DataReturn,
-        DataLineFeed,
-        TrailerStart,
-        Trailer,
-        TrailerLineFeed,
-        LastLineFeed,
-        Done
-    };
+    enum class Part { SizeLine, Data, DataEnd, Trailer };
 
-    Progress ReadByte(char byte, std::size_t bodySize);
-    Progress ReadSizeByte(char byte, std::size_t bodySize);
-    Progress Expect(char byte, char expected, State next);
-    Progress CountExtra(char byte);
+    void ReadData(std::string_view& input, std::string& body);
+    Progress ReadLine(std::string_view& input, std::size_t bodySize);
+    Progress TakeLine(std::string_view line, std::size_t bodySize);
+    Progress TakeSizeLine(std::string_view line, std::size_t bodySize);
+    Progress TakeTrailerLine(std::string_view line);
 
     const std::size_t m_maxBodyBytes;
-    State m_state = State::Size;
+    Part m_part = Part::SizeLine;
+    std::string m_line;  // as far as it is here, with its end
     std::uint64_t m_chunkLeft = 0;
-    std::size_t m_sizeDigits = 0;
     std::size_t m_extraBytes = 0;
 };
 

@@ -9,7 +9,15 @@
 #include <memory>
 #include <utility>
 
+#include "platform/rest/RestGateway.h"
+
 namespace PlatformAbstraction::Rest {
+
+/// What the connections of a gateway speak TLS with: TLS 1.2 and later, forward secrecy and authenticated
+/// encryption alone, "http/1.1" where a client asks for a protocol; nothing is compressed, renegotiated or
+/// resumed. Throws `CannotListenError` with a text that tells a person what to do where the files are not
+/// there, not fit or not of each other.
+boost::asio::ssl::context MakeTlsContext(const TlsFiles& files);
 
 /// The bytes of one client's connection, plain or through TLS. Which of the two it is stands from the
 /// beginning, so a plain connection pays for the other kind with one branch for each operation.
@@ -55,21 +63,21 @@ public:
         }
     }
 
-    /// Tells the client that nothing more will come. A secure client is told within TLS too, and what it says
-    /// to that is no error. The handler of a plain one is called at once.
+    /// Of a secure one: tells the client within TLS that nothing more will come.
     template <typename Handler>
-    void AsyncEndOutput(Handler handler) {
-        if (m_pTls) {
-            m_pTls->async_shutdown([this, handler](const ErrorCode&) { EndOutput(handler); });
-        } else {
-            EndOutput(handler);
-        }
+    void AsyncSayGoodbye(Handler handler) {
+        m_pTls->async_shutdown([handler](const ErrorCode& error) { handler(error, 0); });
     }
 
     /// Reads what still comes after the end of the output, for nobody.
     template <typename Buffers, typename Handler>
     void AsyncReadAway(const Buffers& buffers, Handler handler) {
         m_socket.async_read_some(buffers, std::move(handler));
+    }
+
+    void EndOutput() {
+        ErrorCode ignored;
+        m_socket.shutdown(boost::asio::ip::tcp::socket::shutdown_send, ignored);
     }
 
     /// Ends the operations under way with an error.
@@ -85,13 +93,6 @@ public:
 
 private:
     using TlsStream = boost::asio::ssl::stream<boost::asio::ip::tcp::socket&>;
-
-    template <typename Handler>
-    void EndOutput(const Handler& handler) {
-        ErrorCode error;
-        m_socket.shutdown(boost::asio::ip::tcp::socket::shutdown_send, error);
-        handler(error, 0);
-    }
 
     boost::asio::ip::tcp::socket m_socket;
     const std::unique_ptr<TlsStream> m_pTls;

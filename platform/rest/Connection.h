@@ -5,6 +5,7 @@
 #include <array>
 #include <boost/asio/ip/tcp.hpp>
 #include <chrono>
+#include <coroutine>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -12,20 +13,20 @@
 #include <string>
 #include <string_view>
 
-#include "platform/rest/ChunkedBody.h"
 #include "platform/rest/ClientStream.h"
-#include "platform/rest/ConnectionCount.h"
+#include "platform/rest/GatewayCore.h"
 #include "platform/rest/HttpReply.h"
 #include "platform/rest/RequestGate.h"
 #include "platform/rest/RequestHead.h"
+#include "platform/rest/Task.h"
 
 namespace PlatformAbstraction::Rest {
 
 class IoLoop;
 
-/// One client's connection: reads a request, hands it in, writes the answer, and then the next. What a client
-/// sends ahead waits in the buffer meanwhile. Owned by its loop and by the I/O operations under way; used on
-/// the loop's thread alone.
+/// One client's connection, as a coroutine: reads a request, hands it in, writes the answer, and then the
+/// next. What a client sends ahead waits in the buffer meanwhile. Owned by its loop and by the I/O operations
+/// under way; used on the loop's thread alone.
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
     Connection(boost::asio::ip::tcp::socket socket, ConnectionCount::Slot slot, IoLoop& loop);
@@ -41,6 +42,7 @@ public:
     void OnLate();
 
 private:
+    /// What the coroutine waits for, and with it the deadline.
     enum class Phase {
         Handshaking,  ///< TLS begins
         Idle,         ///< waits for the first byte of a request
@@ -51,43 +53,56 @@ private:
         Closed,
     };
 
+    /// How it goes on behind a part of the road.
+    enum class Step {
+        Next,     ///< with the part that follows
+        Reply,    ///< with writing the reply, which is there
+        Goodbye,  ///< the connection ends in good order
+        Close,    ///< it ends at once
+    };
+
     /// What is kept of a head when the buffer moves on.
     struct Request {
         AdmittedRequest admitted;
         std::uint64_t contentLength = 0;
-        std::optional<ChunkedBody> chunks;
+        bool hasBody = false;
+        bool chunked = false;
+        bool expectsContinue = false;
     };
+
+    struct IoResult {
+        boost::system::error_code error;
+        std::size_t bytes = 0;
+    };
+    template <typename Begin>
+    class Operation;
+    struct Answer;
+
+    Task<Step> Serve();
+    Task<Step> ServeRequest();
+    Task<Step> ReadHead();
+    Task<Step> ReadBody();
+    Task<Step> ReadChunks();
+    Task<Step> WriteReply();
+    Task<Step> SayGoodbye();
+
+    void BeginRequest();
+    Step TakeHead(std::string_view text);
+    Step HandIn();
+    void OnAnswer(std::uint64_t request, HttpReply reply);
+    Step Refuse(GatewayFailure failure);
+    Step Leave() const;
+    Step After(const IoResult& result);
+
+    auto Read(boost::asio::mutable_buffer into);
+    auto ReadIntoBuffer();
+    template <typename Buffers>
+    auto Write(const Buffers& buffers);
 
     std::string_view Buffered() const { return {m_buffer.data() + m_begin, m_end - m_begin}; }
     void EnterPhase(Phase phase);
-    template <typename Action>
-    void Guarded(Action&& action);
-    template <typename Action>
-    auto InSamePhase(Action action);
-    void OnError(const boost::system::error_code& error);
-    void OnFailure();
-
-    void NextRequest();
-    void ReadMore();
-    void OnMore(std::size_t bytes);
-    void ReadHead();
-    void TakeHead(std::string_view text);
-    void Admit(const RequestHead& head, AdmittedRequest admitted);
-    void SendContinue();
-    void ReadBody();
-    void ReadChunks();
-    void ReadPlainBody();
-    void Deliver();
-    void OnAnswer(std::uint64_t request, HttpReply reply);
-
-    void StopReading(GatewayFailure failure);
-    void Refuse(HttpReply reply);
-    void Send(HttpReply reply);
-    void SendPiece(std::string_view head);
-    void OnSent();
-    void Leave();
-    void EndOutput();
-    void Linger();
+    void Interrupt(GatewayFailure reason);
+    void Abort();
     void Close();
 
     // Constant after construction.
@@ -97,12 +112,13 @@ private:
     ClientStream m_stream;
     Phase m_phase = Phase::Idle;
     std::chrono::steady_clock::time_point m_deadline;
+    /// Why the reading under way has been ended from outside.
+    std::optional<GatewayFailure> m_interruption;
 
     // The longest head that is read is one that fills the buffer.
     std::array<char, 8192> m_buffer;
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
-    HeadScanner m_scanner;
 
     // The request under way.
     std::optional<Request> m_request;
@@ -114,9 +130,11 @@ private:
     bool m_closeAfterAnswer = false;
 
     // The answer under way.
-    std::string m_replyHead;
+    std::coroutine_handle<> m_awaitsAnswer;
     HttpReply m_reply;
-    std::string_view m_unsent;  // of its body
+    std::string m_replyHead;
+
+    std::optional<Task<Step>> m_serving;  // uses all of the above, so it goes first
 };
 
 }  // namespace PlatformAbstraction::Rest

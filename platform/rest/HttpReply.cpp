@@ -1,8 +1,10 @@
 #include "platform/rest/HttpReply.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <ctime>
+#include <stdexcept>
 #include <utility>
 
 namespace PlatformAbstraction::Rest {
@@ -13,43 +15,128 @@ using CoreServices::Parameters;
 
 constexpr std::string_view kRetryAfter = "Retry-After: 1\r\n";
 
-constexpr unsigned kNoContent = 204;
-
 // For all answers: none is to be kept, guessed at, or shown as a page.
 constexpr std::string_view kCommonFields =
     "Cache-Control: no-store\r\n"
     "X-Content-Type-Options: nosniff\r\n"
     "Content-Security-Policy: default-src 'none'; frame-ancestors 'none'\r\n";
 
-std::string_view ReasonOf(unsigned status) {
+// Every status has its own, or this does not compile.
+std::string_view ReasonOf(HttpStatus status) {
     switch (status) {
-        case 200:
+        case HttpStatus::Ok:
             return "OK";
-        case kNoContent:
+        case HttpStatus::NoContent:
             return "No Content";
-        case 400:
+        case HttpStatus::BadRequest:
             return "Bad Request";
-        case 401:
+        case HttpStatus::Unauthorized:
             return "Unauthorized";
-        case 403:
+        case HttpStatus::Forbidden:
             return "Forbidden";
-        case 404:
+        case HttpStatus::NotFound:
             return "Not Found";
-        case 405:
+        case HttpStatus::MethodNotAllowed:
             return "Method Not Allowed";
-        case 408:
+        case HttpStatus::RequestTimeout:
             return "Request Timeout";
-        case 413:
+        case HttpStatus::ContentTooLarge:
             return "Content Too Large";
-        case 415:
+        case HttpStatus::UnsupportedMediaType:
             return "Unsupported Media Type";
-        case 431:
+        case HttpStatus::ExpectationFailed:
+            return "Expectation Failed";
+        case HttpStatus::HeadersTooLarge:
             return "Request Header Fields Too Large";
-        case 503:
-            return "Service Unavailable";
-        default:
+        case HttpStatus::InternalServerError:
             return "Internal Server Error";
+        case HttpStatus::NotImplemented:
+            return "Not Implemented";
+        case HttpStatus::ServiceUnavailable:
+            return "Service Unavailable";
+        case HttpStatus::VersionNotSupported:
+            return "HTTP Version Not Supported";
     }
+    throw std::logic_error("A status without a reason.");
+}
+
+// What the client is told of a failure.
+struct FailureOnTheWire {
+    HttpStatus status;
+    std::string_view code;
+    std::string_view message;
+};
+
+FailureOnTheWire Describe(GatewayFailure failure) {
+    switch (failure) {
+        case GatewayFailure::MalformedRequest:
+            return {HttpStatus::BadRequest, "MALFORMED_REQUEST", "The request is not well-formed."};
+        case GatewayFailure::BadPath:
+            return {HttpStatus::BadRequest, "BAD_PATH",
+                    "The path holds an escape that is none, or is not UTF-8."};
+        case GatewayFailure::BadQuery:
+            return {HttpStatus::BadRequest, "BAD_QUERY",
+                    "The query string holds an escape that is none, an empty name, or no UTF-8."};
+        case GatewayFailure::BodyNotJson:
+            return {HttpStatus::BadRequest, "BODY_NOT_JSON", "The body is not valid JSON."};
+        case GatewayFailure::BodyNotAnObject:
+            return {HttpStatus::BadRequest, "BODY_NOT_AN_OBJECT", "The body is not a JSON object."};
+        case GatewayFailure::Unauthorized:
+            return {HttpStatus::Unauthorized, "UNAUTHORIZED", "A valid bearer token is needed."};
+        case GatewayFailure::ForeignHost:
+            return {HttpStatus::Forbidden, "FOREIGN_HOST", "The request is meant for another host."};
+        case GatewayFailure::ForeignOrigin:
+            return {HttpStatus::Forbidden, "FOREIGN_ORIGIN", "This web origin may not call."};
+        case GatewayFailure::PathNotFound:
+            return {HttpStatus::NotFound, Messaging::kNotFound, "There is nothing at this path."};
+        case GatewayFailure::MethodNotAllowed:
+            return {HttpStatus::MethodNotAllowed, Messaging::kMethodNotAllowed,
+                    "This path does not take the method."};
+        case GatewayFailure::RequestTimeout:
+            return {HttpStatus::RequestTimeout, "REQUEST_TIMEOUT", "The request took too long to arrive."};
+        case GatewayFailure::BodyTooLarge:
+            return {HttpStatus::ContentTooLarge, "BODY_TOO_LARGE", "The body is too large."};
+        case GatewayFailure::UnsupportedMediaType:
+            return {HttpStatus::UnsupportedMediaType, "UNSUPPORTED_MEDIA_TYPE",
+                    "The body must be application/json, in UTF-8, not encoded."};
+        case GatewayFailure::UnknownExpectation:
+            return {HttpStatus::ExpectationFailed, "EXPECTATION_FAILED",
+                    "Only \"100-continue\" can be expected."};
+        case GatewayFailure::HeadTooLarge:
+            return {HttpStatus::HeadersTooLarge, "HEADERS_TOO_LARGE",
+                    "The head of the request is too large."};
+        case GatewayFailure::InternalError:
+            return {HttpStatus::InternalServerError, Messaging::kGenericServiceError,
+                    "The request could not be carried out."};
+        case GatewayFailure::UnknownTransferCoding:
+            return {HttpStatus::NotImplemented, "UNKNOWN_TRANSFER_CODING",
+                    "A body may be chunked and in no other transfer coding."};
+        case GatewayFailure::Stopping:
+            return {HttpStatus::ServiceUnavailable, Messaging::kServiceStopping, "The service is stopping."};
+        case GatewayFailure::UnknownVersion:
+            return {HttpStatus::VersionNotSupported, "UNKNOWN_HTTP_VERSION",
+                    "Only HTTP/1.1 and 1.0 are spoken."};
+    }
+    throw std::logic_error("A gateway failure without a description.");
+}
+
+// The status of an error that a handler or the bus reports.
+HttpStatus StatusOfErrorCode(std::string_view code) {
+    struct Row {
+        std::string_view code;
+        HttpStatus status;
+    };
+    static constexpr std::array kRows{
+        Row{Messaging::kBadRequest, HttpStatus::BadRequest},
+        Row{Messaging::kNotFound, HttpStatus::NotFound},
+        Row{Messaging::kHandlerNotFound, HttpStatus::NotFound},
+        Row{Messaging::kMethodNotAllowed, HttpStatus::MethodNotAllowed},
+        Row{Messaging::kQueueFull, HttpStatus::ServiceUnavailable},
+        Row{Messaging::kServiceStopping, HttpStatus::ServiceUnavailable},
+    };
+    const auto* const row = std::find_if(kRows.begin(), kRows.end(),
+                                         [code](const Row& candidate) { return candidate.code == code; });
+    return row == kRows.end() ? HttpStatus::InternalServerError : row->status;
 }
 
 std::string ErrorBody(std::string_view code, std::string_view message, Parameters details) {
@@ -106,9 +193,9 @@ HttpReply ReplyOf(Messaging::MessageAnswer answer, std::string_view allowedMetho
             reply.body = ErrorBody(answer.code, answer.message, std::move(answer.details));
             break;
     }
-    if (reply.status == 405) {
+    if (reply.status == HttpStatus::MethodNotAllowed) {
         reply.fields = AllowField(allowedMethods);
-    } else if (reply.status == 503) {
+    } else if (reply.status == HttpStatus::ServiceUnavailable) {
         reply.fields = kRetryAfter;
     }
     return reply;
@@ -125,7 +212,7 @@ HttpReply ReplyOf(GatewayFailure failure, std::string_view more) {
     reply.body = ErrorBody(described.code, message, Parameters());
     if (failure == GatewayFailure::Unauthorized) {
         reply.fields = "WWW-Authenticate: Bearer\r\n";
-    } else if (reply.status == 503) {
+    } else if (reply.status == HttpStatus::ServiceUnavailable) {
         reply.fields = kRetryAfter;
     }
     return reply;
@@ -139,16 +226,18 @@ HttpReply MethodNotAllowedReply(std::string_view allowedMethods) {
 
 HttpReply NoContentReply(std::string fields) {
     HttpReply reply;
-    reply.status = kNoContent;
+    reply.status = HttpStatus::NoContent;
     reply.fields = std::move(fields);
     return reply;
 }
 
 void WriteReplyHead(const HttpReply& reply, Persistence persistence, std::string& out) {
     out = "HTTP/1.1 ";
-    out.append(std::to_string(reply.status)).append(" ").append(ReasonOf(reply.status));
+    out.append(std::to_string(static_cast<unsigned>(reply.status)))
+        .append(" ")
+        .append(ReasonOf(reply.status));
     out.append("\r\nDate: ").append(DateText()).append("\r\n");
-    if (reply.status != kNoContent) {
+    if (reply.status != HttpStatus::NoContent) {
         out.append("Content-Type: application/json\r\nContent-Length: ");
         out.append(std::to_string(reply.body.size())).append("\r\n");
     }

@@ -1,28 +1,68 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "platform/messaging/MessageAnswer.h"
-#include "platform/rest/GatewayFailure.h"
 
 namespace PlatformAbstraction::Rest {
 
-/// One answer, before it goes on the wire. A value, made on any thread.
-struct HttpReply {
-    unsigned status = 200;
-    std::string body;    ///< JSON, or empty
-    std::string fields;  ///< header lines of this answer alone, each with its line end
-    bool close = false;  ///< nothing more is read from this connection
+/// The statuses that the gateway answers with.
+enum class HttpStatus : unsigned {
+    Ok = 200,
+    NoContent = 204,
+    BadRequest = 400,
+    Unauthorized = 401,
+    Forbidden = 403,
+    NotFound = 404,
+    MethodNotAllowed = 405,
+    RequestTimeout = 408,
+    ContentTooLarge = 413,
+    UnsupportedMediaType = 415,
+    ExpectationFailed = 417,
+    HeadersTooLarge = 431,
+    InternalServerError = 500,
+    NotImplemented = 501,
+    ServiceUnavailable = 503,
+    VersionNotSupported = 505,
 };
 
-HttpReply ReplyOf(Messaging::MessageAnswer answer, std::string_view allowedMethods);
+/// Why the gateway itself refuses a request.
+enum class GatewayFailure {
+    MalformedRequest,
+    BadPath,
+    BadQuery,
+    BodyNotJson,
+    BodyNotAnObject,
+    Unauthorized,
+    ForeignHost,
+    ForeignOrigin,
+    PathNotFound,
+    MethodNotAllowed,
+    RequestTimeout,
+    BodyTooLarge,
+    UnsupportedMediaType,
+    UnknownExpectation,
+    HeadTooLarge,
+    InternalError,
+    UnknownTransferCoding,
+    Stopping,
+    UnknownVersion,
+};
+
+/// One answer, before it goes on the wire. A value, made on any thread.
+struct HttpReply {
+    HttpStatus status = HttpStatus::Ok;
+    std::string body;    ///< JSON, or empty
+    std::string fields;  ///< header lines of this answer alone, each with its line end
+};
+
+[[nodiscard]] HttpReply ReplyOf(Messaging::MessageAnswer answer, std::string_view allowedMethods);
 /// `more` is put behind the failure's own text.
-HttpReply ReplyOf(GatewayFailure failure, std::string_view more = {});
-HttpReply MethodNotAllowedReply(std::string_view allowedMethods);
+[[nodiscard]] HttpReply ReplyOf(GatewayFailure failure, std::string_view more = {});
+[[nodiscard]] HttpReply MethodNotAllowedReply(std::string_view allowedMethods);
 /// An answer without a body, to OPTIONS.
-HttpReply NoContentReply(std::string fields);
+[[nodiscard]] HttpReply NoContentReply(std::string fields);
 
 /// How the connection goes on after the answer.
 enum class Persistence { KeepAlive, KeepAliveOfHttp10, Close };

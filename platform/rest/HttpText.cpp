@@ -1,6 +1,7 @@
 #include "platform/rest/HttpText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 #include "base/parameters/JsonText.h"
@@ -8,10 +9,6 @@
 namespace PlatformAbstraction::Rest {
 
 namespace {
-
-constexpr bool IsLetter(char character) noexcept {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
 
 constexpr bool IsDigit(char character) noexcept {
     return character >= '0' && character <= '9';
@@ -25,15 +22,34 @@ constexpr bool IsBlank(char character) noexcept {
     return character == ' ' || character == '\t';
 }
 
+// By the character's code.
+constexpr auto kTokenCharacters = [] {
+    std::array<bool, 256> table{};
+    for (char upper = 'A'; upper <= 'Z'; ++upper) {
+        table[static_cast<unsigned char>(upper)] = table[static_cast<unsigned char>(Lower(upper))] = true;
+    }
+    for (const char other : std::string_view("0123456789!#$%&'*+-.^_`|~")) {
+        table[static_cast<unsigned char>(other)] = true;
+    }
+    return table;
+}();
+
 }  // namespace
 
 bool IsTokenCharacter(char character) noexcept {
-    static constexpr std::string_view kOthers = "!#$%&'*+-.^_`|~";
-    return IsLetter(character) || IsDigit(character) || kOthers.find(character) != std::string_view::npos;
+    return kTokenCharacters[static_cast<unsigned char>(character)];
 }
 
 bool IsToken(std::string_view text) noexcept {
-    return !text.empty() && std::all_of(text.begin(), text.end(), IsTokenCharacter);
+    return !text.empty() &&
+           std::all_of(text.begin(), text.end(), [](char character) { return IsTokenCharacter(character); });
+}
+
+bool IsText(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte == '\t' || (byte >= ' ' && byte != 0x7f);
+    });
 }
 
 bool IsDigits(std::string_view text) noexcept {
@@ -61,6 +77,18 @@ std::string_view Trimmed(std::string_view text) noexcept {
         text.remove_suffix(1);
     }
     return text;
+}
+
+std::optional<FieldLine> ReadFieldLine(std::string_view line) noexcept {
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view value = line.substr(colon + 1);
+    if (!IsToken(line.substr(0, colon)) || !IsText(value)) {
+        return std::nullopt;
+    }
+    return FieldLine{line.substr(0, colon), Trimmed(value)};
 }
 
 bool IsValidUtf8(std::string_view text) noexcept {

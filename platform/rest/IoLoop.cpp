@@ -5,7 +5,6 @@
 #include <exception>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "base/log/PlatformLog.h"
 #include "platform/rest/Connection.h"
@@ -61,9 +60,7 @@ void IoLoop::Stop() {
 
 void IoLoop::BeginStop() {
     asio::post(m_context, [this] {
-        const std::vector<std::shared_ptr<Connection>> connections(m_connections.begin(),
-                                                                   m_connections.end());
-        for (const auto& connection : connections) {
+        for (const auto& connection : m_connections) {
             connection->BeginStop();
         }
     });
@@ -96,11 +93,10 @@ void IoLoop::StartTicking() {
 
 void IoLoop::Tick() {
     const auto now = std::chrono::steady_clock::now();
-    std::vector<std::shared_ptr<Connection>> late;
-    std::copy_if(m_connections.begin(), m_connections.end(), std::back_inserter(late),
-                 [now](const auto& connection) { return connection->IsLate(now); });
-    for (const auto& connection : late) {
-        connection->OnLate();
+    for (const auto& connection : m_connections) {  // it removes itself later, when its I/O has ended
+        if (connection->IsLate(now)) {
+            connection->OnLate();
+        }
     }
     if (!m_connections.empty()) {
         StartTicking();

@@ -16,6 +16,16 @@
 
 namespace PlatformAbstraction::Rest {
 
+/// Sockets that listen on all addresses of the host in the settings, on one port. Throws `CannotListenError`
+/// with a text that tells a person what to do.
+std::vector<boost::asio::ip::tcp::acceptor> OpenListeners(boost::asio::io_context& context,
+                                                          const RestGatewaySettings& settings);
+
+/// How many of these connections fit into the files that the system lets this process have open, with room
+/// for the store and all else that it opens. Raises the soft limit to the hard one. Says so where they do not
+/// all fit.
+std::size_t ConnectionsThatFit(std::size_t wanted);
+
 /// Accepts connections and gives them to the loops in turn. Outlives every error of accepting but that of a
 /// listening socket that is gone. Owned by the gateway; runs on the first loop, whose thread calls everything
 /// but the constructor.

@@ -41,12 +41,7 @@ bool IsOfAnotherSite(const RequestHead& head) {
                               EqualsIgnoringCase(*head.fetchSite, "same-site"));
 }
 
-bool IsPlainEncoding(const std::optional<std::string_view>& contentEncoding) {
-    return !contentEncoding || EqualsIgnoringCase(*contentEncoding, "identity");
-}
-
-}  // namespace
-
+// Is it "application/json", and in UTF-8 where it names a character set?
 bool IsJsonContentType(std::string_view value) {
     const std::size_t semicolon = std::min(value.find(';'), value.size());
     if (!EqualsIgnoringCase(Trimmed(value.substr(0, semicolon)), "application/json")) {
@@ -60,6 +55,12 @@ bool IsJsonContentType(std::string_view value) {
            EqualsIgnoringCase(parameter, "charset=\"utf-8\"");
 }
 
+bool IsPlainEncoding(const std::optional<std::string_view>& contentEncoding) {
+    return !contentEncoding || EqualsIgnoringCase(*contentEncoding, "identity");
+}
+
+}  // namespace
+
 RequestGate::RequestGate(const RestGatewaySettings& settings, std::uint16_t port,
                          const std::vector<RegistrationParams>& registrations)
     : m_maxBodyBytes(settings.maxBodyBytes),
@@ -69,14 +70,13 @@ RequestGate::RequestGate(const RestGatewaySettings& settings, std::uint16_t port
       m_routes(registrations) {}
 
 // A page of a foreign site can make its own name point here and so pass for one of ours; its `Host` tells.
-bool RequestGate::IsOurHost(std::string_view text) const {
-    const auto given = ReadHostAndPort(text);
-    if (!given || (given->port && *given->port != m_port)) {
+bool RequestGate::IsOurHost(const HostAndPort& given) const {
+    if (given.port && *given.port != m_port) {
         return false;
     }
     return m_ourHosts.empty() ||
            std::any_of(m_ourHosts.begin(), m_ourHosts.end(),
-                       [&given](const auto& ours) { return EqualsIgnoringCase(ours, given->host); });
+                       [&given](const auto& ours) { return EqualsIgnoringCase(ours, given.host); });
 }
 
 const std::string* RequestGate::FindOrigin(const RequestHead& head) const {
@@ -85,33 +85,41 @@ const std::string* RequestGate::FindOrigin(const RequestHead& head) const {
     return found == m_allowedOrigins.end() ? nullptr : &*found;
 }
 
-std::string RequestGate::CorsFields(const RequestHead& head) const {
+std::string RequestGate::CorsFields(const std::string* origin) const {
     std::string fields;
     if (!m_allowedOrigins.empty()) {
         fields = "Vary: Origin\r\n";
     }
-    if (const std::string* const origin = FindOrigin(head)) {
+    if (origin != nullptr) {
         fields.append("Access-Control-Allow-Origin: ").append(*origin).append("\r\n");
     }
     return fields;
 }
 
-std::optional<GatewayFailure> RequestGate::FindFault(const RequestHead& head) const {
-    if (!head.authority.empty() && !IsOurHost(head.authority)) {
+std::optional<GatewayFailure> RequestGate::FindFault(const RequestHead& head,
+                                                     const std::string* origin) const {
+    if (head.authority && !IsOurHost(*head.authority)) {
         return GatewayFailure::MalformedRequest;  // it takes us for a proxy
     }
-    if (!IsOurHost(head.host)) {
+    // Old clients name no host. Browsers do, and whoever speaks for a page has to.
+    if (head.host ? !IsOurHost(*head.host) : head.origin.has_value()) {
         return GatewayFailure::ForeignHost;
     }
-    if (head.origin ? FindOrigin(head) == nullptr : IsOfAnotherSite(head)) {
+    if (head.origin ? origin == nullptr : IsOfAnotherSite(head)) {
         return GatewayFailure::ForeignOrigin;
     }
     return std::nullopt;
 }
 
-std::variant<AdmittedRequest, HttpReply> RequestGate::Judge(const RequestHead& head,
-                                                            const CallerDirectory& callers) const {
-    if (const auto fault = FindFault(head)) {
+Verdict RequestGate::Judge(const RequestHead& head, const CallerDirectory& callers) const {
+    const std::string* const origin = FindOrigin(head);
+    return {Decide(head, origin, callers), CorsFields(origin)};
+}
+
+std::variant<AdmittedRequest, HttpReply> RequestGate::Decide(const RequestHead& head,
+                                                             const std::string* origin,
+                                                             const CallerDirectory& callers) const {
+    if (const auto fault = FindFault(head, origin)) {
         return ReplyOf(*fault);
     }
     if (head.method == kOptions && head.origin && head.requestedMethod) {

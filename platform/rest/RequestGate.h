@@ -12,7 +12,7 @@
 #include "platform/rest/CallerDirectory.h"
 #include "platform/rest/HttpReply.h"
 #include "platform/rest/RequestHead.h"
-#include "platform/rest/RestGatewaySettings.h"
+#include "platform/rest/RestGateway.h"
 #include "platform/rest/RouteTable.h"
 
 namespace PlatformAbstraction::Rest {
@@ -25,8 +25,14 @@ struct AdmittedRequest {
     bool bodyIsJson = true;  ///< as far as its head says
 };
 
+/// What the gate makes of a request's head.
+struct Verdict {
+    std::variant<AdmittedRequest, HttpReply> outcome;
+    std::string corsFields;  ///< header lines of the answer, for the web page that asked, if one did
+};
+
 /// Decides about requests: who may ask, for what, in which form. Knows nothing of connections. Constant once
-/// built, so any thread may ask.
+/// built, so thread-safe.
 class RequestGate {
 public:
     /// `port` is the one that the gateway listens on.
@@ -34,21 +40,20 @@ public:
                 const std::vector<RegistrationParams>& registrations);
 
     /// Lets a request of one of the callers in, or answers it, before any of its body is read.
-    std::variant<AdmittedRequest, HttpReply> Judge(const RequestHead& head,
-                                                   const CallerDirectory& callers) const;
-
-    /// The header lines that the answer to this request carries for the web page that asked, if one did.
-    std::string CorsFields(const RequestHead& head) const;
+    [[nodiscard]] Verdict Judge(const RequestHead& head, const CallerDirectory& callers) const;
 
     /// The message: the body, the query string, then the placeholders, each overriding the one before.
-    static std::variant<CoreServices::Parameters, HttpReply> MakeRequest(const AdmittedRequest& admitted,
-                                                                         std::string_view body);
+    [[nodiscard]] static std::variant<CoreServices::Parameters, HttpReply> MakeRequest(
+        const AdmittedRequest& admitted, std::string_view body);
 
 private:
-    bool IsOurHost(std::string_view text) const;
+    bool IsOurHost(const HostAndPort& given) const;
     /// The configured text, or null.
     const std::string* FindOrigin(const RequestHead& head) const;
-    std::optional<GatewayFailure> FindFault(const RequestHead& head) const;
+    std::string CorsFields(const std::string* origin) const;
+    std::optional<GatewayFailure> FindFault(const RequestHead& head, const std::string* origin) const;
+    std::variant<AdmittedRequest, HttpReply> Decide(const RequestHead& head, const std::string* origin,
+                                                    const CallerDirectory& callers) const;
 
     const std::size_t m_maxBodyBytes;
     const std::vector<std::string> m_allowedOrigins;
@@ -57,8 +62,5 @@ private:
         m_ourHosts;  // none: the gateway listens on all addresses, so any name may be its own
     const RouteTable m_routes;
 };
-
-/// Whether a `Content-Type` is "application/json", in UTF-8 where it names a character set.
-bool IsJsonContentType(std::string_view value);
 
 }  // namespace PlatformAbstraction::Rest

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "platform/rest/HttpText.h"
 
@@ -68,11 +69,6 @@ bool IsTargetCharacter(char character) {
     return character > ' ' && character < 0x7f && character != '#';
 }
 
-bool IsValueCharacter(char character) {
-    const auto byte = static_cast<unsigned char>(character);
-    return byte == '\t' || (byte >= ' ' && byte != 0x7f);
-}
-
 // Cuts the scheme off a target in absolute form.
 bool CutScheme(std::string_view& target) {
     for (const std::string_view scheme : {"http://", "https://"}) {
@@ -92,93 +88,130 @@ bool ReadTarget(std::string_view target, RequestHead& head) {
         head.path = target;
         return head.method == "OPTIONS";
     }
-    if (CutScheme(target)) {
+    const bool isAbsolute = CutScheme(target);
+    if (isAbsolute) {
         const std::size_t end = std::min(target.find_first_of("/?"), target.size());
-        head.authority = target.substr(0, end);
+        head.authority = ReadHostAndPort(target.substr(0, end));
         target.remove_prefix(end);
-        if (!ReadHostAndPort(head.authority)) {
+        if (!head.authority) {
             return false;
         }
-        if (target.empty()) {
-            target = "/";
-        }
     }
-    if (target.front() != '/') {
-        return false;
-    }
-    const std::size_t mark = target.find('?');
+    const std::size_t mark = std::min(target.find('?'), target.size());
     head.path = target.substr(0, mark);
-    head.query = mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);
-    return true;
+    head.query = target.substr(std::min(mark + 1, target.size()));
+    if (isAbsolute && head.path.empty()) {
+        head.path = "/";
+    }
+    return head.path.starts_with('/');
 }
 
-bool ReadRequestLine(std::string_view line, RequestHead& head) {
+std::optional<GatewayFailure> ReadVersion(std::string_view version, RequestHead& head) {
+    static constexpr std::string_view kProtocol = "HTTP/";
+    if (version.size() != kProtocol.size() + 3 || !version.starts_with(kProtocol) || version[6] != '.' ||
+        !IsDigits(version.substr(5, 1)) || !IsDigits(version.substr(7, 1))) {
+        return GatewayFailure::MalformedRequest;
+    }
+    head.isHttp10 = version.ends_with("1.0");
+    return version[5] == '1' ? std::nullopt : std::optional(GatewayFailure::UnknownVersion);
+}
+
+std::optional<GatewayFailure> ReadRequestLine(std::string_view line, RequestHead& head) {
     const auto method = CutUpTo(line, " ");
     const auto target = CutUpTo(line, " ");
     if (!method || !target || !IsToken(*method)) {
-        return false;
+        return GatewayFailure::MalformedRequest;
     }
     head.method = *method;
-    head.isHttp10 = line == "HTTP/1.0";
-    return (head.isHttp10 || line == "HTTP/1.1") && ReadTarget(*target, head);
+    if (const auto failure = ReadVersion(line, head)) {
+        return failure;
+    }
+    return ReadTarget(*target, head) ? std::nullopt : std::optional(GatewayFailure::MalformedRequest);
+}
+
+// What stands before the next comma, without the blanks around it.
+std::string_view CutListItem(std::string_view& list) {
+    const std::size_t comma = std::min(list.find(','), list.size());
+    const std::string_view item = Trimmed(list.substr(0, comma));
+    list.remove_prefix(std::min(comma + 1, list.size()));
+    return item;
 }
 
 void ReadConnection(std::string_view value, Fields& fields) {
     while (!value.empty()) {
-        const std::size_t comma = std::min(value.find(','), value.size());
-        const std::string_view option = Trimmed(value.substr(0, comma));
+        const std::string_view option = CutListItem(value);
         fields.saysClose = fields.saysClose || EqualsIgnoringCase(option, "close");
         fields.saysKeepAlive = fields.saysKeepAlive || EqualsIgnoringCase(option, "keep-alive");
-        value.remove_prefix(std::min(comma + 1, value.size()));
     }
 }
 
-// A line that begins with a blank, a folded one, has no token before its colon and so is refused here.
 bool ReadField(std::string_view line, Fields& fields) {
-    const auto name = CutUpTo(line, ":");
-    if (!name || !IsToken(*name) || !std::all_of(line.begin(), line.end(), IsValueCharacter)) {
+    const auto read = ReadFieldLine(line);
+    if (!read) {
         return false;
     }
-    const std::string_view value = Trimmed(line);
-    if (EqualsIgnoringCase(*name, "Connection")) {
-        ReadConnection(value, fields);
+    if (EqualsIgnoringCase(read->name, "Connection")) {
+        ReadConnection(read->value, fields);
         return true;
     }
     for (const KnownField& known : kKnownFields) {
-        if (EqualsIgnoringCase(*name, known.name)) {
+        if (EqualsIgnoringCase(read->name, known.name)) {
             Field& field = fields.*known.value;
-            if (field) {
-                return false;
-            }
-            field = value;
-            return true;
+            return !std::exchange(field, read->value);
         }
     }
     return true;
 }
 
-bool ReadFraming(const Fields& fields, RequestHead& head) {
+bool ReadHost(const Fields& fields, RequestHead& head) {
+    if (!fields.host) {
+        return head.isHttp10;
+    }
+    head.host = ReadHostAndPort(*fields.host);
+    return head.host.has_value();
+}
+
+// A coding that is not known, and not `chunked` in a form that is none.
+bool NamesAnotherCoding(std::string_view codings) {
+    while (!codings.empty()) {
+        const std::string_view coding = CutListItem(codings);
+        const std::string_view name = Trimmed(coding.substr(0, coding.find(';')));
+        if (IsToken(name) && !EqualsIgnoringCase(name, "chunked")) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<GatewayFailure> ReadFraming(const Fields& fields, RequestHead& head) {
     if (fields.transferEncoding) {
-        head.chunked = true;
-        return *fields.transferEncoding == "chunked" && !fields.contentLength && !head.isHttp10;
+        head.chunked = EqualsIgnoringCase(*fields.transferEncoding, "chunked");
+        if (fields.contentLength || head.isHttp10) {
+            return GatewayFailure::MalformedRequest;
+        }
+        if (head.chunked) {
+            return std::nullopt;
+        }
+        return NamesAnotherCoding(*fields.transferEncoding) ? GatewayFailure::UnknownTransferCoding
+                                                            : GatewayFailure::MalformedRequest;
     }
     if (!fields.contentLength) {
-        return true;
+        return std::nullopt;
     }
     const std::string_view text = *fields.contentLength;
     if (!IsDigits(text) || text.size() > kMostDigitsOfLength) {
-        return false;
+        return GatewayFailure::MalformedRequest;
     }
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), head.contentLength);
-    return error == std::errc() && end == text.data() + text.size();
+    std::from_chars(text.data(), text.data() + text.size(), head.contentLength);
+    return std::nullopt;
 }
 
-bool ReadExpectation(const Fields& fields, RequestHead& head) {
-    if (!fields.expect) {
-        return true;
+std::optional<GatewayFailure> ReadExpectation(const Fields& fields, RequestHead& head) {
+    if (fields.expect && !EqualsIgnoringCase(*fields.expect, "100-continue")) {
+        return GatewayFailure::UnknownExpectation;
     }
-    head.expectsContinue = !head.isHttp10;
-    return EqualsIgnoringCase(*fields.expect, "100-continue");
+    head.expectsContinue = fields.expect && !head.isHttp10;
+    return std::nullopt;
 }
 
 bool IsHostCharacter(char character) {
@@ -208,46 +241,57 @@ std::optional<HostAndPort> ReadHostAndPort(std::string_view text) {
         const std::string_view digits = text.substr(colon + 1);
         std::uint16_t port = 0;
         const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), port);
-        if (!IsDigits(digits) || error != std::errc() || end != digits.data() + digits.size()) {
+        if (!digits.empty() && (!IsDigits(digits) || error != std::errc())) {
             return std::nullopt;
         }
-        result.port = port;
+        result.port = digits.empty() ? std::nullopt : std::optional(port);
     }
     return result;
 }
 
-std::optional<RequestHead> CheckRequestHead(std::string_view head) {
-    RequestHead result;
-    auto line = CutUpTo(head, kLineEnd);
-    if (!line || !ReadRequestLine(*line, result)) {
-        return std::nullopt;
+std::variant<RequestHead, GatewayFailure> ReadRequestHead(std::string_view text) {
+    RequestHead head;
+    auto line = CutUpTo(text, kLineEnd);
+    if (!line) {
+        return GatewayFailure::MalformedRequest;
+    }
+    if (const auto failure = ReadRequestLine(*line, head)) {
+        return *failure;
     }
     Fields fields;
-    for (line = CutUpTo(head, kLineEnd); line && !line->empty(); line = CutUpTo(head, kLineEnd)) {
+    for (line = CutUpTo(text, kLineEnd); line && !line->empty(); line = CutUpTo(text, kLineEnd)) {
         if (!ReadField(*line, fields)) {
-            return std::nullopt;
+            return GatewayFailure::MalformedRequest;
         }
     }
-    if (!line || !head.empty() || !fields.host || !ReadHostAndPort(*fields.host)) {
-        return std::nullopt;
+    if (!line || !text.empty() || !ReadHost(fields, head)) {
+        return GatewayFailure::MalformedRequest;
     }
-    if (!ReadFraming(fields, result) || !ReadExpectation(fields, result)) {
-        return std::nullopt;
+    if (const auto failure = ReadFraming(fields, head)) {
+        return *failure;
     }
-    result.host = *fields.host;
-    result.contentType = fields.contentType;
-    result.contentEncoding = fields.contentEncoding;
-    result.origin = fields.origin;
-    result.fetchSite = fields.fetchSite;
-    result.authorization = fields.authorization;
-    result.requestedMethod = fields.requestedMethod;
-    result.keepAlive = !fields.saysClose && (!result.isHttp10 || fields.saysKeepAlive);
-    return result;
+    if (const auto failure = ReadExpectation(fields, head)) {
+        return *failure;
+    }
+    head.contentType = fields.contentType;
+    head.contentEncoding = fields.contentEncoding;
+    head.origin = fields.origin;
+    head.fetchSite = fields.fetchSite;
+    head.authorization = fields.authorization;
+    head.requestedMethod = fields.requestedMethod;
+    head.keepAlive = !fields.saysClose && (!head.isHttp10 || fields.saysKeepAlive);
+    return head;
 }
 
 HeadScanner::Progress HeadScanner::Scan(std::string_view buffer) {
-    if (m_scanned == 0 && !buffer.empty() && !IsTokenCharacter(buffer.front())) {
-        return Progress::Malformed;
+    if (IsBeforeRequest(buffer)) {
+        return Progress::Incomplete;
+    }
+    if (m_scanned == 0) {
+        m_begin = m_scanned = buffer.starts_with(kLineEnd) ? kLineEnd.size() : 0;
+        if (!IsTokenCharacter(buffer[m_begin])) {
+            return Progress::Malformed;
+        }
     }
     while (true) {
         const std::size_t feed = buffer.find('\n', m_scanned);
@@ -259,10 +303,14 @@ HeadScanner::Progress HeadScanner::Scan(std::string_view buffer) {
             return Progress::Malformed;
         }
         m_scanned = feed + 1;
-        if (feed >= 2 && buffer[feed - 2] == '\n') {
+        if (feed >= m_begin + 2 && buffer[feed - 2] == '\n') {
             return Progress::Complete;
         }
     }
+}
+
+bool IsBeforeRequest(std::string_view buffer) {
+    return kLineEnd.starts_with(buffer);
 }
 
 }  // namespace PlatformAbstraction::Rest

@@ -7,12 +7,10 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/rest/ClientStream.h"
 #include "platform/rest/GatewayCore.h"
 #include "platform/rest/IoLoop.h"
-#include "platform/rest/ListenAddresses.h"
 #include "platform/rest/Listener.h"
-#include "platform/rest/OpenFileLimit.h"
-#include "platform/rest/TlsContext.h"
 
 namespace PlatformAbstraction::Rest {
 

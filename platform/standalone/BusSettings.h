@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "platform/messaging/inprocess/InProcessBus.h"
-#include "platform/rest/RestGatewaySettings.h"
+#include "platform/rest/RestGateway.h"
 
 namespace PlatformAbstraction::Standalone {
 

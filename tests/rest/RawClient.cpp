@@ -6,6 +6,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cerrno>
@@ -17,19 +18,6 @@
 #include "base/parameters/Parameters.h"
 
 namespace PlatformAbstraction::Rest {
-
-namespace {
-
-constexpr timeval kDeadline{20, 0};
-
-std::string Lower(std::string text) {
-    for (char& character : text) {
-        character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-    }
-    return text;
-}
-
-}  // namespace
 
 std::string RawResponse::Header(const std::string& name) const {
     const auto found = headers.find(name);
@@ -43,6 +31,7 @@ std::string RawResponse::ErrorCode() const {
 }
 
 RawClient::RawClient() : m_socket(socket(AF_INET, SOCK_STREAM, 0)) {
+    constexpr timeval kDeadline{20, 0};
     setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &kDeadline, sizeof kDeadline);
 }
 
@@ -59,10 +48,7 @@ RawClient::~RawClient() {
 }
 
 bool RawClient::Connect(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
     const void* const erased = &address;
     return connect(m_socket, static_cast<const sockaddr*>(erased), sizeof address) == 0;
 }
@@ -85,11 +71,8 @@ bool RawClient::ReadMore() {
         errno = 0;
         received = recv(m_socket, piece.data(), piece.size(), 0);
     } while (received < 0 && errno == EINTR);  // a fuzzer's timer rings
-    if (received <= 0) {
-        return false;
-    }
-    m_buffer.append(piece.data(), static_cast<std::size_t>(received));
-    return true;
+    m_buffer.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(received, 0)));
+    return received > 0;
 }
 
 std::optional<RawResponse> RawClient::ReadResponse(bool toHead) {
@@ -101,13 +84,13 @@ std::optional<RawResponse> RawClient::ReadResponse(bool toHead) {
     }
     RawResponse response;
     response.status = std::stoi(m_buffer.substr(m_buffer.find(' ')));
-    std::size_t line = m_buffer.find("\r\n") + 2;
-    while (line < end + 2) {
-        const std::size_t lineEnd = m_buffer.find("\r\n", line);
+    for (std::size_t line = m_buffer.find("\r\n") + 2; line < end + 2;
+         line = m_buffer.find("\r\n", line) + 2) {
         const std::size_t colon = m_buffer.find(": ", line);
-        response.headers[Lower(m_buffer.substr(line, colon - line))] =
-            m_buffer.substr(colon + 2, lineEnd - colon - 2);
-        line = lineEnd + 2;
+        std::string name = m_buffer.substr(line, colon - line);
+        std::ranges::transform(name, name.begin(),
+                               [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+        response.headers[name] = m_buffer.substr(colon + 2, m_buffer.find("\r\n", line) - colon - 2);
     }
     const std::string length = response.Header("content-length");
     const std::size_t size = toHead || length.empty() ? 0 : std::stoul(length);
@@ -139,8 +122,7 @@ bool RawClient::ReadsEnd() {
 void RawClient::Reset() {
     const linger now{1, 0};
     setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    close(m_socket);
-    m_socket = -1;
+    close(std::exchange(m_socket, -1));
 }
 
 RawResponse RawClient::Ask(std::string_view request) {

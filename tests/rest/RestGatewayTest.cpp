@@ -1,8 +1,13 @@
+// What the gateway makes of requests, and who may send them.
+
 #include "platform/rest/RestGateway.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <future>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -19,10 +24,7 @@ using ::testing::Not;
 const std::string kJson = "Content-Type: application/json\r\n";
 const std::string kChunked = "Transfer-Encoding: chunked\r\n";
 const std::string kBody = R"({"a":1})";
-
-std::string OutcomeOf(const RawResponse& response) {
-    return std::to_string(response.status) + " " + response.ErrorCode();
-}
+const std::string kPage = "Origin: http://page.example\r\n";
 
 TEST_F(GatewayTest, AnswersEveryKindOfRequestWithItsStatus) {
     settings.maxBodyBytes = 32;
@@ -31,48 +33,52 @@ TEST_F(GatewayTest, AnswersEveryKindOfRequestWithItsStatus) {
     const auto submit = [](const std::string& fields, const std::string& body = kBody) {
         return Request("POST /submit", fields, body);
     };
-    const auto ofType = [](const std::string& type) { return "Content-Type: " + type + "\r\n"; };
+    const auto ofType = [&](const std::string& type) { return submit("Content-Type: " + type + "\r\n"); };
+    const auto inChunks = [&](const std::string& text) { return submit(kJson + kChunked, "") + text; };
+    const std::string getJobs = "GET /jobs/all HTTP/1.";
     const std::pair<const char*, std::vector<std::string>> rows[] = {
-        {"200 ", {GetVideo(), submit(kJson), Request("POST /messages/noPath", kJson, kBody)}},
         {"200 ",
-         {Request("POST /messages/noPath"), submit(ofType("text/plain") + "Content-Length: 0\r\n", "")}},
-        {"200 ",
-         {submit(ofType("Application/JSON ; charset=\"UTF-8\"")),
-          GetVideo("Origin: http://page.example\r\n")}},
-        // A literal goes before a placeholder, unless it has other methods.
-        {"200 ",
-         {Request("GET /jobs/all"), Request("DELETE /jobs/all"), Request("GET http://127.0.0.1/jobs/all")}},
+         {GetVideo(), "\r\n" + GetVideo(), GetVideo(kPage), Request("GET http://127.0.0.1/jobs/all"),
+          // A literal goes before a placeholder, unless it has other methods.
+          Request("GET /jobs/all"), Request("DELETE /jobs/all"), getJobs + "0\r\n\r\n",
+          getJobs + "2\r\nHost: localhost:\r\n\r\n", Request("POST /messages/noPath"),
+          Request("POST /messages/noPath", kJson, kBody), submit(kJson), submit("Content-Length: 0\r\n", ""),
+          ofType("Application/JSON ; charset=\"UTF-8\""), inChunks("2;x=\"y\"\r\n{}\r\n0\r\nA: b\r\n\r\n")}},
         {"404 NOT_FOUND",
-         {Request("GET /nothing"), Request("GET /Formats/video"), Request("GET /formats/video/")}},
-        {"404 NOT_FOUND",
-         {Request("GET /formats%2Fvideo"), Request("DELETE /jobs/"), Request("POST /messages/nopath")}},
+         {Request("GET /nothing"), Request("GET /Formats/video"), Request("GET /formats/video/"),
+          Request("GET /formats%2Fvideo"), Request("DELETE /jobs/"), Request("POST /messages/nopath"),
+          Request("GET http://localhost?x=1")}},
         {"405 METHOD_NOT_ALLOWED",
          {Request("PUT /jobs/all"), Request("GET /messages/noPath"), Request("OPTIONS /submit")}},
-        {"400 BODY_NOT_JSON", {submit(kJson, "{")}},
+        {"400 BODY_NOT_JSON", {submit(kJson, "{"), submit(kJson, "{\"a\":\0}"s)}},
         {"400 BODY_NOT_AN_OBJECT", {submit(kJson, "[1]")}},
         {"400 BAD_QUERY", {Request("GET /formats/video?a=%FF")}},
         {"400 BAD_PATH", {Request("DELETE /jobs/%zz")}},
         {"415 UNSUPPORTED_MEDIA_TYPE",
-         {submit(""), submit(ofType("text/json")), submit(ofType("application/json; charset=latin1")),
+         {submit(""), ofType("text/json"), ofType("application/json; charset=latin1"),
           submit(kJson + "Content-Encoding: gzip\r\n"), submit(kChunked, "") + "2\r\n{}\r\n0\r\n\r\n"}},
-        {"413 BODY_TOO_LARGE",
-         {submit(kJson, std::string(33, ' ')), submit(kJson + kChunked, "") + "21\r\n"}},
+        {"413 BODY_TOO_LARGE", {submit(kJson, std::string(33, ' ')), inChunks("21\r\n")}},
         {"400 MALFORMED_REQUEST",
-         {submit(kJson + kChunked, "") + "x\r\n", "GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\n",
-          Request("GET http://evil.example/formats/video")}},
+         {"GET / HTTP/1.1\r\n\r\n", "GET / HTTP/1.1\n", Request("GET http://evil.example/formats/video"),
+          inChunks("x\r\n"), inChunks("0;;\r\n\r\n"), inChunks("0\r\nGET /x HTTP/1.1\r\n\r\n")}},
+        {"501 UNKNOWN_TRANSFER_CODING", {submit("Transfer-Encoding: gzip\r\n", "")}},
+        {"505 UNKNOWN_HTTP_VERSION", {"PRI * HTTP/2.0\r\n\r\nSM\r\n\r\n"}},
+        {"417 EXPECTATION_FAILED", {submit(kJson + "Expect: miracles\r\n")}},
         {"431 HEADERS_TOO_LARGE", {"GET /" + std::string(8192, 'a')}},
         {"403 FOREIGN_HOST",
-         {"GET /formats/video HTTP/1.1\r\nHost: evil.example\r\n\r\n",
-          "GET /formats/video HTTP/1.1\r\nHost: localhost:1\r\n\r\n"}},
+         {getJobs + "1\r\nHost: evil.example\r\n\r\n", getJobs + "1\r\nHost: localhost:1\r\n\r\n",
+          getJobs + "0\r\n" + kPage + "\r\n"}},
         {"403 FOREIGN_ORIGIN",
          {GetVideo("Origin: http://evil.example\r\n"), GetVideo("Origin: null\r\n"),
-          GetVideo("Origin: http://page.example.evil\r\n")}},
+          GetVideo("Origin: http://page.example.evil\r\n"), GetVideo("Sec-Fetch-Site: cross-site\r\n")}},
     };
     for (const auto& [outcome, requests] : rows) {
         for (const std::string& request : requests) {
             const RawResponse response = Ask(port, request);
-            EXPECT_EQ(OutcomeOf(response), outcome) << request;
+            EXPECT_EQ(std::to_string(response.status) + " " + response.ErrorCode(), outcome) << request;
             EXPECT_EQ(response.Header("content-type"), "application/json") << request;
+            EXPECT_EQ(response.Header("cache-control") + response.Header("x-content-type-options"),
+                      "no-storenosniff");
             EXPECT_EQ(response.status == 405, !response.Header("allow").empty()) << request;
         }
     }
@@ -97,64 +103,63 @@ TEST_F(GatewayTest, BuildsTheRequestFromBodyQueryAndPath) {
 }
 
 TEST_F(GatewayTest, TellsTheClientNothingOfTheProcess) {
-    sink.ThrowOnDeliver();
+    sink.throws = true;
     Start();
     const RawResponse response = Ask(port, GetVideo());
     EXPECT_EQ(response.status, 500);
     EXPECT_THAT(response.body, Not(HasSubstr("secret")));
     EXPECT_EQ(response.Header("server"), "");
-    EXPECT_EQ(response.Header("cache-control"), "no-store");
-    EXPECT_EQ(response.Header("x-content-type-options"), "nosniff");
 }
 
-TEST_F(GatewayTest, TellsWhatTheServiceDoesNotTake) {
+TEST_F(GatewayTest, GivesEachErrorOfTheServiceItsStatus) {
     Start();
-    for (const char* const code : {"QUEUE_FULL", "SERVICE_STOPPING"}) {
-        sink.RespondWith(MessageAnswer::OfError(code, "not now"));
+    const std::pair<const char*, int> rows[] = {{"QUEUE_FULL", 503},         {"SERVICE_STOPPING", 503},
+                                                {"NOT_FOUND", 404},          {"BAD_REQUEST", 400},
+                                                {"METHOD_NOT_ALLOWED", 405}, {"ANY", 500}};
+    for (const auto& [code, status] : rows) {
+        sink.RespondWith(MessageAnswer::OfError(code, "not \0 now"s));
         const RawResponse response = Ask(port, GetVideo());
-        EXPECT_EQ(response.status, 503);
-        EXPECT_NE(response.Header("retry-after"), "");
+        EXPECT_EQ(response.status, status);
+        EXPECT_EQ(response.Header("retry-after").empty(), status != 503) << code;
+        EXPECT_EQ(response.Header("allow"), status == 405 ? "GET" : "");
+        EXPECT_EQ(response.body, R"({"error":{"code":")"s + code + R"(","message":"not \u0000 now"}})");
     }
 }
 
 TEST_F(GatewayTest, LetsAllowedPagesCallAcrossOrigins) {
     settings.allowedOrigins = {"http://page.example"};
     Start();
-    const RawResponse preflight = Ask(port, Request("OPTIONS /submit",
-                                                    "Origin: http://page.example\r\n"
-                                                    "Access-Control-Request-Method: POST\r\n"));
+    const RawResponse preflight =
+        Ask(port, Request("OPTIONS /submit", kPage + "Access-Control-Request-Method: POST\r\n"));
     EXPECT_EQ(preflight.status, 204);
     EXPECT_EQ(preflight.Header("access-control-allow-origin"), "http://page.example");
     EXPECT_THAT(preflight.Header("access-control-allow-methods"), HasSubstr("POST"));
     EXPECT_EQ(preflight.Header("content-length"), "");
-    const RawResponse answer = Ask(port, Request("GET /nothing", "Origin: http://page.example\r\n"));
+    const RawResponse answer = Ask(port, Request("GET /nothing", kPage));
     EXPECT_EQ(answer.Header("access-control-allow-origin"), "http://page.example");
     EXPECT_EQ(answer.Header("vary"), "Origin");
     EXPECT_EQ(Ask(port, GetVideo()).Header("access-control-allow-origin"), "");
     EXPECT_EQ(Ask(port, Request("OPTIONS *")).Header("allow"), "GET, POST, DELETE, OPTIONS");
-}
-
-TEST_F(GatewayTest, KnowsItsCallersByTheirTokens) {
-    settings.callers = {{Sha256("first token"), "id-1", "First"}, {Sha256("second"), "id-2", "Second"}};
-    Start();
-    for (const char* field :
-         {"", "Authorization: Bearer third\r\n", "Authorization: Bearer\r\n", "Authorization: Bearer \r\n",
-          "Authorization: Basic second\r\n", "Authorization: second\r\n"}) {
-        const RawResponse response = Ask(port, Request("GET /nothing", field));
-        EXPECT_EQ(response.status, 401) << field;
-        EXPECT_EQ(response.Header("www-authenticate"), "Bearer") << field;
+    const std::pair<std::string, int> rows[] = {
+        {"Sec-Fetch-Site: Same-Site\r\n", 403},
+        {"Sec-Fetch-Site: same-origin\r\n", 200},
+        {kPage + "Sec-Fetch-Site: cross-site\r\n", 200},
+        {kPage + "Sec-Fetch-Site: none\r\nSec-Fetch-Site: none\r\n", 400},
+        {"Origin: http://page.example, http://page.example\r\n", 403},
+        {"Origin: http://foreign.example\r\nAccess-Control-Request-Method: POST\r\n", 403},
+    };
+    for (const auto& [fields, status] : rows) {
+        EXPECT_EQ(Ask(port, GetVideo(fields)).status, status) << fields;
+        EXPECT_EQ(Ask(port, Request("OPTIONS /submit", fields)).status, status == 200 ? 405 : status)
+            << fields;
     }
-    EXPECT_EQ(Ask(port, GetVideo("Authorization: bearer second\r\n")).status, 200);
-    EXPECT_EQ(sink.LastMessage(),
-              R"(getVideo {} {"context":{"identity":{"identityId":"id-2","displayName":"Second"}},)"
-              R"("identity":{"identityId":"id-2","displayName":"Second"}})");
 }
 
 TEST_F(GatewayTest, AnswersRequestsThatWereSentAheadInTheirOrder) {
-    sink.Hold();
+    sink.holds = true;
     Start();
     RawClient client(port);
-    client.Send(Request("GET /formats/video?n=1") + Post(R"({"n":2})") + Request("HEAD /submit") +
+    client.Send(Request("GET /formats/video?n=1") + "\r\n" + Post(R"({"n":2})") + Request("HEAD /submit") +
                 Post(R"({"n":3})"));
     const auto first = sink.TakeHeld();
     EXPECT_EQ(sink.LastMessage(), R"(getVideo {"n":1} {})");
@@ -168,25 +173,19 @@ TEST_F(GatewayTest, AnswersRequestsThatWereSentAheadInTheirOrder) {
     EXPECT_EQ(client.ReadResponse()->body, "333");
 }
 
-TEST_F(GatewayTest, TakesARequestInSingleBytes) {
+TEST_F(GatewayTest, TakesRequestsInSingleBytesAndLargerThanItsBuffers) {
     Start();
     RawClient client(port);
-    const std::string chunked =
-        Request("POST /submit", kJson + kChunked) + "3;x\r\n{\"a\r\n4\r\n\":1}\r\n0\r\nTrailer: t\r\n\r\n";
-    for (const std::string& request : {Post(R"({"a":1})"), chunked}) {
+    for (const std::string& request :
+         {Post(R"({"a":1})"), Request("POST /submit", kJson + kChunked) +
+                                  "3;x\r\n{\"a\r\n4\r\n\":1}\r\n0\r\nTrailer: t\r\n\r\n"}) {
         for (const char byte : request) {
             client.Send(std::string_view(&byte, 1));
         }
         ASSERT_EQ(client.ReadResponse()->status, 200);
         EXPECT_EQ(sink.LastMessage(), R"(Submit {"a":1} {})");
     }
-}
-
-TEST_F(GatewayTest, TakesBodiesLargerThanItsBuffers) {
-    Start();
-    const std::string body = R"({"a":")" + std::string(1'000'000, 'x') + R"("})";
-    RawClient client(port);
-    EXPECT_EQ(client.Ask(Post(body) + GetVideo()).status, 200);
+    EXPECT_EQ(client.Ask(Post(R"({"a":")" + std::string(1'000'000, 'x') + R"("})") + GetVideo()).status, 200);
     EXPECT_EQ(client.ReadResponse()->status, 200);
     EXPECT_EQ(sink.LastMessage(), "getVideo {} {}");
 }
@@ -205,26 +204,62 @@ TEST_F(GatewayTest, AsksForABodyOnlyAfterItsChecks) {
 TEST_F(GatewayTest, ReadsNothingBehindARefusedRequest) {
     Start();
     const std::string hidden = Request("DELETE /jobs/7");
+    const std::string chunked = Request("POST /submit", kJson + kChunked);
     for (const std::string& request :
          {"GET / HTTP/1.1\r\n\r\n"s, Request("POST /nothing", kJson, hidden),
-          Request("POST /submit", "", hidden), Request("POST /submit", kChunked) + "x\r\n",
-          GetVideo("Connection: close\r\n")}) {
-        sink.RespondWith(MessageAnswer::OfText(""));
+          Request("POST /submit", "", hidden), chunked + "x\r\n", chunked + "0\r\nTrailer\r\n\r\n",
+          GetVideo("Connection: close\r\n"), GetVideo("Transfer-Encoding: gzip\r\n"),
+          GetVideo("Expect: miracles\r\n"), "GET / HTTP/2.0\r\n\r\n"s, "GET /jobs/all HTTP/1.0\r\n\r\n"s}) {
         RawClient client(port);
         client.Send(request + hidden);
-        EXPECT_TRUE(client.ReadResponse().has_value()) << request;
+        EXPECT_EQ(client.ReadResponse()->Header("connection"), "close") << request;
         EXPECT_TRUE(client.ReadsEnd()) << request;
         EXPECT_THAT(sink.LastMessage(), Not(HasSubstr("removeJob"))) << request;
     }
+    RawClient old(port);
+    EXPECT_EQ(old.Ask("GET /jobs/all HTTP/1.0\r\nConnection: keep-alive\r\n\r\n").Header("connection"),
+              "keep-alive");
+    EXPECT_EQ(old.Ask(GetVideo()).status, 200);
 }
 
-TEST_F(GatewayTest, KeepsConnectionsOfOldClientsThatAskForIt) {
+const Caller kDay{Sha256("day token"), "id-day", "Day"};
+const Caller kNight{Sha256("night token"), "id-night", "Night"};
+
+std::string With(const std::string& token) {
+    return "Authorization: bearer " + token + "\r\n";
+}
+
+TEST_F(GatewayTest, FollowsItsCallersOnConnectionsThatAreOpen) {
     Start();
-    RawClient client(port);
-    const std::string old = "GET /formats/video HTTP/1.0\r\nHost: localhost\r\n";
-    EXPECT_EQ(client.Ask(old + "Connection: keep-alive\r\n\r\n").Header("connection"), "keep-alive");
-    EXPECT_EQ(client.Ask(old + "\r\n").Header("connection"), "close");
-    EXPECT_TRUE(client.ReadsEnd());
+    std::vector<std::unique_ptr<RawClient>> clients;  // on every loop
+    for (unsigned n = 0; n < 2 * settings.threads; ++n) {
+        clients.push_back(std::make_unique<RawClient>(port));
+    }
+    const auto expect = [&](const std::string& token, int status) {
+        for (const auto& client : clients) {
+            const RawResponse response = client->Ask(GetVideo(With(token)));
+            EXPECT_EQ(response.status, status) << token;
+            EXPECT_EQ(response.Header("www-authenticate"), status == 401 ? "Bearer" : "") << token;
+        }
+    };
+    expect("anything", 200);
+    gateway->SetCallers({kDay, kNight});
+    expect("anything", 401);
+    expect("day token", 200);
+    gateway->SetCallers({kNight});
+    expect("day token", 401);
+    EXPECT_THROW(gateway->SetCallers({}), std::invalid_argument);
+    expect("anything", 401);
+    std::atomic<bool> isOver{false};
+    const auto asking = std::async(std::launch::async, [&] {
+        while (!isOver) {
+            expect("night token", 200);
+        }
+    });
+    for (int n = 0; n < 200; ++n) {
+        gateway->SetCallers(n % 2 == 0 ? std::vector{kDay, kNight} : std::vector{kNight});
+    }
+    isOver = true;
 }
 
 }  // namespace

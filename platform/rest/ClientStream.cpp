@@ -1,4 +1,4 @@
-#include "platform/rest/TlsContext.h"
+#include "platform/rest/ClientStream.h"
 
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
