@@ -18,36 +18,34 @@ Parameters Tree(std::string_view json) {
     return Parameters::fromJSON(json);
 }
 
-/// What the value reads as. Whatever it does not read as is to be left as it was.
+/// What the value reads as; whatever it does not read as is left as it was.
 std::string ReadableAs(const Parameters& tree, const std::string& key) {
     std::string text = "before";
     bool flag = false;
     std::int32_t integer = 77;
     double real = 77;
     Parameters child = Tree(R"({"before":1})");
-    std::string readable;
-    readable += tree.GetParameter(key, text) ? "text " : "";
-    readable += tree.GetParameter(key, flag) ? "bool " : "";
-    readable += tree.GetParameter(key, integer) ? "integer " : "";
-    readable += tree.GetParameter(key, real) ? "real " : "";
-    readable += tree.GetChildParameters(key, child) ? "child " : "";
-    EXPECT_EQ(text != "before", readable == "text ") << key;
-    EXPECT_EQ(flag, readable == "bool ") << key;
-    EXPECT_EQ(integer, readable == "integer " ? 1 : 77) << key;
-    EXPECT_EQ(real, readable == "real " ? 1 : 77) << key;
-    EXPECT_EQ(child.HasParameter("before"), readable != "child ") << key;
-    EXPECT_EQ(tree.GetChildParameters(key).IsEmpty(), readable != "child ") << key;
-    return readable + (tree.HasParameter(key) ? "there" : "none");
+    std::string readable = tree.HasParameter(key) ? "" : "none";
+    readable += tree.GetParameter(key, text) ? "text" : "";
+    readable += tree.GetParameter(key, flag) ? "bool" : "";
+    readable += tree.GetParameter(key, integer) ? "integer" : "";
+    readable += tree.GetParameter(key, real) ? "real" : "";
+    readable += tree.GetChildParameters(key, child) ? "child" : "";
+    EXPECT_EQ(text != "before", readable == "text") << key;
+    EXPECT_EQ(flag, readable == "bool") << key;
+    EXPECT_EQ(integer, readable == "integer" ? 1 : 77) << key;
+    EXPECT_EQ(real, readable == "real" ? 1 : 77) << key;
+    EXPECT_EQ(child.HasParameter("before"), readable != "child") << key;
+    EXPECT_EQ(tree.GetChildParameters(key).IsEmpty(), readable != "child") << key;
+    return readable;
 }
 
 TEST(Parameters, GettersAreStrict) {
     const auto tree = Tree(R"({"text":"1","word":"true","bool":true,"int":1,"real":1.0,"null":null,)"
                            R"("object":{"a":1},"array":["1"]})");
-    const std::pair<const char*, const char*> rows[] = {{"text", "text there"},    {"word", "text there"},
-                                                        {"bool", "bool there"},    {"int", "integer there"},
-                                                        {"real", "real there"},    {"null", "there"},
-                                                        {"object", "child there"}, {"array", "child there"},
-                                                        {"none", "none"},          {"", "none"}};
+    const std::pair<const char*, const char*> rows[] = {
+        {"text", "text"}, {"word", "text"},    {"bool", "bool"},   {"int", "integer"}, {"real", "real"},
+        {"null", ""},     {"object", "child"}, {"array", "child"}, {"none", "none"},   {"", "none"}};
     for (const auto& [key, readable] : rows) {
         EXPECT_EQ(ReadableAs(tree, key), readable) << key;
     }
@@ -151,6 +149,25 @@ TEST(Parameters, EveryKindOfValueIsCopied) {
     EXPECT_EQ(target, source);
     EXPECT_TRUE(target.CopyValue(target, "a", "t"));
     EXPECT_EQ(target.GetChildParameters("t").toJSON(), "[1,null]");
+}
+
+TEST(Parameters, ManyKeysAreFoundAsFewAre) {
+    constexpr std::int32_t kKeys = 500;
+    const auto key = [](std::int32_t n) { return "k" + std::to_string(n); };
+    std::string json;
+    for (std::int32_t n = 0; n < 2 * kKeys; ++n) {  // each twice
+        json += (n == 0 ? "{\"" : ",\"") + key(n % kKeys) + "\":" + std::to_string(n);
+    }
+    auto tree = Tree(json + "}");
+    tree.ClearParameter("k0");
+    tree.SetParameter("k0", kKeys);
+    for (std::int32_t n = 0; n < kKeys; ++n) {
+        std::int32_t value = 0;
+        EXPECT_TRUE(tree.GetParameter(key(n), value) && value == n + kKeys) << n;
+    }
+    const auto names = tree.GetTopLevelParameterNames();
+    EXPECT_EQ(names.size(), 500U);
+    EXPECT_EQ(names.front() + names.back(), "k1k0");
 }
 
 Parameters Nested(int depth) {

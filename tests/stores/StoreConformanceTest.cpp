@@ -19,7 +19,7 @@ using Names = std::vector<std::string>;
 
 /// An implementation under test, with what it stands on.
 struct StoreSubject {
-    std::shared_ptr<TempDirectory> directory = std::make_shared<TempDirectory>();  // outlives the stores
+    std::shared_ptr<TempDirectory> directory;  // outlives the stores
     std::shared_ptr<CommonServices::RecordStore> records;
     std::shared_ptr<CommonServices::EventLog> events;
 };
@@ -30,16 +30,14 @@ struct StoreFactory {
 };
 
 StoreSubject MakeEmbedded() {
-    StoreSubject subject;
-    auto store = CommonServices::OpenEmbeddedStore(subject.directory->File("store.db"));
-    subject.records = std::move(store.records);
-    subject.events = std::move(store.events);
-    return subject;
+    const auto directory = std::make_shared<TempDirectory>();
+    const auto store = CommonServices::OpenEmbeddedStore(directory->File("store.db"));
+    return {directory, store.records, store.events};
 }
 
 StoreSubject MakeFake() {
-    return {.records = std::make_shared<TestSupport::FakeRecordStore>(),
-            .events = std::make_shared<TestSupport::FakeEventLog>()};
+    return {nullptr, std::make_shared<TestSupport::FakeRecordStore>(),
+            std::make_shared<TestSupport::FakeEventLog>()};
 }
 
 /// All implementations of the two interfaces: a new one is added here and nowhere else.
