@@ -40,19 +40,19 @@ protected:
         jobs.reset();
     }
 
-    std::string Ask(const std::string& operation, const std::string& request) {
-        Messaging::ServiceMessageDispatch dispatch("orvik.job.monitor", "global", 1, operation);
+    std::string Ask(const std::string& operation, const std::string& request,
+                    const std::string& service = "orvik.job.monitor", const std::string& realm = "global") {
+        Messaging::ServiceMessageDispatch dispatch(service, realm, 1, operation);
         dispatch.parameters = Parameters::fromJSON(request);
         return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(dispatch));
+    }
+    std::string AskScheduler(const std::string& operation, const std::string& request) {
+        return Ask(operation, request, "scheduler", "test");
     }
     void AttachScheduler(const std::shared_ptr<Messaging::ServiceMessageHandler>& handler) {
         const auto scheduler = TestSupport::MakeService("scheduler", {});
         scheduler->AddMessageHandler(handler);
         bus->Attach(scheduler);
-    }
-    std::string AskScheduler(const std::string& operation, const std::string& request) {
-        return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(
-            TestSupport::To("scheduler", operation, Parameters::fromJSON(request))));
     }
     /// The ids of the jobs that `findJobs` gives.
     std::string FindJobs(const std::string& request) { return IdsIn(Ask("findJobs", request)); }
@@ -86,7 +86,6 @@ TEST_F(JobMonitorTest, ListsJobsNewestFirstByCreatorAndParent) {
     Submit({.id = "4"});
     Submit({.id = "3", .creator = "you", .parent = "1"});  // once more, in its place
     const std::pair<const char*, const char*> rows[] = {
-        {R"({"offset":0,"limit":100,"body":{}})", "4 3 2 1"},
         {"{}", "4 3 2 1"},
         {R"({"offset":1,"limit":2})", "3 2"},
         {R"({"offset":-3,"limit":-1})", ""},
@@ -168,8 +167,7 @@ TEST_F(JobMonitorTest, APageGoesOnWhereTheOneBeforeOfItsCallEnded) {
     EXPECT_EQ(ids(jobs->Newest({}, {2, 2, one})), "43");
     EXPECT_EQ(ids(jobs->Newest({}, {1, 2, one})), "43") << "another page counts from where its call began";
     EXPECT_EQ(ids(jobs->Newest({}, {2, 2})), "43") << "who is not known shares the last beginning";
-    EXPECT_EQ(ids(jobs->Newest({}, {2, 2, another})), "43");
-    EXPECT_EQ(ids(jobs->Newest({}, {4, 2, another})), "1");
+    EXPECT_EQ(ids(jobs->Newest({}, {2, 9, another})), "431");
     EXPECT_EQ(ids(jobs->OfKind(kKind, {2, 2, one})), "34");
     EXPECT_EQ(ids(jobs->OfKind(kKind, {4, 9, one})), "678");
 

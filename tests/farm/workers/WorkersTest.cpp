@@ -1,5 +1,3 @@
-#include <thread>
-
 #include "farm/workers/MediaWorkerService.h"
 #include "farm/workers/MetadataWorkerService.h"
 #include "tests/farm/FarmFixture.h"
@@ -14,8 +12,8 @@ namespace Messaging = PlatformAbstraction::Messaging;
 /// Both workers on a bus, in the realm "test".
 class Workers : public TestSupport::FarmFixture {
 protected:
-    void Start(std::chrono::milliseconds taskTime = {}) {
-        const WorkerSettings settings{"test", taskTime, stop.get_token()};
+    Workers() {
+        const WorkerSettings settings{"test", {}, {}};
         bus->Attach(MakeMediaWorkerService(settings));
         bus->Attach(MakeMetadataWorkerService(settings, ""));
     }
@@ -39,7 +37,6 @@ protected:
         return results;
     }
 
-    std::stop_source stop;
     std::shared_ptr<Messaging::InProcessBus> bus = TestSupport::MakeBus();
 };
 
@@ -47,7 +44,6 @@ constexpr char kQuery[] = "metadata.query.suitablemasters";
 constexpr char kMobs[] = R"({"InputMobIDs":["m-1","m-2"],"inputMobIDs":["m-3"]})";
 
 TEST_F(Workers, TheResultsOfAQueryAreThereOnceHoweverOftenItIsCarriedOut) {
-    Start();
     EXPECT_EQ(Perform("metadata", "metadata.transcode"), "");
     EXPECT_EQ(Perform("metadata", kQuery), "");
     EXPECT_EQ(Masters(), "");
@@ -60,7 +56,6 @@ TEST_F(Workers, TheResultsOfAQueryAreThereOnceHoweverOftenItIsCarriedOut) {
 }
 
 TEST_F(Workers, SayWhyATaskFailed) {
-    Start();
     Weftline::Record elsewhere{"Job", 1, "V2_WFJobs"};
     elsewhere.recordID = "j.0";
     ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(elsewhere));
@@ -80,17 +75,6 @@ TEST_F(Workers, SayWhyATaskFailed) {
     for (const Row& row : rows) {
         EXPECT_EQ(Perform(row.worker, row.kind, row.data), "GENERIC_SERVICE_ERROR: " + row.failure);
     }
-}
-
-TEST_F(Workers, AStopEndsTasksUnderWayWhichLeaveNothing) {
-    Start(std::chrono::hours(100));
-    std::string query;
-    std::thread task([&] { query = Perform("metadata", kQuery, kMobs); });
-    stop.request_stop();
-    EXPECT_EQ(Perform("media", "export"), "SERVICE_STOPPING: The worker stops before the task is done.");
-    task.join();
-    EXPECT_EQ(query, "SERVICE_STOPPING: The worker stops before the task is done.");
-    EXPECT_EQ(Masters(), "");
 }
 
 }  // namespace
