@@ -40,10 +40,9 @@ void LogFailedNotifier() noexcept {
 }
 
 /// Makes one call of a notifier. What it throws goes to the log and no further.
-template <class Call>
-void CallNotifier(Call call) noexcept {
+void CallNotifier(const std::function<void(IGenericNotifier&)>& call, IGenericNotifier& notifier) noexcept {
     try {
-        call();
+        call(notifier);
     } catch (...) {
         LogFailedNotifier();
     }
@@ -105,6 +104,38 @@ void ConsoleNotifier::WriteLine(std::string_view what, std::string_view text) co
     std::cout << line << std::flush;
 }
 
+void PassingNotifier::SendProgress(const std::string& text, std::int32_t percent) {
+    Pass([&](IGenericNotifier& other) { other.SendProgress(text, percent); });
+}
+
+void PassingNotifier::SendStart(const std::string& text) {
+    Pass([&](IGenericNotifier& other) { other.SendStart(text); });
+}
+
+void PassingNotifier::SendResourceLockFailed(const std::string& text) {
+    Pass([&](IGenericNotifier& other) { other.SendResourceLockFailed(text); });
+}
+
+void PassingNotifier::SendBusy(const std::string& text) {
+    Pass([&](IGenericNotifier& other) { other.SendBusy(text); });
+}
+
+void PassingNotifier::SendCanceled(const std::string& text) {
+    Pass([&](IGenericNotifier& other) { other.SendCanceled(text); });
+}
+
+void PassingNotifier::SendSucceeded(const std::string& text, const CoreServices::Parameters& parameters) {
+    Pass([&](IGenericNotifier& other) { other.SendSucceeded(text, parameters); });
+}
+
+void PassingNotifier::SendSucceeded(const std::string& text) {
+    Pass([&](IGenericNotifier& other) { other.SendSucceeded(text); });
+}
+
+void PassingNotifier::SendFailed(const std::string& text) {
+    Pass([&](IGenericNotifier& other) { other.SendFailed(text); });
+}
+
 CompositeNotifier::~CompositeNotifier() {
     // A vector's own order of destruction is not promised.
     for (auto& child : m_children) {
@@ -119,43 +150,10 @@ void CompositeNotifier::Add(std::unique_ptr<IGenericNotifier> child) {
     m_children.push_back(std::move(child));
 }
 
-template <class Call>
-void CompositeNotifier::TellAll(Call call) const noexcept {
+void CompositeNotifier::Pass(const Call& call) const noexcept {
     for (const auto& child : m_children) {
-        CallNotifier([&] { call(*child); });
+        CallNotifier(call, *child);
     }
-}
-
-void CompositeNotifier::SendProgress(const std::string& text, std::int32_t percent) {
-    TellAll([&](IGenericNotifier& child) { child.SendProgress(text, percent); });
-}
-
-void CompositeNotifier::SendStart(const std::string& text) {
-    TellAll([&](IGenericNotifier& child) { child.SendStart(text); });
-}
-
-void CompositeNotifier::SendResourceLockFailed(const std::string& text) {
-    TellAll([&](IGenericNotifier& child) { child.SendResourceLockFailed(text); });
-}
-
-void CompositeNotifier::SendBusy(const std::string& text) {
-    TellAll([&](IGenericNotifier& child) { child.SendBusy(text); });
-}
-
-void CompositeNotifier::SendCanceled(const std::string& text) {
-    TellAll([&](IGenericNotifier& child) { child.SendCanceled(text); });
-}
-
-void CompositeNotifier::SendSucceeded(const std::string& text, const CoreServices::Parameters& parameters) {
-    TellAll([&](IGenericNotifier& child) { child.SendSucceeded(text, parameters); });
-}
-
-void CompositeNotifier::SendSucceeded(const std::string& text) {
-    TellAll([&](IGenericNotifier& child) { child.SendSucceeded(text); });
-}
-
-void CompositeNotifier::SendFailed(const std::string& text) {
-    TellAll([&](IGenericNotifier& child) { child.SendFailed(text); });
 }
 
 SafeNotifier::SafeNotifier(std::unique_ptr<IGenericNotifier> inner) : m_pInner(std::move(inner)) {
@@ -164,36 +162,8 @@ SafeNotifier::SafeNotifier(std::unique_ptr<IGenericNotifier> inner) : m_pInner(s
     }
 }
 
-void SafeNotifier::SendProgress(const std::string& text, std::int32_t percent) {
-    CallNotifier([&] { m_pInner->SendProgress(text, percent); });
-}
-
-void SafeNotifier::SendStart(const std::string& text) {
-    CallNotifier([&] { m_pInner->SendStart(text); });
-}
-
-void SafeNotifier::SendResourceLockFailed(const std::string& text) {
-    CallNotifier([&] { m_pInner->SendResourceLockFailed(text); });
-}
-
-void SafeNotifier::SendBusy(const std::string& text) {
-    CallNotifier([&] { m_pInner->SendBusy(text); });
-}
-
-void SafeNotifier::SendCanceled(const std::string& text) {
-    CallNotifier([&] { m_pInner->SendCanceled(text); });
-}
-
-void SafeNotifier::SendSucceeded(const std::string& text, const CoreServices::Parameters& parameters) {
-    CallNotifier([&] { m_pInner->SendSucceeded(text, parameters); });
-}
-
-void SafeNotifier::SendSucceeded(const std::string& text) {
-    CallNotifier([&] { m_pInner->SendSucceeded(text); });
-}
-
-void SafeNotifier::SendFailed(const std::string& text) {
-    CallNotifier([&] { m_pInner->SendFailed(text); });
+void SafeNotifier::Pass(const Call& call) const noexcept {
+    CallNotifier(call, *m_pInner);
 }
 
 // The messaging is a notifier's to keep, once there is one that has a use for it.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -35,10 +36,30 @@ private:
     const std::string m_prefix;
 };
 
+/// Passes each call on to other notifiers: which ones, the derived class says.
+class PassingNotifier : public IGenericNotifier {
+public:
+    using IGenericNotifier::SendProgress;
+    void SendProgress(const std::string& text, std::int32_t percent) override;
+    void SendStart(const std::string& text) override;
+    void SendResourceLockFailed(const std::string& text) override;
+    void SendBusy(const std::string& text) override;
+    void SendCanceled(const std::string& text) override;
+    void SendSucceeded(const std::string& text, const CoreServices::Parameters& parameters) override;
+    void SendSucceeded(const std::string& text) override;
+    void SendFailed(const std::string& text) override;
+
+protected:
+    using Call = std::function<void(IGenericNotifier&)>;
+
+private:
+    virtual void Pass(const Call& call) const = 0;
+};
+
 /// Passes each call on to all of its children, in the order in which they were added. A child that throws is
 /// reported in the log and keeps nobody else from being told; no call throws. Owns its children. Any thread
 /// may call the `Send` operations once the last child is there.
-class CompositeNotifier final : public IGenericNotifier {
+class CompositeNotifier final : public PassingNotifier {
 public:
     CompositeNotifier() = default;
     CompositeNotifier(const CompositeNotifier&) = delete;
@@ -49,41 +70,22 @@ public:
     /// Throws `std::invalid_argument` for an empty pointer.
     void Add(std::unique_ptr<IGenericNotifier> child);
 
-    using IGenericNotifier::SendProgress;
-    void SendProgress(const std::string& text, std::int32_t percent) override;
-    void SendStart(const std::string& text) override;
-    void SendResourceLockFailed(const std::string& text) override;
-    void SendBusy(const std::string& text) override;
-    void SendCanceled(const std::string& text) override;
-    void SendSucceeded(const std::string& text, const CoreServices::Parameters& parameters) override;
-    void SendSucceeded(const std::string& text) override;
-    void SendFailed(const std::string& text) override;
-
 private:
-    template <class Call>
-    void TellAll(Call call) const noexcept;
+    void Pass(const Call& call) const noexcept override;
 
     std::vector<std::unique_ptr<IGenericNotifier>> m_children;
 };
 
 /// Keeps the failures of a notifier away from the work that reports to it: what the inner one throws goes to
 /// the log, and no call throws. Owns the inner notifier, and may be called as that one may.
-class SafeNotifier final : public IGenericNotifier {
+class SafeNotifier final : public PassingNotifier {
 public:
     /// Throws `std::invalid_argument` for an empty pointer.
     explicit SafeNotifier(std::unique_ptr<IGenericNotifier> inner);
 
-    using IGenericNotifier::SendProgress;
-    void SendProgress(const std::string& text, std::int32_t percent) override;
-    void SendStart(const std::string& text) override;
-    void SendResourceLockFailed(const std::string& text) override;
-    void SendBusy(const std::string& text) override;
-    void SendCanceled(const std::string& text) override;
-    void SendSucceeded(const std::string& text, const CoreServices::Parameters& parameters) override;
-    void SendSucceeded(const std::string& text) override;
-    void SendFailed(const std::string& text) override;
-
 private:
+    void Pass(const Call& call) const noexcept override;
+
     const std::unique_ptr<IGenericNotifier> m_pInner;
 };
 
