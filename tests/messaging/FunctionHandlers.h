@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "platform/messaging/ServiceInfo.h"
 
@@ -62,42 +61,6 @@ public:
 
 private:
     const Function m_function;
-};
-
-/// A submission that answers with what it was registered with.
-class EchoingSubmission final : public Registered<Weftline::SubmitMessageHandler> {
-public:
-    using Registered::Registered;
-
-    CoreServices::Parameters SubmitJob(const std::string& jobKind, const std::string& evalTaskKind,
-                                       const std::string& name, bool failJobDefault,
-                                       const CoreServices::Parameters& request,
-                                       ContextPointer /*context*/) override {
-        CoreServices::Parameters answer = request;
-        answer.SetParameter("told", jobKind + "|" + evalTaskKind + "|" + name);
-        answer.SetParameter("failJobDefault", failJobDefault);
-        return answer;
-    }
-};
-
-/// A set whose messages answer with their own name.
-class NamingSet final : public PlatformAbstraction::Messaging::ServiceMessageHandlerSet {
-public:
-    explicit NamingSet(std::vector<RegistrationParams> registrations)
-        : m_registrations(std::move(registrations)) {}
-
-    std::string GetSetName() const override { return "naming"; }
-    std::vector<RegistrationParams> GetRegistrationParamsOfSet() const override { return m_registrations; }
-    CoreServices::Parameters HandleMessageOfSet(const std::string& name,
-                                                const CoreServices::Parameters& /*request*/,
-                                                ContextPointer /*context*/) override {
-        CoreServices::Parameters answer;
-        answer.SetParameter("name", name);
-        return answer;
-    }
-
-private:
-    const std::vector<RegistrationParams> m_registrations;
 };
 
 }  // namespace TestSupport

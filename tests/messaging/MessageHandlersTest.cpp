@@ -14,11 +14,37 @@ using CoreServices::Parameters;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
-using TestSupport::EchoingSubmission;
 using TestSupport::FunctionHandler;
 using TestSupport::FunctionHandlerV2;
-using TestSupport::NamingSet;
 using TestSupport::Registration;
+
+/// Answers with what it was registered with.
+class EchoingSubmission final : public TestSupport::Registered<Weftline::SubmitMessageHandler> {
+public:
+    using Registered::Registered;
+    Parameters SubmitJob(const std::string& jobKind, const std::string& evalTaskKind, const std::string& name,
+                         bool failJobDefault, const Parameters& request,
+                         TestSupport::ContextPointer /*context*/) override {
+        Parameters answer = request;
+        answer.SetParameter("told", jobKind + "|" + evalTaskKind + "|" + name);
+        answer.SetParameter("failJobDefault", failJobDefault);
+        return answer;
+    }
+};
+
+/// Its messages "one" and "two" answer with their own names.
+struct NamingSet final : ServiceMessageHandlerSet {
+    std::string GetSetName() const override { return "naming"; }
+    std::vector<RegistrationParams> GetRegistrationParamsOfSet() const override {
+        return {Registration("one"), Registration("two")};
+    }
+    Parameters HandleMessageOfSet(const std::string& name, const Parameters& /*request*/,
+                                  TestSupport::ContextPointer /*context*/) override {
+        Parameters answer;
+        answer.SetParameter("name", name);
+        return answer;
+    }
+};
 
 class MessageHandlers : public testing::Test {
 protected:
@@ -34,27 +60,16 @@ protected:
         service.AddSubmitMessageHandler(std::make_shared<EchoingSubmission>(Registration(name)),
                                         {"kind", "task", "Transcode", true});
     }
-    void AddSet(const std::vector<std::string>& names) {
-        std::vector<RegistrationParams> registrations;
-        for (const std::string& name : names) {
-            registrations.push_back(Registration(name));
-        }
-        service.AddMessageHandlerSet(std::make_shared<NamingSet>(registrations));
-    }
     std::string AnswerOf(const std::string& operation) const {
         const HandlerFunction function = FindHandlerFunction(service, operation);
         return function ? Shown(function(Parameters::fromJSON(R"({"in":1})"), nullptr)) : "none";
     }
     static std::string Shown(const MessageAnswer& answer) {
-        switch (answer.kind) {
-            case MessageAnswer::Kind::Results:
-                return "results " + answer.results.toJSON();
-            case MessageAnswer::Kind::Text:
-                return "text " + answer.text;
-            case MessageAnswer::Kind::Error:
-                return "error [" + answer.code + "] " + answer.message + " " + answer.details.toJSON();
+        if (answer.kind == MessageAnswer::Kind::Error) {
+            return "error [" + answer.code + "] " + answer.message + " " + answer.details.toJSON();
         }
-        return "?";
+        return answer.kind == MessageAnswer::Kind::Text ? "text " + answer.text
+                                                        : "results " + answer.results.toJSON();
     }
 
     ServiceInfo service;
@@ -76,17 +91,15 @@ TEST_F(MessageHandlers, OfTheSameNameOrRouteAreRefused) {
     // All kinds share the names, and a set goes in whole or not at all.
     EXPECT_THROW(AddV2("removeJob"), std::runtime_error);
     EXPECT_THROW(AddSubmission("removeJob"), std::runtime_error);
-    EXPECT_THROW(AddSet({"free", "removeJob"}), std::runtime_error);
-    EXPECT_EQ(service.GetRegistrations().size(), 1U);
+    Add(Registration("two"));
+    EXPECT_THROW(service.AddMessageHandlerSet(std::make_shared<NamingSet>()), std::runtime_error);
+    EXPECT_EQ(service.GetRegistrations().size(), 2U);
 
-    EXPECT_NO_THROW(add("free")());
-    EXPECT_NO_THROW(add("noPath")());
+    EXPECT_NO_THROW(add("one")());
     EXPECT_NO_THROW(add("RemoveJob", "Jobs/{key}")());
     EXPECT_NO_THROW(add("drop", "jobs/key")());  // a fixed segment in the placeholder's stead
     EXPECT_NO_THROW(Add(Registration("get", "jobs/{key}", HTTPMethod::Get)));
 }
-
-struct Bare {};
 
 struct WithoutText : std::exception {
     const char* what() const noexcept override { return nullptr; }
@@ -104,7 +117,6 @@ TEST_F(MessageHandlers, GiveAnErrorForWhateverLeavesThem) {
          R"(error [GENERIC_SERVICE_ERROR] Exception {"E":1})"},
         {[] { throw WithoutText(); }, "error [GENERIC_SERVICE_ERROR]  {}"},
         {[] { throw 7; }, "error [GENERIC_SERVICE_ERROR] Unknown error {}"},
-        {[] { throw Bare(); }, "error [GENERIC_SERVICE_ERROR] Unknown error {}"},
     };
     std::function<void()> fail;
     AddV2("second", [&fail](const auto& request, const auto&) {
@@ -120,45 +132,46 @@ TEST_F(MessageHandlers, GiveAnErrorForWhateverLeavesThem) {
 }
 
 TEST_F(MessageHandlers, AnswerOnceThroughTheResponse) {
+    const auto tree = Parameters::fromJSON(R"({"d":1})");
+    const std::pair<FunctionHandler::Function, const char*> rows[] = {
+        {[](auto& response) { response.GetParameters().SetParameter("a", 1); },
+         "error [GENERIC_SERVICE_ERROR] No answer {}"},
+        {[&](auto& response) {
+             response.AssignParameters(tree);
+             EXPECT_TRUE(response.RespondOK());
+             response.GetParameters().SetParameter("late", 1);
+         },
+         R"(results {"d":1})"},
+        {[](auto& response) { response.RespondOK("{\"a\" : 1}"); }, "text {\"a\" : 1}"},
+        {[](auto& response) {
+             EXPECT_TRUE(response.RespondError("ERROR_UNKNOWN", "m"));
+             EXPECT_FALSE(response.RespondOK());
+         },
+         "error [ERROR_UNKNOWN] m {}"},
+        {[&](auto& response) {
+             response.SetErrorParameters(tree);
+             response.RespondGenericError("m");
+         },
+         R"(error [GENERIC_SERVICE_ERROR] m {"d":1})"},
+        {[&](auto& response) { response.RespondGenericError("Exception", tree); },
+         R"(error [GENERIC_SERVICE_ERROR] Exception {"d":1})"},
+        {[](auto& response) {
+             response.RespondOK();
+             throw std::runtime_error("late");
+         },
+         "results {}"},
+    };
     FunctionHandler::Function handle;
     Add(Registration("m"), [&handle](auto& response) { handle(response); });
-    const auto answered = [&](const FunctionHandler::Function& function) {
+    for (const auto& [function, answer] : rows) {
         handle = function;
-        return AnswerOf("m");
-    };
-    const auto tree = Parameters::fromJSON(R"({"d":1})");
-    EXPECT_EQ(answered([](auto& response) { response.GetParameters().SetParameter("a", 1); }),
-              "error [GENERIC_SERVICE_ERROR] No answer {}");
-    EXPECT_EQ(answered([&](auto& response) {
-                  response.AssignParameters(tree);
-                  EXPECT_TRUE(response.RespondOK());
-                  response.GetParameters().SetParameter("late", 1);
-              }),
-              R"(results {"d":1})");
-    EXPECT_EQ(answered([](auto& response) { response.RespondOK("{\"a\" : 1}"); }), "text {\"a\" : 1}");
-    EXPECT_EQ(answered([](auto& response) { response.RespondOK(""); }), "text ");
-    EXPECT_EQ(answered([](auto& response) {
-                  EXPECT_TRUE(response.RespondError("ERROR_UNKNOWN", "m"));
-                  EXPECT_FALSE(response.RespondOK());
-              }),
-              "error [ERROR_UNKNOWN] m {}");
-    EXPECT_EQ(answered([&](auto& response) {
-                  response.SetErrorParameters(tree);
-                  response.RespondGenericError("m");
-              }),
-              R"(error [GENERIC_SERVICE_ERROR] m {"d":1})");
-    EXPECT_EQ(answered([&](auto& response) { response.RespondGenericError("Exception", tree); }),
-              R"(error [GENERIC_SERVICE_ERROR] Exception {"d":1})");
-    EXPECT_EQ(answered([](auto& response) {
-                  response.RespondOK();
-                  throw std::runtime_error("late");
-              }),
-              "results {}");
+        EXPECT_EQ(AnswerOf("m"), answer);
+    }
 }
 
 TEST_F(MessageHandlers, AreToldWhatTheyWereRegisteredWith) {
     AddSubmission("Submit");
-    AddSet({"one", "two"});
+    service.AddMessageHandlerSet(std::make_shared<NamingSet>());
     EXPECT_EQ(AnswerOf("Submit"), R"(results {"in":1,"told":"kind|task|Transcode","failJobDefault":true})");
     EXPECT_EQ(AnswerOf("two"), R"(results {"name":"two"})");
     EXPECT_EQ(AnswerOf("naming") + AnswerOf("submit"), "nonenone");

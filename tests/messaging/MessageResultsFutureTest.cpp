@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <limits>
-#include <thread>
 
 #include "base/concurrency/BlockingRegion.h"
 
@@ -80,22 +79,6 @@ TEST(MessageResultsFuture, OnlyARealWaitIsABlockingRegion) {
     EXPECT_TRUE(future.WaitForDone(kForever));
     EXPECT_EQ(observer.entered, 1);
     ObserveBlocking(nullptr);
-}
-
-TEST(MessageResultsFuture, AllWhoWaitAreWoken) {
-    auto exchange = std::make_shared<MessageExchange>();
-    auto future = std::make_shared<MessageResultsFuture>(exchange);
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 4; ++i) {
-        waiters.emplace_back([future] {
-            EXPECT_TRUE(future->WaitForDone(kForever));
-            EXPECT_EQ(Told(*future), "done, no code, [1]");
-        });
-    }
-    exchange->End(MessageAnswer::OfText("[1]"));
-    for (std::thread& waiter : waiters) {
-        waiter.join();
-    }
 }
 
 }  // namespace

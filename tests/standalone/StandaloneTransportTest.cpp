@@ -148,13 +148,10 @@ TEST_F(StandaloneTransportTest, DoesNotStartWhatItCannotServe) {
     using Start = std::tuple<std::string, std::string, std::string>;  // host, port and file of settings
     const std::tuple<Start, InitError, const char*> rows[] = {
         {{"localhost", held, ""}, InitError::CannotListen, "--port"},
-        {{"0.0.0.0", "0", ""}, InitError::CannotListen, "callers"},
         {{"", "0", ""}, InitError::BadConfiguration, "\"host\""},
-        {{"localhost", "", ""}, InitError::BadConfiguration, "\"port\""},
         {{"localhost", "65536", ""}, InitError::BadConfiguration, "\"port\""},
         {{"localhost", "80x", ""}, InitError::BadConfiguration, "\"port\""},
         {{"localhost", "0", badFile}, InitError::BadConfiguration, "\"rest.maxBodyBytes\""},
-        {{"localhost", "0", badFile + ".no"}, InitError::BadConfiguration, "cannot be read"},
     };
     for (const auto& [start, error, text] : rows) {
         const auto& [host, port, file] = start;
