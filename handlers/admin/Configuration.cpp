@@ -21,7 +21,6 @@ using CoreServices::Parameters;
 using PlatformAbstraction::HTTPMethod;
 using PlatformAbstraction::RegistrationParams;
 using PlatformAbstraction::RegParamsBuilder;
-using PlatformAbstraction::Messaging::BusConnection;
 using PlatformAbstraction::Messaging::BusMessaging;
 using PlatformAbstraction::Messaging::kGenericServiceError;
 using PlatformAbstraction::Messaging::MessageContext;
@@ -96,10 +95,6 @@ bool RespondCaughtError(ServiceMessageResponse& response, const std::string& pla
 
 }  // namespace
 
-ConfigureDXHandler::ConfigureDXHandler(std::shared_ptr<BusConnection> messagingService,
-                                       ThreadStarter startThread)
-    : m_pMessagingService(std::move(messagingService)), m_startThread(std::move(startThread)) {}
-
 RegistrationParams ConfigureDXHandler::GetRegistrationParams() const {
     return RegParamsBuilder()
         .SetName("configureDX")
@@ -156,10 +151,6 @@ void SendGlobalConfigToCoordinator(const DispatchContext& dispatchContext, const
     PrintLine("\nDone with " + operation);
     dispatchContext.notifier->SendSucceeded("Done configuring DX for " + service);
 }
-
-RemoteLoggingHandler::RemoteLoggingHandler(std::shared_ptr<BusConnection> messagingService,
-                                           ThreadStarter startThread)
-    : m_pMessagingService(std::move(messagingService)), m_startThread(std::move(startThread)) {}
 
 RegistrationParams RemoteLoggingHandler::GetRegistrationParams() const {
     const std::string name(Operations::RemoteLogging);

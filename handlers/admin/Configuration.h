@@ -5,22 +5,18 @@
 #include <string>
 
 #include "base/concurrency/Mutex.h"
-#include "handlers/admin/ThreadStarter.h"
+#include "handlers/admin/DetachedHandler.h"
 #include "platform/messaging/BusConnection.h"
-#include "platform/messaging/ServiceMessageHandler.h"
 #include "platform/notifiers/IGenericNotifier.h"
 
 namespace Weftline::Services::Scheduler {
 
 /// Passes the connection URL of the Dolmex indexing service on to the coordinator, on a detached thread: the
 /// client's answer says that it is on its way. The same URL is not passed on twice in a row, though it
-/// failed; the process alone remembers it. Several threads may call at once, and nothing orders what they
-/// start.
-class ConfigureDXHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandler {
+/// failed; the process alone remembers it.
+class ConfigureDXHandler final : public DetachedHandler {
 public:
-    explicit ConfigureDXHandler(
-        std::shared_ptr<PlatformAbstraction::Messaging::BusConnection> messagingService,
-        ThreadStarter startThread = StartDetachedThread);
+    using DetachedHandler::DetachedHandler;
 
     PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
     /// A URL that is missing or empty does nothing.
@@ -32,29 +28,21 @@ private:
     /// Takes `url` for the last one, unless it is.
     bool RememberURL(const std::string& url);
 
-    const std::shared_ptr<PlatformAbstraction::Messaging::BusConnection> m_pMessagingService;
-    const ThreadStarter m_startThread;
     PlatformAbstraction::Mutex m_mutex;
     std::string m_lastURL QUILLON_GUARDED_BY(m_mutex);
 };
 
 /// Has the farm's workers turn their logging on or off: the message goes on to both kinds of worker service
 /// as a broadcast, each on a detached thread of its own, and the client is answered at once. What the message
-/// says is the workers' to read. Read-only after construction; several threads may call at once.
-class RemoteLoggingHandler final : public PlatformAbstraction::Messaging::ServiceMessageHandler {
+/// says is the workers' to read.
+class RemoteLoggingHandler final : public DetachedHandler {
 public:
-    explicit RemoteLoggingHandler(
-        std::shared_ptr<PlatformAbstraction::Messaging::BusConnection> messagingService,
-        ThreadStarter startThread = StartDetachedThread);
+    using DetachedHandler::DetachedHandler;
 
     PlatformAbstraction::RegistrationParams GetRegistrationParams() const override;
     bool HandleMessage(std::shared_ptr<PlatformAbstraction::Messaging::MessageContext> context,
                        const CoreServices::Parameters& request,
                        PlatformAbstraction::Messaging::ServiceMessageResponse& response) override;
-
-private:
-    const std::shared_ptr<PlatformAbstraction::Messaging::BusConnection> m_pMessagingService;
-    const ThreadStarter m_startThread;
 };
 
 /// How long a configuration thread looks out for a failure: one millisecond. Later ones are not seen.

@@ -27,7 +27,6 @@ using CommonServices::JobManager;
 using CoreServices::Parameters;
 using PlatformAbstraction::RegistrationParams;
 using PlatformAbstraction::RegParamsBuilder;
-using PlatformAbstraction::Messaging::BusConnection;
 using PlatformAbstraction::Messaging::BusMessaging;
 using PlatformAbstraction::Messaging::MessageContext;
 using PlatformAbstraction::Messaging::ServiceMessageResponse;
@@ -148,10 +147,6 @@ void PurgeObsoleteJobs(const Parameters& request, const JobManager& jobManager,
 }
 
 }  // namespace
-
-RemoveObsoleteJobsHandler::RemoveObsoleteJobsHandler(std::shared_ptr<BusConnection> messagingService,
-                                                     ThreadStarter startThread)
-    : m_pMessagingService(std::move(messagingService)), m_startThread(std::move(startThread)) {}
 
 RegistrationParams RemoveObsoleteJobsHandler::GetRegistrationParams() const {
     return RegParamsBuilder()

@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-#include "handlers/admin/ThreadStarter.h"
+#include "handlers/admin/DetachedHandler.h"
 #include "tests/support/ConsoleCapture.h"
 #include "tests/support/HandlerFixture.h"
 

@@ -1,4 +1,4 @@
-#include "handlers/admin/ThreadStarter.h"
+#include "handlers/admin/DetachedHandler.h"
 
 #include <iostream>
 #include <thread>
