@@ -43,7 +43,7 @@ void StoreJob(std::int64_t n) {
     CoreServices::Parameters request;
     request.SetParameter("filler", std::string(kJobBytes, 'x'));
     job.SetProcessingData(request);
-    CommonServices::ObjectStore().UpsertOne(job.ToRecord());
+    static_cast<void>(CommonServices::ObjectStore().UpsertOne(job.ToRecord()));
 }
 
 /// A store with that many jobs in its index; QUILLON_BENCH_DIR names the disk to measure.

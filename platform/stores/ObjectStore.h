@@ -22,16 +22,16 @@ public:
     /// `<parent of the metadata root path>/Store/<database><suffix>.db`, "sqlite:PATH" the embedded store in
     /// that file. False, with a line in the log that tells a person why, when the address means nothing here
     /// or the store cannot be opened. `deploy` is the deployment mode; the choice does not depend on it.
-    static bool Init(const std::string& deploy, const std::string& database, const std::string& uri,
-                     const std::string& suffix);
+    [[nodiscard]] static bool Init(const std::string& deploy, const std::string& database,
+                                   const std::string& uri, const std::string& suffix);
 
     /// False on failure; the record is on disk when this gives true.
-    bool UpsertOne(const Weftline::Record& record) const;
+    [[nodiscard]] bool UpsertOne(const Weftline::Record& record) const;
     /// As `UpsertOne`, and where that gives true as `events.Produce(event, true)`, whose result is not told.
     /// Where records and events lie in one file they are committed together, and a failure of either leaves
     /// neither.
-    bool UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
-                             const Weftline::Record& event) const;
+    [[nodiscard]] bool UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
+                                           const Weftline::Record& event) const;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) const;
     /// One place for each id, empty where there is no such record.
     std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
