@@ -2,15 +2,32 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace PlatformAbstraction::Messaging {
 
-/// Thrown by a handler to answer with an error code of its own.
-class MessageHandlerError : public std::logic_error {
+/// What the errors below have in common. Their texts may hold what a client sent: a NUL, at which `what`
+/// would end, stands there as "\x00".
+class HandlerError : public std::logic_error {
 public:
-    MessageHandlerError(std::string errorCode, const std::string& message)
-        : std::logic_error(message), m_errorCode(std::move(errorCode)) {}
+    explicit HandlerError(std::string_view message) : std::logic_error(WithoutNul(message)) {}
+
+private:
+    static std::string WithoutNul(std::string_view message) {
+        std::string text;
+        for (const char character : message) {
+            character == '\0' ? text.append("\\x00") : text.append(1, character);
+        }
+        return text;
+    }
+};
+
+/// Thrown by a handler to answer with an error code of its own.
+class MessageHandlerError : public HandlerError {
+public:
+    MessageHandlerError(std::string errorCode, std::string_view message)
+        : HandlerError(message), m_errorCode(std::move(errorCode)) {}
 
     std::string GetErrorCode() const { return m_errorCode; }
 
@@ -20,24 +37,24 @@ private:
 
 // Failures with a meaning of their own; `AnswerOfCurrentException` gives each its code on the wire.
 
-class BadRequestHandlerError : public std::logic_error {
+class BadRequestHandlerError : public HandlerError {
 public:
-    using std::logic_error::logic_error;
+    using HandlerError::HandlerError;
 };
 
-class HandlerNotFoundError : public std::logic_error {
+class HandlerNotFoundError : public HandlerError {
 public:
-    using std::logic_error::logic_error;
+    using HandlerError::HandlerError;
 };
 
-class MethodNotAllowedHandlerError : public std::logic_error {
+class MethodNotAllowedHandlerError : public HandlerError {
 public:
-    using std::logic_error::logic_error;
+    using HandlerError::HandlerError;
 };
 
-class ResourceNotFoundHandlerError : public std::logic_error {
+class ResourceNotFoundHandlerError : public HandlerError {
 public:
-    using std::logic_error::logic_error;
+    using HandlerError::HandlerError;
 };
 
 }  // namespace PlatformAbstraction::Messaging

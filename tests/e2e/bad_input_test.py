@@ -7,20 +7,18 @@ from quillon import Service
 
 PATH = "/submitTranscode"
 BODY_LIMIT = 300_000
-HOST = b"Host: localhost\r\n"
-JSON = b"Content-Type: application/json\r\n"
-POST = b"POST /submitTranscode HTTP/1.1\r\n"
-CHUNKED = b"Transfer-Encoding: chunked\r\n"
+POST = b"POST /submitTranscode HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/json\r\n"
+CHUNKED = POST + b"Transfer-Encoding: chunked\r\n"
 
 
 class BadInput(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.service = Service(settings={"rest": {"requestTimeoutMs": 1500, "maxBodyBytes": BODY_LIMIT}})
+        cls.service = Service(settings={"rest": {"maxBodyBytes": BODY_LIMIT}})
         cls.addClassCleanup(cls.service.close)
         cls.service.wait_for_start()
 
-    def check(self, name, status, send, header=None):
+    def check(self, name, status, send):
         with self.subTest(name):
             before = self.service.job_count()
             answered, headers, body = send()
@@ -28,8 +26,6 @@ class BadInput(unittest.TestCase):
             self.assertEqual(headers["Content-Type"], "application/json")
             error = json.loads(body)["error"]
             self.assertTrue(error["code"] and error["message"], body)
-            if header:
-                self.assertEqual(headers[header[0]], header[1])
             self.assertEqual(self.service.job_count(), before)
             self.service.submit(PATH, {})
             self.assertEqual(self.service.job_count(), before + 1)
@@ -40,30 +36,21 @@ class BadInput(unittest.TestCase):
             ("broken UTF-8", 400, PATH, b'{"description": "\xc3\x28"}', {}),
             ("deep nesting", 400, PATH, b'{"a":' + b"[" * 100_000 + b"]" * 100_000 + b"}", {}),
             ("over the limit", 413, PATH, b'{"a":"' + b"x" * BODY_LIMIT + b'"}', {}),
-            ("no content type of ours", 415, PATH, b"{}", {"content_type": "text/plain"}),
             ("unknown path", 404, "/submitTranscoding", b"{}", {}),
-            ("wrong method", 405, PATH, b"{}", {"method": "PUT", "header": ("Allow", "POST")}),
+            ("wrong method", 405, PATH, b"{}", {"method": "PUT"}),
             ("foreign origin", 403, PATH, b"{}", {"headers": "Origin: http://elsewhere.example\r\n"}),
         ]
         for name, status, path, body, more in rows:
-            header = more.pop("header", None)
-            self.check(name, status, lambda: self.service.post(path, body, **more), header)
+            self.check(name, status, lambda: self.service.post(path, body, **more))
 
     def test_framing(self):
         rows = [
-            ("no HTTP", 400, b"submit, please\r\n\r\n"),
-            ("length and chunks", 400, POST + HOST + JSON + CHUNKED + b"Content-Length: 2\r\n\r\n2\r\n{}\r\n0\r\n\r\n"),
-            ("headers over the limit", 431, POST + HOST + b"X-Note: " + b"x" * 200_000 + b"\r\n\r\n"),
-            ("head that never ends", 408, POST + HOST + b"X-Note: "),
-            ("body that never ends", 408, POST + HOST + JSON + b"Content-Length: 10\r\n\r\n{"),
+            ("length and chunks", 400, CHUNKED + b"Content-Length: 2\r\n\r\n2\r\n{}\r\n0\r\n\r\n"),
+            ("a request for a trailer", 400, CHUNKED + b"\r\n2\r\n{}\r\n0\r\nGET /profiles HTTP/1.1\r\n\r\n"),
+            ("headers over the limit", 431, POST + b"X-Note: " + b"x" * 200_000 + b"\r\n\r\n"),
         ]
         for name, status, raw in rows:
             self.check(name, status, lambda: self.service.exchange(raw))
-
-    def test_a_connection_that_goes_away_harms_nobody(self):
-        for raw in (b"", POST, POST + HOST + JSON + b"Content-Length: 10\r\n\r\n{"):
-            self.service.connect(raw).close()
-        self.service.submit(PATH, {})
 
 
 if __name__ == "__main__":

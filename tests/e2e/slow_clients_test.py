@@ -1,4 +1,4 @@
-"""Clients that send or read by the byte, or too much at once: they end by their limits, and others are served."""
+"""Clients that send by the byte, and answers that are huge: they end by their limits, and others are served."""
 
 import http.client
 import json
@@ -22,15 +22,6 @@ class SlowClients(unittest.TestCase):
         cls.addClassCleanup(cls.service.close)
         cls.service.wait_for_start()
 
-    def store_results(self, query_id, count, document):
-        self.service.write(("INSERT INTO records (recordType, recordTopic, recordData, recordPublicData)"
-                            " VALUES ('MobID', 'V2_WFMobIDs', ?, ?)",
-                            ((document, json.dumps({"queryID": query_id})) for _ in range(count))))
-
-    def ask_for_results(self, query_id):
-        return self.service.connect(b"GET /findMobIDsFromContainer?queryID=%s HTTP/1.1\r\nHost: localhost\r\n\r\n"
-                                    % query_id.encode())
-
     def test_slow_senders_are_told_so(self):
         body = b"Content-Type: application/json\r\nContent-Length: 99999\r\n\r\n{\"a\":\""
         chunks = b"Content-Type: application/json\r\nTransfer-Encoding: chunked\r\n\r\n"
@@ -45,20 +36,6 @@ class SlowClients(unittest.TestCase):
                 response.read()
             self.service.submit(PATH, {})
 
-    def test_a_slow_reader_is_cut_off(self):
-        self.store_results("slow", 40, json.dumps({"text": "x" * 1_000_000}))
-        with self.ask_for_results("slow") as slow:
-            head = slow.recv(1000)
-            self.assertTrue(head.startswith(b"HTTP/1.1 200 OK\r\n"))
-            self.service.submit(PATH, {})
-            read = len(head)
-            try:
-                while piece := slow.recv(1 << 20):
-                    read += len(piece)
-            except ConnectionResetError:
-                pass
-            self.assertLess(read, 40_000_000)
-
     def test_what_a_huge_answer_took_goes_back(self):
         process = pathlib.Path("/proc/%d" % self.service.process.pid)
         if "san.so" in (process / "maps").read_text():
@@ -69,7 +46,10 @@ class SlowClients(unittest.TestCase):
 
         self.service.submit(PATH, {})
         before = resident()
-        self.store_results("huge", 700, json.dumps([{"a": 1}] * 1000))
+        document = json.dumps([{"a": 1}] * 1000)
+        self.service.write(("INSERT INTO records (recordType, recordTopic, recordData, recordPublicData)"
+                            " VALUES ('MobID', 'V2_WFMobIDs', ?, ?)",
+                            ((document, json.dumps({"queryID": "huge"})) for _ in range(700))))
         status, _, body = self.service.post("/findMobIDsFromContainer?queryID=huge", b"", method="GET")
         self.assertEqual((status, len(json.loads(body)["results"])), (200, 700))
         wait_until(lambda: resident() < before + 50_000_000, "memory given back")

@@ -225,6 +225,7 @@ class Disk(Story):
             status, _, body = service.post("/jobs/" + key, {}, method="DELETE")
             self.assertNotEqual(status, 200)
             self.assertNotRegex(body, r"Store|sqlite|\.cpp|std::|\.db")
+        self.assertIn("\\\\x00", body)  # what a client sent does not end the text that shows it
         directory = service.directory / "OrvikQuillonService" / "Store"
         wait_until(lambda: list(directory.glob("*.jobindex-wal")), "index of jobs")
         modes = {path.name: stat.S_IMODE(path.stat().st_mode) for path in directory.iterdir()}

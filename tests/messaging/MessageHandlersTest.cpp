@@ -109,7 +109,10 @@ TEST_F(MessageHandlers, GiveAnErrorForWhateverLeavesThem) {
     const std::pair<std::function<void()>, const char*> rows[] = {
         {[] { throw MessageHandlerError("MY_CODE", "mine"); }, "error [MY_CODE] mine {}"},
         {[] { throw BadRequestHandlerError("bad"); }, "error [BAD_REQUEST] bad {}"},
-        {[] { throw ResourceNotFoundHandlerError("gone"); }, "error [NOT_FOUND] gone {}"},
+        {[] {
+             throw ResourceNotFoundHandlerError({"go\0ne", 5});
+         },
+         "error [NOT_FOUND] go\\x00ne {}"},
         {[] { throw MethodNotAllowedHandlerError("no"); }, "error [METHOD_NOT_ALLOWED] no {}"},
         {[] { throw HandlerNotFoundError("who"); }, "error [HANDLER_NOT_FOUND] who {}"},
         {[] { throw std::domain_error("failed"); }, "error [GENERIC_SERVICE_ERROR] failed {}"},

@@ -74,21 +74,6 @@ TEST_F(GatewayTest, WaitsForTheServiceWhateverTheTimeouts) {
     EXPECT_EQ(slow.ReadResponse()->body, "late");
 }
 
-TEST_F(GatewayTest, LetsConnectionsPastTheLimitWait) {
-    settings.maxConnections = 2;
-    Start();
-    auto first = std::make_unique<RawClient>(port);
-    RawClient second(port);
-    for (RawClient* client : {first.get(), &second}) {
-        ASSERT_EQ(client->Ask(GetVideo()).status, 200);
-    }
-    RawClient third(port);
-    third.Send(GetVideo());
-    EXPECT_EQ(second.Ask(GetVideo()).status, 200);
-    first.reset();
-    EXPECT_EQ(third.ReadResponse()->status, 200);
-}
-
 // Standard error is a file while it is captured, so its size tells without a further descriptor.
 bool HasLoggedWithin(seconds patience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;

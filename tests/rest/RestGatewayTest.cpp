@@ -38,7 +38,9 @@ TEST_F(GatewayTest, AnswersEveryKindOfRequestWithItsStatus) {
     const std::string getJobs = "GET /jobs/all HTTP/1.";
     const std::pair<const char*, std::vector<std::string>> rows[] = {
         {"200 ",
-         {GetVideo(), "\r\n" + GetVideo(), GetVideo(kPage), Request("GET http://127.0.0.1/jobs/all"),
+         {GetVideo(), "\r\n" + GetVideo(), GetVideo(kPage),
+          GetVideo(kPage + "Sec-Fetch-Site: cross-site\r\n"), GetVideo("Sec-Fetch-Site: same-origin\r\n"),
+          Request("GET http://127.0.0.1/jobs/all"),
           // A literal goes before a placeholder, unless it has other methods.
           Request("GET /jobs/all"), Request("DELETE /jobs/all"), getJobs + "0\r\n\r\n",
           getJobs + "2\r\nHost: localhost:\r\n\r\n", Request("POST /messages/noPath"),
@@ -70,7 +72,11 @@ TEST_F(GatewayTest, AnswersEveryKindOfRequestWithItsStatus) {
           getJobs + "0\r\n" + kPage + "\r\n"}},
         {"403 FOREIGN_ORIGIN",
          {GetVideo("Origin: http://evil.example\r\n"), GetVideo("Origin: null\r\n"),
-          GetVideo("Origin: http://page.example.evil\r\n"), GetVideo("Sec-Fetch-Site: cross-site\r\n")}},
+          GetVideo("Origin: http://page.example.evil\r\n"), GetVideo("Sec-Fetch-Site: cross-site\r\n"),
+          GetVideo("Sec-Fetch-Site: Same-Site\r\n"),
+          GetVideo("Origin: http://page.example, http://page.example\r\n"),
+          Request("OPTIONS /submit",
+                  "Origin: http://evil.example\r\nAccess-Control-Request-Method: POST\r\n")}},
     };
     for (const auto& [outcome, requests] : rows) {
         for (const std::string& request : requests) {
@@ -140,19 +146,6 @@ TEST_F(GatewayTest, LetsAllowedPagesCallAcrossOrigins) {
     EXPECT_EQ(answer.Header("vary"), "Origin");
     EXPECT_EQ(Ask(port, GetVideo()).Header("access-control-allow-origin"), "");
     EXPECT_EQ(Ask(port, Request("OPTIONS *")).Header("allow"), "GET, POST, DELETE, OPTIONS");
-    const std::pair<std::string, int> rows[] = {
-        {"Sec-Fetch-Site: Same-Site\r\n", 403},
-        {"Sec-Fetch-Site: same-origin\r\n", 200},
-        {kPage + "Sec-Fetch-Site: cross-site\r\n", 200},
-        {kPage + "Sec-Fetch-Site: none\r\nSec-Fetch-Site: none\r\n", 400},
-        {"Origin: http://page.example, http://page.example\r\n", 403},
-        {"Origin: http://foreign.example\r\nAccess-Control-Request-Method: POST\r\n", 403},
-    };
-    for (const auto& [fields, status] : rows) {
-        EXPECT_EQ(Ask(port, GetVideo(fields)).status, status) << fields;
-        EXPECT_EQ(Ask(port, Request("OPTIONS /submit", fields)).status, status == 200 ? 405 : status)
-            << fields;
-    }
 }
 
 TEST_F(GatewayTest, AnswersRequestsThatWereSentAheadInTheirOrder) {
