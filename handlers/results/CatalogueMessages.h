@@ -33,6 +33,9 @@ private:
     const std::string m_operation;
 };
 
+/// The version of the metadata worker's operations.
+inline constexpr std::int32_t kMetadataWorkerVersion = 1;
+
 /// A catalogue that the metadata worker keeps, and how clients ask for it.
 struct Catalogue {
     std::string_view operation;  ///< at the worker, and the name of the message
@@ -64,9 +67,6 @@ public:
     PlatformAbstraction::RegistrationParams GetRegistrationParams() const override {
         return DescribeCatalogue(kCatalogue);
     }
-
-private:
-    static constexpr std::int32_t kMetadataWorkerVersion = 1;
 };
 
 using GetVideoFormatsMsg = CatalogueMsg<Catalogues::kVideoFormats>;
