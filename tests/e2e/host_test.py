@@ -40,8 +40,6 @@ class Start(unittest.TestCase):
         rows = [
             ("unknown option", ["--nonsense=1", "word"], signal.SIGTERM, "\trealm = test\n"),
             ("command line before environment", ["--realm=global"], signal.SIGINT, "\trealm = global\n"),
-            ("environment before default", [], signal.SIGTERM, "\tmongo-db = other\n"),
-            ("secure value", [], signal.SIGTERM, "\tmongo-uri = ********\n"),
             ("a version of its own", ["--version=7", "--enableOldHALPrototype=true"], signal.SIGTERM, ""),
         ]
         for name, options, ending, printed in rows:
