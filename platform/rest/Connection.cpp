@@ -17,7 +17,6 @@ namespace PlatformAbstraction::Rest {
 namespace {
 
 namespace asio = boost::asio;
-using boost::system::error_code;
 using Messaging::MessageAnswer;
 
 constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -47,30 +46,8 @@ void LogFailure(const std::exception& error) {
 
 }  // namespace
 
-/// Awaits the end of an I/O operation, which keeps the connection until then.
-template <typename Begin>
-class Connection::Operation {
-public:
-    Operation(Connection& connection, Begin begin) : m_connection(connection), m_begin(std::move(begin)) {}
-
-    bool await_ready() const noexcept { return false; }
-    void await_suspend(std::coroutine_handle<> awaiting) {
-        m_begin([this, awaiting, self = m_connection.shared_from_this()](const error_code& error,
-                                                                         std::size_t bytes) {
-            m_result = {error, bytes};
-            awaiting.resume();
-        });
-    }
-    IoResult await_resume() const noexcept { return m_result; }
-
-private:
-    Connection& m_connection;
-    Begin m_begin;
-    IoResult m_result;
-};
-
 auto Connection::Read(asio::mutable_buffer into) {
-    return Operation(*this, [this, into](auto onEnd) { m_stream.AsyncReadSome(into, std::move(onEnd)); });
+    return IoOperation(*this, [this, into](auto onEnd) { m_stream.AsyncReadSome(into, std::move(onEnd)); });
 }
 
 auto Connection::ReadIntoBuffer() {
@@ -84,7 +61,8 @@ auto Connection::ReadIntoBuffer() {
 
 template <typename Buffers>
 auto Connection::Write(const Buffers& buffers) {
-    return Operation(*this, [this, buffers](auto onEnd) { m_stream.AsyncWrite(buffers, std::move(onEnd)); });
+    return IoOperation(*this,
+                       [this, buffers](auto onEnd) { m_stream.AsyncWrite(buffers, std::move(onEnd)); });
 }
 
 /// Awaits the answer of the service, which `OnAnswer` brings.
@@ -99,8 +77,6 @@ struct Connection::Answer {
 Connection::Connection(asio::ip::tcp::socket socket, ConnectionCount::Slot slot, IoLoop& loop)
     : m_loop(loop), m_slot(std::move(slot)), m_stream(std::move(socket), loop.GetCore().GetTls()) {}
 
-Connection::~Connection() = default;
-
 void Connection::Start() {
     m_serving.emplace(Serve());
     m_serving->Start();
@@ -112,7 +88,7 @@ Task<Connection::Step> Connection::Serve() {
     try {
         if (m_stream.IsSecure()) {
             EnterPhase(Phase::Handshaking);
-            Operation handshake(*this, [this](auto onEnd) { m_stream.AsyncHandshake(std::move(onEnd)); });
+            IoOperation handshake(*this, [this](auto onEnd) { m_stream.AsyncHandshake(std::move(onEnd)); });
             step = After(co_await handshake);
         }
         while (step == Step::Next) {
@@ -330,13 +306,13 @@ Task<Connection::Step> Connection::WriteReply() {
 Task<Connection::Step> Connection::SayGoodbye() {
     EnterPhase(Phase::Lingering);
     if (m_stream.IsSecure()) {  // what the client says to that is no error
-        Operation goodbye(*this, [this](auto onEnd) { m_stream.AsyncSayGoodbye(std::move(onEnd)); });
+        IoOperation goodbye(*this, [this](auto onEnd) { m_stream.AsyncSayGoodbye(std::move(onEnd)); });
         co_await goodbye;
     }
     m_stream.EndOutput();
     IoResult away;
     while (!away.error) {
-        Operation read(
+        IoOperation read(
             *this, [this](auto onEnd) { m_stream.AsyncReadAway(asio::buffer(m_buffer), std::move(onEnd)); });
         away = co_await read;
     }
@@ -347,11 +323,6 @@ Connection::Step Connection::Refuse(GatewayFailure failure) {
     m_closeAfterAnswer = true;
     m_reply = ReplyOf(failure);
     return Step::Reply;
-}
-
-// The end of a connection that has nothing to answer. Only TLS has a word for it.
-Connection::Step Connection::Leave() const {
-    return m_stream.IsSecure() ? Step::Goodbye : Step::Close;
 }
 
 Connection::Step Connection::After(const IoResult& result) {
@@ -419,8 +390,7 @@ void Connection::Abort() {
 }
 
 void Connection::Close() {
-    EnterPhase(Phase::Closed);
-    m_stream.Close();
+    Abort();
     m_slot.reset();
     m_loop.Remove(shared_from_this());
 }

@@ -32,7 +32,7 @@ public:
     Connection(boost::asio::ip::tcp::socket socket, ConnectionCount::Slot slot, IoLoop& loop);
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
-    ~Connection();
+    ~Connection() = default;
 
     void Start();
     /// Closes at once where there is no request, otherwise after the answer, which is a refusal unless the
@@ -70,12 +70,6 @@ private:
         bool expectsContinue = false;
     };
 
-    struct IoResult {
-        boost::system::error_code error;
-        std::size_t bytes = 0;
-    };
-    template <typename Begin>
-    class Operation;
     struct Answer;
 
     Task<Step> Serve();
@@ -91,7 +85,8 @@ private:
     Step HandIn();
     void OnAnswer(std::uint64_t request, HttpReply reply);
     Step Refuse(GatewayFailure failure);
-    Step Leave() const;
+    /// The end of a connection that has nothing to answer. Only TLS has a word for it.
+    Step Leave() const { return m_stream.IsSecure() ? Step::Goodbye : Step::Close; }
     Step After(const IoResult& result);
 
     auto Read(boost::asio::mutable_buffer into);

@@ -2,7 +2,9 @@
 
 // Private to the gateway.
 
+#include <boost/system/error_code.hpp>
 #include <coroutine>
+#include <cstddef>
 #include <exception>
 #include <optional>
 #include <utility>
@@ -13,8 +15,8 @@ namespace PlatformAbstraction::Rest {
 /// nobody awaits it, and goes on where the I/O that it waits for ends. The task owns its coroutine, and with
 /// it the tasks that this awaits in turn; it is dropped only while the coroutine waits or has ended.
 ///
-/// Asio's own coroutines would take one more frame for each operation, and their end cannot be awaited from
-/// a callback of another thread without a channel or a timer.
+/// Asio's own coroutines take one more frame for each operation, and what another thread brings can be
+/// awaited in them only through a timer or a channel.
 template <typename Result>
 class [[nodiscard]] Task {
 public:
@@ -68,6 +70,35 @@ private:
     explicit Task(std::coroutine_handle<promise_type> coroutine) : m_coroutine(coroutine) {}
 
     std::coroutine_handle<promise_type> m_coroutine;
+};
+
+/// How an I/O operation ended.
+struct IoResult {
+    boost::system::error_code error;
+    std::size_t bytes = 0;
+};
+
+/// Awaits the end of an I/O operation, which keeps its owner until then. `Begin` starts it with the handler
+/// that it is given.
+template <typename Owner, typename Begin>
+class IoOperation {
+public:
+    IoOperation(Owner& owner, Begin begin) : m_owner(owner), m_begin(std::move(begin)) {}
+
+    bool await_ready() const noexcept { return false; }
+    void await_suspend(std::coroutine_handle<> awaiting) {
+        m_begin([this, awaiting, self = m_owner.shared_from_this()](const boost::system::error_code& error,
+                                                                    std::size_t bytes) {
+            m_result = {error, bytes};
+            awaiting.resume();
+        });
+    }
+    IoResult await_resume() const noexcept { return m_result; }
+
+private:
+    Owner& m_owner;
+    Begin m_begin;
+    IoResult m_result;
 };
 
 }  // namespace PlatformAbstraction::Rest
