@@ -13,7 +13,8 @@ class ServiceBase;
 ///
 /// Runs on the main thread and throws nothing. The result is that of `ServiceBase::WaitUntilBusStops`, or one
 /// of `ExitCode`.
-int RunScheduler(int argc, const char* const* argv, const std::function<ServiceBase*()>& makeService);
+[[nodiscard]] int RunScheduler(int argc, const char* const* argv,
+                               const std::function<ServiceBase*()>& makeService);
 
 /// The exit codes of a life that was cut short.
 enum ExitCode : int {

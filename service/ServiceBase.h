@@ -48,16 +48,16 @@ public:
                                                 BusConnectionPointer busConnection,
                                                 bool enableOldHALPrototype) = 0;
 
-    bool Init();
+    [[nodiscard]] bool Init();
     /// Reads the options, opens the stores and joins the bus with all handlers registered. Messages can
     /// arrive while it is still at its last steps.
-    bool Startup(const char* commandLine);
+    [[nodiscard]] bool Startup(const char* commandLine);
     /// Blocks for the working life of the service: 0 after a normal stop of the bus, else -999.
     std::int32_t WaitUntilBusStops();
     /// Leaves the bus if it is still running.
-    bool Shutdown();
+    [[nodiscard]] bool Shutdown();
     /// Lets go of the bus, which must have stopped.
-    bool Term();
+    [[nodiscard]] bool Term();
 
 private:
     boost::program_options::variables_map ParseProgramOptions(const char* commandLine);

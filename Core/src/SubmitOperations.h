@@ -311,9 +311,9 @@ inline constexpr std::array kAll{
 
 /// The operation whose jobs are of that kind, whose jobs that task evaluates, or whose media work that task
 /// is. Null where there is none. The whole text counts, and its case.
-const Row* FindByJobKind(std::string_view jobKind);
-const Row* FindByEvalTaskKind(std::string_view taskKind);
-const Row* FindByMediaTaskKind(std::string_view taskKind);
+[[nodiscard]] const Row* FindByJobKind(std::string_view jobKind);
+[[nodiscard]] const Row* FindByEvalTaskKind(std::string_view taskKind);
+[[nodiscard]] const Row* FindByMediaTaskKind(std::string_view taskKind);
 
 }  // namespace Weftline::SubmitOperations
 

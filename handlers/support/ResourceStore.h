@@ -19,11 +19,11 @@ public:
     virtual ~ResourceStore() = default;
 
     /// The document of that name and type; nothing where there is none. Both are case-sensitive.
-    virtual std::optional<Handle> Find(std::string_view name, std::string_view type) const = 0;
+    [[nodiscard]] virtual std::optional<Handle> Find(std::string_view name, std::string_view type) const = 0;
     /// Makes the document's bytes available. False on failure.
-    virtual bool Load(Handle resource) const = 0;
+    [[nodiscard]] virtual bool Load(Handle resource) const = 0;
     /// The bytes of a loaded document, valid as long as the store; nothing on failure.
-    virtual std::optional<std::string_view> Lock(Handle resource) const = 0;
+    [[nodiscard]] virtual std::optional<std::string_view> Lock(Handle resource) const = 0;
 };
 
 /// The documents carried in the program's own binary.

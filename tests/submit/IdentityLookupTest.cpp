@@ -22,11 +22,10 @@ TEST_F(IdentityLookup, EveryFailureEndsInOneLineAndNoName) {
     struct Row {
         std::string name;
         ScriptedAnswer answer;
-        std::string text;
+        std::string text = "invalid identity response";
         std::string identity = R"({"identityId":"x"})";
     };
     const std::string noIdentity = "invalid identity";
-    const std::string noName = "invalid identity response";
     const Row rows[] = {
         {"no identity", Results("{}"), noIdentity, "{}"},
         {"identity is no text", Results("{}"), noIdentity, R"({"identityId":5})"},
@@ -36,10 +35,10 @@ TEST_F(IdentityLookup, EveryFailureEndsInOneLineAndNoName) {
         {"error", ScriptedAnswer::Error("CODE", "what happened"), "CODE : what happened"},
         {"error without details", ScriptedAnswer::ErrorWithoutDetails(), "query error"},
         {"no JSON", ScriptedAnswer::Text("<html>"), "query error"},
-        {"no entity", Results("{}"), noName},
-        {"entity is no tree", Results(R"({"entity":"Ada"})"), noName},
-        {"no name", Results(R"({"entity":{}})"), noName},
-        {"name is no text", Results(R"({"entity":{"displayName":1}})"), noName},
+        {"no entity", Results("{}")},
+        {"entity is no tree", Results(R"({"entity":"Ada"})")},
+        {"no name", Results(R"({"entity":{}})")},
+        {"name is no text", Results(R"({"entity":{"displayName":1}})")},
         {"throws", ScriptedAnswer::Throws([] { throw std::domain_error("no bus"); }), "no bus"},
         {"throws anything", ScriptedAnswer::Throws([] { throw 42; }), "unknown error"},
     };

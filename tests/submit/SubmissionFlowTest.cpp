@@ -10,7 +10,8 @@ using TestSupport::StoreFault;
 class SubmissionFlow : public SubmitFixture {};
 
 TEST_F(SubmissionFlow, AnEmptyRequestIsStoredWithDefaultsAndAnnounced) {
-    const std::string clientKey = Submit("{}");
+    bus->On("findPrincipal", Results(R"({"entity":{"displayName":"Ada"}})"));
+    const std::string clientKey = Submit(plain, "{}", true, "id-1");
     const Record job = LastJob();
     EXPECT_EQ(job.recordID + " " + job.recordType + " " + job.recordTopic + " " + job.name + job.description,
               clientKey + " Job V2_WFJobs Transcode");
@@ -21,7 +22,7 @@ TEST_F(SubmissionFlow, AnEmptyRequestIsStoredWithDefaultsAndAnnounced) {
     publicData.ClearParameter("createdDateTime");
     EXPECT_EQ(publicData.toJSON(),
               R"({"jobKind":"kind","jobState":"","jobQueue":"c52a7f6e-c32a-45da-8716-c06c79af3a98",)"
-              R"("jobQueueName":"","createdBy":"","priority":50,"progress":0,"completedDateTime":""})");
+              R"("jobQueueName":"","createdBy":"Ada","priority":50,"progress":0,"completedDateTime":""})");
     Parameters privateData = Json(job.recordData);
     privateData.ClearParameter("processingData");
     privateData.ClearParameter("jobRunCaseData");
@@ -29,7 +30,7 @@ TEST_F(SubmissionFlow, AnEmptyRequestIsStoredWithDefaultsAndAnnounced) {
         privateData.toJSON(),
         R"({"parent":"","clientKey":"","jobMonitorID":"","jobLastState":"","jobEvalTaskKind":"evalKind",)"
         R"("clientMachine":"","requiredWorkerMachine":"","excludedWorkerMachine":"",)"
-        R"("storeJobSpecificOutputMetadataInJobMonitor":true,"identity":"{}","jobBlueprintData":"{}",)"
+        R"("storeJobSpecificOutputMetadataInJobMonitor":true,"identity":"{\"identityId\":\"id-1\"}","jobBlueprintData":"{}",)"
         R"("globalConfigContext":"","emailSettingsParams":"{}","failJobOnFirstFailedTask":true})");
 
     ASSERT_EQ(stores.events->Events().size(), 1U);
@@ -83,10 +84,8 @@ TEST_F(SubmissionFlow, ReadsTheCommonKeysAndTakesAWrongTypeForAbsent) {
 }
 
 TEST_F(SubmissionFlow, SplitsTheRequestIntoThreeTrees) {
-    struct Row {
-        std::string name, request;
-        std::string processing, runCase, blueprint;  ///< the first two without the job's directories
-    };
+    // Name, request; processing and run case without the job's directories, blueprint.
+    using Row = std::tuple<const char*, std::string, std::string, std::string, std::string>;
     const std::string noParams = R"({"jobParams":{}})";
     const std::string noCapital = R"({"JobParams":{}})";
     const Row rows[] = {
@@ -112,29 +111,27 @@ TEST_F(SubmissionFlow, SplitsTheRequestIntoThreeTrees) {
         {"profile under capital", R"({"JobParams":{"profile":"p"}})", R"({"JobParams":{"profile":"p"}})",
          noCapital, R"({"profile":"p"})"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        Submit(row.request);
-        const auto withoutDirectories = [&](std::string_view key) {
-            Parameters tree = Tree(key);
-            tree.ClearParameter("processingControlDirectoryPath");
-            tree.ClearParameter("metadataDirectory");
-            return tree.toJSON();
-        };
-        EXPECT_EQ(withoutDirectories("processingData"), row.processing);
-        EXPECT_EQ(withoutDirectories("jobRunCaseData"), row.runCase);
-        EXPECT_EQ(Tree("jobBlueprintData").toJSON(), row.blueprint);
+    const auto withoutDirectories = [this](std::string_view key) {
+        Parameters tree = Tree(key);
+        tree.ClearParameter("processingControlDirectoryPath");
+        tree.ClearParameter("metadataDirectory");
+        return tree.toJSON();
+    };
+    for (const auto& [name, request, processing, runCase, blueprint] : rows) {
+        Submit(request);
+        EXPECT_EQ(withoutDirectories("processingData"), processing) << name;
+        EXPECT_EQ(withoutDirectories("jobRunCaseData"), runCase) << name;
+        EXPECT_EQ(Tree("jobBlueprintData").toJSON(), blueprint) << name;
     }
 }
 
 TEST_F(SubmissionFlow, TheJobsDirectoriesReplaceTheClients) {
     const std::string clientKey =
         Submit(R"({"metadataDirectory":"/mine","rootPath":"/jobs","processingControlDirectoryPath":5})");
-    const std::string expected = R"({"metadataDirectory":"/jobs/)" + clientKey +
-                                 R"(","rootPath":"/jobs","processingControlDirectoryPath":"/jobs/)" +
-                                 clientKey + R"("})";
-    EXPECT_EQ(Tree("processingData").toJSON(), expected);
-    EXPECT_EQ(Tree("jobRunCaseData").toJSON(), expected);
+    EXPECT_EQ(Tree("processingData").toJSON(),
+              R"({"metadataDirectory":"/jobs/)" + clientKey +
+                  R"(","rootPath":"/jobs","processingControlDirectoryPath":"/jobs/)" + clientKey + R"("})");
+    EXPECT_EQ(Tree("jobRunCaseData"), Tree("processingData"));
 }
 
 TEST_F(SubmissionFlow, AJobIsAnnouncedOnlyWhenItIsStoredAndStaysWhenThatFails) {
@@ -152,13 +149,6 @@ TEST_F(SubmissionFlow, AJobIsAnnouncedOnlyWhenItIsStoredAndStaysWhenThatFails) {
     stores.events->appendFault = StoreFault::Throw;
     EXPECT_THROW(Submit("{}"), CommonServices::ObjectStoreException);
     EXPECT_EQ(stores.records->Records().size(), 2U);
-}
-
-TEST_F(SubmissionFlow, TheCallersIdentityIsKeptAndHisNameLookedUp) {
-    bus->On("findPrincipal", Results(R"({"entity":{"displayName":"Ada"}})"));
-    Submit(plain, "{}", true, "id-1");
-    EXPECT_THAT(LastJob().recordPublicData, testing::HasSubstr(R"("createdBy":"Ada")"));
-    EXPECT_EQ(Tree("identity").toJSON(), R"({"identityId":"id-1"})");
 }
 
 }  // namespace
