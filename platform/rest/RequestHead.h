@@ -16,7 +16,7 @@ struct HostAndPort {
     std::string_view host;
     std::optional<std::uint16_t> port;
 };
-std::optional<HostAndPort> ReadHostAndPort(std::string_view text);
+[[nodiscard]] std::optional<HostAndPort> ReadHostAndPort(std::string_view text);
 
 /// The head of one request, read strictly. All texts are views into the bytes that were read.
 struct RequestHead {
@@ -43,7 +43,7 @@ struct RequestHead {
 /// Reads a head that ends in its empty line. A failure unless what the request says and where it ends is
 /// beyond doubt: two readers that differ over one byte of this are how a request is smuggled past the one in
 /// front.
-std::variant<RequestHead, GatewayFailure> ReadRequestHead(std::string_view text);
+[[nodiscard]] std::variant<RequestHead, GatewayFailure> ReadRequestHead(std::string_view text);
 
 /// Finds a head in a buffer that fills up. An empty line before it, which old clients send behind a body, is
 /// passed over.

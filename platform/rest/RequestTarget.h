@@ -18,11 +18,11 @@ std::optional<std::string> DecodePercent(std::string_view text, PlusSign plus);
 
 /// The decoded segments of a path that begins with '/'. An escaped slash is part of its segment. Empty where
 /// one cannot be decoded.
-std::optional<std::vector<std::string>> ReadPath(std::string_view path);
+[[nodiscard]] std::optional<std::vector<std::string>> ReadPath(std::string_view path);
 
 /// `name=value` pairs between ampersands, as a tree. A value that is a JSON number, true, false or null is
 /// read as such; one in double quotes is the text inside them; any other is text, the empty one too. A
 /// repeated name keeps the last value. Empty where something cannot be decoded or a pair has no name.
-std::optional<CoreServices::Parameters> ReadQuery(std::string_view query);
+[[nodiscard]] std::optional<CoreServices::Parameters> ReadQuery(std::string_view query);
 
 }  // namespace PlatformAbstraction::Rest

@@ -30,17 +30,6 @@ TEST_F(GatewayTest, ClosesAConnectionThatAsksForNothing) {
     EXPECT_TRUE(used.ReadsEnd());
 }
 
-TEST_F(GatewayTest, DoesNotWaitForeverForARequest) {
-    settings.requestTimeout = kShort;
-    Start();
-    const std::string whole = Post(R"({"a":1})");
-    for (const std::size_t size : {std::size_t{1}, std::size_t{30}, whole.size() - 1}) {
-        RawClient client(port);
-        EXPECT_EQ(client.Ask(whole.substr(0, size)).status, 408) << size;
-        EXPECT_TRUE(client.ReadsEnd()) << size;
-    }
-}
-
 TEST_F(GatewayTest, DoesNotWaitForeverForAnAnswerToBeTaken) {
     settings.idleTimeout = kShort;
     sink.holds = true;
