@@ -136,10 +136,6 @@ class Service:
                 for sql, rows in statements:
                     database.executemany(sql, rows)
 
-    def insert_profile(self, identifier, data, version=1):
-        self.write(("INSERT INTO records (recordID, recordType, recordVersion, recordTopic, recordData)"
-                    " VALUES (?, 'Profile', ?, 'V2_WFProfiles', ?)", [(identifier, version, data)]))
-
 
 def wait_until(condition, what):
     deadline = time.monotonic() + DEADLINE_SECONDS
