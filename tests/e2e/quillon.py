@@ -91,18 +91,15 @@ class Service:
             connection.sendall(raw)
         return connection
 
-    def exchange(self, raw):
-        """Sends bytes as they are; gives status, headers and the body as text."""
-        with self.connect(raw) as connection:
+    def post(self, path, body, method="POST"):
+        """Gives status, headers and the body of the answer as text."""
+        body = body if isinstance(body, bytes) else json.dumps(body).encode()
+        head = "%s %s HTTP/1.1\r\nHost: localhost:%d\r\nContent-Type: application/json\r\n" % (method, path, self.port)
+        head += "Content-Length: %d\r\n\r\n" % len(body)
+        with self.connect(head.encode() + body) as connection:
             response = http.client.HTTPResponse(connection)
             response.begin()
             return response.status, response.headers, response.read().decode()
-
-    def post(self, path, body, content_type="application/json", method="POST", headers=""):
-        body = body if isinstance(body, bytes) else json.dumps(body).encode()
-        head = "%s %s HTTP/1.1\r\nHost: localhost:%d\r\nContent-Type: %s\r\nContent-Length: %d\r\n%s\r\n" % (
-            method, path, self.port, content_type, len(body), headers)
-        return self.exchange(head.encode() + body)
 
     def submit(self, path, request):
         status, _, body = self.post(path, request)
@@ -120,9 +117,6 @@ class Service:
 
     def job(self, key):
         return next(job for job in self.jobs() if job["recordID"] == key)
-
-    def job_count(self):
-        return len(self.jobs())
 
     def events(self):
         return self.query("SELECT * FROM events WHERE recordTopic = 'V2_WFJobEvents' ORDER BY eventOffset")

@@ -2,10 +2,12 @@
 
 import concurrent.futures
 import json
+import os
+import pathlib
 import unittest
 import urllib.parse
 
-from quillon import Service
+from quillon import Service, wait_until
 
 FORMAT = json.dumps({
     "RasterSize": {"Width": 1920, "Height": 1080}, "Progressive": True, "ChromaSampling": "422", "BitsPerComponent": 10,
@@ -58,6 +60,21 @@ class Results(unittest.TestCase):
                          for _, body in answers}
                 self.assertIn(found, ({everything}, {everything, None}))
                 self.assertEqual(self.service.query("SELECT 1 FROM records WHERE recordTopic = ?", topic), [])
+
+    def test_what_a_huge_answer_took_goes_back(self):
+        process = pathlib.Path("/proc/%d" % self.service.process.pid)
+        if "san.so" in (process / "maps").read_text():
+            self.skipTest("A sanitizer keeps memory.")
+
+        def resident():
+            return int((process / "statm").read_text().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+        self.service.submit("/submitTranscode", {})
+        before = resident()
+        self.store("findMobIDsFromContainer", "huge", 700 * [json.dumps([{"a": 1}] * 1000)])
+        status, body = self.get("findMobIDsFromContainer", queryID="huge")
+        self.assertEqual((status, len(json.loads(body)["results"])), (200, 700))
+        wait_until(lambda: resident() < before + 50_000_000, "memory given back")
 
 
 if __name__ == "__main__":
