@@ -102,13 +102,6 @@ TEST(JsonWriting, WhateverTextsAndKeysHoldComesOutAsValidJson) {
     }
 }
 
-TEST(JsonWriting, PeopleSeeTheSameTreeIndented) {
-    const auto tree = Parameters::fromJSON(R"({"a":1.50,"b":{"c":["x\n",null]},"d":{},"e":[]})");
-    EXPECT_EQ(tree.debugString(),
-              "{\n  \"a\": 1.50,\n  \"b\": {\n    \"c\": [\n      \"x\\n\",\n      null\n    ]\n  },\n"
-              "  \"d\": {},\n  \"e\": []\n}");
-}
-
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
 
