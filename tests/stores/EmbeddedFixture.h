@@ -25,10 +25,10 @@ inline Weftline::Record RecordOf(const std::string& id, const std::string& topic
     return record;
 }
 
-/// A record that refers to the query `query`.
-inline Weftline::Record ResultOf(const std::string& id, const std::string& query) {
+/// A result with its public JSON, which may name the query that it is of.
+inline Weftline::Record ResultOf(const std::string& id, const std::string& publicJson) {
     Weftline::Record record = RecordOf(id, "V2_WFMobIDs", "MobID");
-    record.recordPublicData = R"({"tags":[],"queryID":")" + query + "\"}";
+    record.recordPublicData = publicJson;
     return record;
 }
 
@@ -45,8 +45,7 @@ inline std::vector<std::string> IdsOf(const std::vector<Weftline::Record>& recor
 class ForeignProgram {
 public:
     explicit ForeignProgram(const std::string& path) {
-        constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-        if (sqlite3_open_v2(path.c_str(), &m_pDatabase, kFlags, nullptr) != SQLITE_OK) {
+        if (sqlite3_open(path.c_str(), &m_pDatabase) != SQLITE_OK) {
             throw std::runtime_error("cannot open " + path);
         }
         sqlite3_db_config(m_pDatabase, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
