@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -48,57 +47,46 @@ protected:
         job.SetPriority(50);
         job.SetCreatedBy("Somebody");
         job.SetCreatedDateTime("2026-11-22T20:06:45.123456");
-        CoreServices::Parameters identity;
-        if (!order.creator.empty()) {
-            identity.SetParameter(Weftline::Keys::IdentityId, order.creator);
-        }
-        job.SetIdentity(identity);
-        job.SetProcessingData(CoreServices::Parameters::fromJSON(R"({"a":1})"));
+        job.SetIdentity(CoreServices::Parameters::fromJSON(R"({"identityId":")" + order.creator + "\"}"));
         ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job.ToRecord()));
         Announce(order.id);
     }
     static void Announce(const std::string& id) {
-        const auto event = Weftline::DataModel::MakeJobCreatedEvent(id, "queue");
-        ASSERT_TRUE(CommonServices::EventStore({}).Produce(event, true));
+        ASSERT_TRUE(
+            CommonServices::EventStore({}).Produce(Weftline::DataModel::MakeJobCreatedEvent(id, "q"), true));
     }
 
     static std::optional<Weftline::Record> Find(const std::string& id) {
         return CommonServices::ObjectStore().FindByID(id, std::string(Weftline::Collections::Jobs));
     }
-    static CoreServices::Parameters PublicData(const std::string& id) {
-        const auto job = Find(id);
-        return CoreServices::Parameters::fromJSON(job ? job->recordPublicData : "");
-    }
-    /// A text of the public data; empty where there is none, and where there is no job.
+    /// A text of the public data; empty where there is none.
     static std::string Public(const std::string& id, std::string_view key) {
         std::string text;
-        PublicData(id).GetParameter(key, text);
+        CoreServices::Parameters::fromJSON(Find(id).value().recordPublicData).GetParameter(key, text);
         return text;
     }
-    /// Writes the state of a job behind the farm's back.
-    static void SetState(const std::string& id, std::string_view state) {
-        auto job = *Find(id);
-        CoreServices::Parameters publicData = PublicData(id);
+    /// Writes the state of a job behind the farm's back, and what is given of its private data.
+    static void SetState(const std::string& id, std::string_view state,
+                         const std::string& privateData = "{}") {
+        auto job = Find(id).value();
+        auto publicData = CoreServices::Parameters::fromJSON(job.recordPublicData);
         publicData.SetParameter(Weftline::Keys::JobState, state);
         job.recordPublicData = publicData.toJSON();
+        job.recordData = privateData;
         ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job));
     }
-    static std::string StateOf(const std::string& id) { return Public(id, Weftline::Keys::JobState); }
-
     /// Looks again and again until it is so; only a fault lets the time run out.
     template <typename Condition>
     static bool Eventually(const Condition& isSo) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!isSo()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
+        bool is = isSo();
+        for (; !is && std::chrono::steady_clock::now() < deadline; is = isSo()) {
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
-        return true;
+        return is;
     }
     static bool Reaches(const std::string& id, std::string_view state) {
-        return Eventually([&] { return StateOf(id) == state; });
+        return Eventually([&] { return Public(id, Weftline::Keys::JobState) == state; });
     }
 
     const TempDirectory directory;

@@ -27,20 +27,29 @@ protected:
     void TearDown() override { StopFarm(); }
 
     /// A farm with one worker of each kind.
-    void StartFarm(const Perform& evaluate = Succeed, const Perform& work = Succeed) {
+    void StartFarm(const Perform& evaluate = {}, const Perform& work = {}) {
         bus = TestSupport::MakeBus();
         coordinator = std::make_shared<Coordinator>("test");
         bus->Attach(MakeCoordinatorService("test", coordinator));
-        AttachWorker(ServiceNames::MetadataWorker, evaluate);
-        AttachWorker(ServiceNames::MediaWorker, [this, work](const Parameters& task) {
-            ++worked;
-            work(task);
-        });
+        for (const auto& [name, perform] :
+             {std::pair{ServiceNames::MetadataWorker, &evaluate}, {ServiceNames::MediaWorker, &work}}) {
+            const std::string service(name);
+            const auto answer = [perform = *perform, tasks = &tasks[service]](const Parameters& task,
+                                                                              const auto&) {
+                ++*tasks;
+                if (perform) {
+                    perform(task);
+                }
+                return Parameters();
+            };
+            bus->Attach(TestSupport::MakeService(service, {{std::string(Operations::PerformTask), answer}}));
+            coordinator->ReportWorker({"worker of " + service, "m", "t", service});
+        }
         coordinator->Start(bus->GetMessaging());
     }
     /// A farm whose media worker waits with the job "held" until the test lets it go on, and is at it.
     void HoldAJob(Hold& held) {
-        StartFarm(Succeed, [&held](const Parameters& task) {
+        StartFarm({}, [&held](const Parameters& task) {
             if (JobOf(task) == "held") {
                 held.Pass();
             }
@@ -60,7 +69,16 @@ protected:
         return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(TestSupport::To(
             std::string(ServiceNames::Coordinator), std::string(operation), Parameters::fromJSON(request))));
     }
-    static void Succeed(const Parameters& /*task*/) {}
+    /// A job as other programs may store it.
+    static void Store(const std::string& id, const std::string& privateData, const std::string& publicData) {
+        Weftline::Record job("Job", 1, std::string(Weftline::Collections::Jobs));
+        job.recordID = id;
+        job.name = "Name of " + id;
+        job.recordData = privateData;
+        job.recordPublicData = publicData;
+        ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job));
+        Announce(id);
+    }
     static std::string JobOf(const Parameters& task) {
         std::string id;
         task.GetParameter(Keys::JobId, id);
@@ -69,18 +87,8 @@ protected:
 
     std::shared_ptr<PlatformAbstraction::Messaging::InProcessBus> bus;
     std::shared_ptr<Coordinator> coordinator;
-    std::atomic<int> worked{0};  // how many tasks were handed to the media worker
-
-private:
-    void AttachWorker(std::string_view service, const Perform& perform) {
-        bus->Attach(TestSupport::MakeService(
-            std::string(service),
-            {{std::string(Operations::PerformTask), [perform](const auto& task, const auto&) {
-                  perform(task);
-                  return Parameters();
-              }}}));
-        coordinator->ReportWorker({"worker of " + std::string(service), "m", "t", std::string(service)});
-    }
+    std::map<std::string, std::atomic<int>> tasks;  // how many each service was handed
+    std::atomic<int>& worked = tasks[std::string(ServiceNames::MediaWorker)];
 };
 
 TEST_F(CoordinatorTest, TakesAJobThroughItsStatesAndKeepsAllElse) {
@@ -92,17 +100,12 @@ TEST_F(CoordinatorTest, TakesAJobThroughItsStatesAndKeepsAllElse) {
                   task = given.toJSON();
                   work.Pass();
               });
-    Weftline::Record job("Job", 1, std::string(Weftline::Collections::Jobs));
-    job.recordID = "j";
-    job.name = "A name";
-    job.recordData =
-        R"({"parent":"p","jobLastState":"","processingData":"{\"n\":1e400}","big":9007199254740993})";
-    job.recordPublicData =
-        R"({"jobKind":"orvik.quillon.transcode","createdBy":"Somebody","x":1.0,"tags":[]})";
-    ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job));
-    Announce("j");
+    const std::string kept = R"("processingData":"{\"n\":1e400}","big":9007199254740993)";
+    const std::string before =
+        R"({"jobKind":"orvik.quillon.transcode","createdBy":"Somebody","x":1.0,"tags":[])";
+    Store("j", R"({"parent":"p","jobLastState":"",)" + kept + "}", before + "}");
     ASSERT_TRUE(evaluation.arrived.WaitFor(1));
-    EXPECT_EQ(StateOf("j"), JobStates::Readied);
+    EXPECT_EQ(Public("j", Shared::JobState), JobStates::Readied);
     evaluation.opened.Add();
     ASSERT_TRUE(work.arrived.WaitFor(1));
     EXPECT_EQ(task, R"({"jobId":"j","workerId":"worker of orvik.quillon.processing.media.worker",)"
@@ -112,18 +115,14 @@ TEST_F(CoordinatorTest, TakesAJobThroughItsStatesAndKeepsAllElse) {
     EXPECT_NE(Ask(Weftline::Operations::WorkerPoolStatus).find(busy), std::string::npos);
     EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"j","progress":40})"), "{}");
     EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"j","progress":30})"), "{}") << "too late";
-    const std::string before =
-        R"({"jobKind":"orvik.quillon.transcode","createdBy":"Somebody","x":1.0,"tags":[],)";
-    EXPECT_EQ(Find("j")->recordPublicData, before + R"("jobState":"Tasked","progress":40})");
+    EXPECT_EQ(Find("j")->recordPublicData, before + R"(,"jobState":"Tasked","progress":40})");
     work.opened.Add();
     ASSERT_TRUE(Reaches("j", JobStates::Completed));
-    job = *Find("j");
-    EXPECT_EQ(job.recordPublicData, before +
-                                        R"("jobState":"Completed","progress":100,"completedDateTime":")" +
-                                        Public("j", Shared::CompletedDateTime) + "\"}");
-    EXPECT_EQ(
-        job.name + job.recordData,
-        R"(A name{"parent":"p","jobLastState":"Tasked","processingData":"{\"n\":1e400}","big":9007199254740993,"jobMonitorID":"j"})");
+    EXPECT_EQ(Find("j")->recordPublicData,
+              before + R"(,"jobState":"Completed","progress":100,"completedDateTime":")" +
+                  Public("j", Shared::CompletedDateTime) + "\"}");
+    EXPECT_EQ(Find("j")->name + Find("j")->recordData,
+              R"(Name of j{"parent":"p","jobLastState":"Tasked",)" + kept + R"(,"jobMonitorID":"j"})");
     EXPECT_TRUE(Eventually(
         [&] { return Ask(Weftline::Operations::WorkerPoolStatus).find("Busy") == std::string::npos; }));
 }
@@ -132,24 +131,25 @@ TEST_F(CoordinatorTest, CarriesEveryJobToItsEndOnceAcrossAStop) {
     Hold held;
     Submit({.id = "done"});
     HoldAJob(held);
-    EXPECT_EQ(StateOf("done"), JobStates::Completed);
+    EXPECT_TRUE(Reaches("done", JobStates::Completed));
     Submit({.id = "waits"});
     ASSERT_TRUE(Reaches("waits", JobStates::Evaluated));
     coordinator->Stop();  // while a worker is at a job
-    EXPECT_EQ(StateOf("held"), JobStates::Tasked);
+    EXPECT_EQ(Public("held", Shared::JobState), JobStates::Tasked);
     held.opened.Add();
     StopFarm();
     CloseStore();
 
     OpenStore();
     Submit({.id = "unheard"});
-    std::size_t evaluated = 0;
-    StartFarm([&](const Parameters&) { ++evaluated; });
+    auto& evaluated = tasks[std::string(ServiceNames::MetadataWorker)];
+    evaluated = 0;
+    StartFarm();
     for (const char* const id : {"held", "waits", "unheard"}) {
         EXPECT_TRUE(Reaches(id, JobStates::Completed)) << id;
     }
     StopFarm();
-    EXPECT_EQ(evaluated, 1U);
+    EXPECT_EQ(evaluated, 1);
 
     // All was dealt with: even a position that is lost brings no job back.
     EXPECT_EQ(KeptPosition::Load(), 4);
@@ -171,35 +171,26 @@ TEST_F(CoordinatorTest, FailsWhatCannotBeDoneAndGoesOn) {
     Weftline::Record broken = Weftline::DataModel::MakeJobCreatedEvent("", "q");
     broken.recordData = "{";
     ASSERT_TRUE(CommonServices::EventStore({}).Produce(broken, true));
-    const struct {
-        const char* id;
-        const char* publicData;
-        std::string_view state;
-        const char* privateData;  // and what it contains at the end
-    } rows[] = {
-        {"refused", R"({"jobKind":"orvik.quillon.transcode"})", JobStates::Failed, "no such media"},
-        {"foreign", R"({"jobKind":"speech"})", JobStates::Failed, R"(of the kind \"speech\")"},
-        {"broken", "{", JobStates::Failed, "cannot be read"},
-        {"array", "[]", JobStates::Failed, "cannot be read"},
-        {"private", R"({"jobKind":"orvik.quillon.transcode"})", JobStates::Failed, R"("unreadable":"[1]")"},
-        {"ended", R"({"jobState":"Completed"})", JobStates::Completed, "{}"},
+    // Id and public data of a job, the state that it comes to, and what its private data contains then.
+    const std::tuple<std::string, std::string, std::string, std::string> rows[] = {
+        {"refused", R"({"jobKind":"orvik.quillon.transcode"})", "Failed", "no such media"},
+        {"foreign", R"({"jobKind":"speech"})", "Failed", R"(of the kind \"speech\")"},
+        {"broken", "{", "Failed", "cannot be read"},
+        {"array", "[]", "Failed", "cannot be read"},
+        {"private", R"({"jobKind":"orvik.quillon.transcode"})", "Failed", R"("unreadable":"[1]")"},
+        {"ended", R"({"jobState":"Completed"})", "Completed", "{}"},
         {"strange", R"({"jobState":"tasked","jobKind":"speech"})", "tasked", "{}"},
-        {"odd", R"({"jobState":1,"jobKind":"orvik.quillon.transcode","priority":-2147483648})",
-         JobStates::Completed, "jobLastState"},
-        {"text", R"({"jobState":"","jobKind":"orvik.quillon.transcode","priority":"9"})",
-         JobStates::Completed, "jobLastState"},
+        {"odd", R"({"jobState":1,"jobKind":"orvik.quillon.render","priority":-2147483648})", "Completed",
+         "jobLast"},
+        {"text", R"({"jobState":"","jobKind":"orvik.quillon.render","priority":"9"})", "Completed",
+         "jobLast"},
     };
-    for (const auto& row : rows) {
-        Weftline::Record job("Job", 1, std::string(Weftline::Collections::Jobs));
-        job.recordID = row.id;
-        job.recordData = job.recordID == "private" ? "[1]" : "{}";
-        job.recordPublicData = row.publicData;
-        ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job));
-        Announce(row.id);
+    for (const auto& [id, publicData, state, privateData] : rows) {
+        Store(id, id == "private" ? "[1]" : "{}", publicData);
     }
-    for (const auto& row : rows) {
-        EXPECT_TRUE(Reaches(row.id, row.state)) << row.id;
-        EXPECT_NE(Find(row.id)->recordData.find(row.privateData), std::string::npos) << row.id;
+    for (const auto& [id, publicData, state, privateData] : rows) {
+        EXPECT_TRUE(Reaches(id, state)) << id;
+        EXPECT_NE(Find(id)->recordData.find(privateData), std::string::npos) << id;
     }
     EXPECT_EQ(Public("broken", Keys::Unreadable), "{");
     EXPECT_EQ(worked, 2);
@@ -225,31 +216,28 @@ TEST_F(CoordinatorTest, WritesNothingOfAJobWhoseRecordIsAboutToBeDeleted) {
 }
 
 TEST_F(CoordinatorTest, WhoeverChangesAJobUnderWayHasTheLastWord) {
-    const struct {
-        std::string_view state;  // that is written while a worker is at the job
-        bool isAnnounced;        // once more
-        std::string_view end;
-        int work;
-    } rows[] = {
-        {JobStates::Canceled, false, JobStates::Canceled, 1},
-        {JobStates::Tasked, true, JobStates::Completed, 1},
-        {JobStates::Created, true, JobStates::Completed, 2},  // begun anew
+    // The state that is written while a worker is at the job, whether it is announced once more, the state at
+    // the end, and how many tasks it took.
+    const std::tuple<std::string, bool, std::string, int> rows[] = {
+        {"Canceled", false, "Canceled", 1},
+        {"Tasked", true, "Completed", 1},
+        {"Created", true, "Completed", 2},  // begun anew
     };
-    for (const auto& row : rows) {
+    for (const auto& [state, isAnnounced, end, work] : rows) {
         Hold held;
         worked = 0;
         HoldAJob(held);
-        SetState("held", row.state);
-        if (row.isAnnounced) {
+        SetState("held", state);
+        if (isAnnounced) {
             Announce("held");
         }
         Submit({.id = "behind"});
         ASSERT_TRUE(Reaches("behind", JobStates::Evaluated));  // so the announcement was read
         held.opened.Add();
         EXPECT_TRUE(Reaches("behind", JobStates::Completed));
-        EXPECT_TRUE(Reaches("held", row.end)) << row.state;
+        EXPECT_TRUE(Reaches("held", end)) << state;
         StopFarm();
-        EXPECT_EQ(worked, row.work + 1) << row.state;
+        EXPECT_EQ(worked, work + 1) << state;
     }
 }
 

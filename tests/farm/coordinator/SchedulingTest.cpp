@@ -39,23 +39,21 @@ TEST(WorkQueueTest, TellsWhoIsNext) {
     const auto urgent = Ticket("b", 2, 51, "q", Stage::Evaluation);
     const auto x = [](const char* id, std::int64_t offset) { return Ticket(id, offset, 50, "x"); };
     const auto y = [](const char* id, std::int64_t offset) { return Ticket(id, offset, 50, "y"); };
-    const struct {
-        const char* name;
+    struct Row {
+        std::string name;
         std::vector<JobTicket> tickets;
-        const char* order;
+        std::string order;
         std::string_view service = MediaWorker;
-    } rows[] = {
+    };
+    const Row rows[] = {
         {"first come", {Ticket("b", 2), Ticket("a", 1), Ticket("c", 3)}, "a b c "},
         {"priority first", {Ticket("a", 1, 1), Ticket("b", 2, 100), Ticket("c", 3)}, "b c a "},
         {"queues take turns", {x("a", 1), x("b", 2), x("c", 3), y("d", 4), y("e", 5)}, "a d b e c "},
         {"no queue holds up a higher priority", {x("a", 1), x("b", 2), Ticket("c", 3, 60, "y")}, "c a b "},
-        {"a query before an evaluation of its priority",
-         {evaluation, urgent, query},
-         "b c a ",
-         MetadataWorker},
+        {"a query before an evaluation", {evaluation, urgent, query}, "b c a ", MetadataWorker},
         {"only tasks for the service", {evaluation, query, Ticket("w", 4)}, "w "},
     };
-    for (const auto& row : rows) {
+    for (const Row& row : rows) {
         WorkQueue queue;
         for (const JobTicket& ticket : row.tickets) {
             queue.Add(ticket);
@@ -95,27 +93,21 @@ TEST(WorkQueueTest, PassesOverWhatMayNotBeTaken) {
 }
 
 TEST(WorkerRosterTest, HonoursWishesThatSomebodyCanFulfil) {
-    const struct {
-        const char* name;
-        std::string other;  // machine of the pool, beside "m1" of the worker who asks
-        MachineWishes wishes;
-        bool mayTake;
-    } rows[] = {
-        {"no wish", "m1", {}, true},
-        {"the machine that is asked for", "m2", {"m1", ""}, true},
-        {"another machine is asked for", "m2", {"m2", ""}, false},
-        {"a machine that nobody has", "m2", {"<worker machine name>", ""}, true},
-        {"the machine that is excluded", "m2", {"", "m1"}, false},
-        {"the only machine is excluded", "m1", {"", "m1"}, true},
-        {"required and excluded at once", "m2", {"m1", "m1"}, true},
+    // The machine of the pool beside "m1" of the worker who asks, the wishes, and whether he may take the
+    // job.
+    const std::tuple<std::string, MachineWishes, bool> rows[] = {
+        {"m1", {}, true},           {"m2", {"m1", ""}, true},
+        {"m2", {"m2", ""}, false},  {"m2", {"nobody's", ""}, true},
+        {"m2", {"", "m1"}, false},  {"m1", {"", "m1"}, true},
+        {"m2", {"m1", "m1"}, true},
     };
-    for (const auto& row : rows) {
+    for (const auto& [other, wishes, mayTake] : rows) {
         WorkerRoster roster;
         const Worker asks{"w", "m1", "", std::string(MediaWorker)};
         roster.Report(asks);
-        roster.Report({"other", row.other, "", std::string(MediaWorker)});
-        roster.Report({"other kind", row.wishes.required, "", std::string(MetadataWorker)});
-        EXPECT_EQ(roster.MayTake(asks, row.wishes), row.mayTake) << row.name;
+        roster.Report({"other", other, "", std::string(MediaWorker)});
+        roster.Report({"other kind", wishes.required, "", std::string(MetadataWorker)});
+        EXPECT_EQ(roster.MayTake(asks, wishes), mayTake) << other << wishes.required << wishes.excluded;
     }
 }
 
@@ -155,11 +147,14 @@ public:
         if (collection != Weftline::Collections::Jobs) {
             return FakeRecordStore::FindByID(id, collection);
         }
-        const std::size_t kind = id.find(' ') + 1;
+        std::istringstream words(id);
+        std::string priority;
+        std::string kind;
+        words >> priority >> kind;
         Weftline::Record job("Job", 1, collection);
         job.recordID = id;
-        job.recordPublicData = R"({"jobState":"Evaluated","priority":)" + std::to_string(std::stoi(id)) +
-                               R"(,"jobKind":")" + id.substr(kind, id.find(' ', kind) - kind) + "\"}";
+        job.recordPublicData =
+            R"({"jobState":"Evaluated","priority":)" + priority + R"(,"jobKind":")" + kind + "\"}";
         return job;
     }
 };
