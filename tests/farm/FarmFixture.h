@@ -14,6 +14,7 @@
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
 #include "platform/stores/StoreChoice.h"
+#include "tests/inprocess/BusStories.h"
 #include "tests/stores/TempDirectory.h"
 
 namespace TestSupport {
@@ -26,7 +27,7 @@ struct JobOrder {
     std::string parent = {};
 };
 
-/// An embedded store in a directory of the test's own, in the place of the process's store.
+/// An embedded store in a directory of the test's own, in the place of the process's store, and a bus.
 class FarmFixture : public testing::Test {
 protected:
     FarmFixture() { OpenStore(); }
@@ -89,7 +90,16 @@ protected:
         return Eventually([&] { return Public(id, Weftline::Keys::JobState) == state; });
     }
 
+    /// How the exchange on the bus ends.
+    std::string Ask(std::string_view service, std::string_view operation, const std::string& request = "",
+                    const std::string& realm = "test") {
+        Messaging::ServiceMessageDispatch dispatch(std::string(service), realm, 1, std::string(operation));
+        dispatch.parameters = CoreServices::Parameters::fromJSON(request);
+        return EndOf(*bus->GetMessaging()->SendRequest(dispatch));
+    }
+
     const TempDirectory directory;
+    std::shared_ptr<Messaging::InProcessBus> bus = MakeBus();
 };
 
 }  // namespace TestSupport

@@ -6,7 +6,6 @@
 #include "farm/protocol/FarmProtocol.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "tests/farm/FarmFixture.h"
-#include "tests/inprocess/BusStories.h"
 #include "tests/support/StoresInPlace.h"
 
 namespace Quillon::Farm {
@@ -66,8 +65,7 @@ protected:
     }
 
     std::string Ask(std::string_view operation, const std::string& request = "") {
-        return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(TestSupport::To(
-            std::string(ServiceNames::Coordinator), std::string(operation), Parameters::fromJSON(request))));
+        return FarmFixture::Ask(ServiceNames::Coordinator, operation, request);
     }
     /// A job as other programs may store it.
     static void Store(const std::string& id, const std::string& privateData, const std::string& publicData) {
@@ -85,7 +83,6 @@ protected:
         return id;
     }
 
-    std::shared_ptr<PlatformAbstraction::Messaging::InProcessBus> bus;
     std::shared_ptr<Coordinator> coordinator;
     std::map<std::string, std::atomic<int>> tasks;  // how many each service was handed
     std::atomic<int>& worked = tasks[std::string(ServiceNames::MediaWorker)];

@@ -8,12 +8,12 @@
 #include <thread>
 #include <vector>
 
+#include "Core/src/TreeValues.h"
 #include "farm/jobmonitor/JobDirectory.h"
 #include "farm/jobmonitor/JobMonitorService.h"
 #include "handlers/admin/JobMessages.h"
 #include "handlers/admin/RemoveObsoleteJobsHandler.h"
 #include "tests/farm/FarmFixture.h"
-#include "tests/inprocess/BusStories.h"
 
 namespace Quillon::Farm {
 namespace {
@@ -39,14 +39,8 @@ protected:
         jobs.reset();
     }
 
-    std::string Ask(const std::string& operation, const std::string& request,
-                    const std::string& service = "orvik.job.monitor", const std::string& realm = "global") {
-        Messaging::ServiceMessageDispatch dispatch(service, realm, 1, operation);
-        dispatch.parameters = Parameters::fromJSON(request);
-        return TestSupport::EndOf(*bus->GetMessaging()->SendRequest(dispatch));
-    }
-    std::string AskScheduler(const std::string& operation, const std::string& request) {
-        return Ask(operation, request, "scheduler", "test");
+    std::string Ask(const std::string& operation, const std::string& request) {
+        return FarmFixture::Ask("orvik.job.monitor", operation, request, "global");
     }
     void AttachScheduler(const std::shared_ptr<Messaging::ServiceMessageHandler>& handler) {
         const auto scheduler = TestSupport::MakeService("scheduler", {});
@@ -59,9 +53,8 @@ protected:
         const Parameters results = Parameters::fromJSON(answer).GetChildParameters(Shared::Results);
         std::string ids;
         for (std::size_t n = 0; n < results.GetArrayNumValues(); ++n) {
-            std::string id;
-            results.GetArrayNthChildParameters(n).GetParameter(Shared::Id, id);
-            ids += (n == 0 ? "" : " ") + id;
+            ids += (n == 0 ? "" : " ") +
+                   Weftline::GetRequiredString(results.GetArrayNthChildParameters(n), Shared::Id);
         }
         return ids;
     }
@@ -74,7 +67,6 @@ protected:
 
     const std::string kKind{Weftline::SubmitOperations::kTranscode.jobKind};
     int submitted = 0;
-    std::shared_ptr<Messaging::InProcessBus> bus;
     std::shared_ptr<JobDirectory> jobs;
 };
 
@@ -174,7 +166,7 @@ TEST_F(JobMonitorTest, PagesOfACallAreOneListWhoeverElseListsAndSubmits) {
     std::atomic<int> atWork = 4;
     const auto list = [&] {
         for (int n = 0; n < 8; ++n) {
-            std::istringstream ids(IdsIn(AskScheduler("findJobsEx", R"({"limit":250})")));
+            std::istringstream ids(IdsIn(FarmFixture::Ask("scheduler", "findJobsEx", R"({"limit":250})")));
             const std::vector<int> page{std::istream_iterator<int>(ids), {}};
             EXPECT_EQ(page.size(), 250U);
             EXPECT_EQ(std::ranges::adjacent_find(page, [](int a, int b) { return a != b + 1; }), page.end());
@@ -196,9 +188,8 @@ TEST_F(JobMonitorTest, APurgeTakesAllOldJobsOfItsKindAndAllTheirSubtasks) {
     Submit({.id = "other", .kind = "other"});
     const auto inPlace = [](const std::function<void()>& work) { work(); };
     AttachScheduler(std::make_shared<Scheduler::RemoveObsoleteJobsHandler>(nullptr, inPlace));
-    EXPECT_EQ(AskScheduler("RemoveObsoleteJobs",
-                           R"({"CreationDate":"2999-01-01T00:00:00","kind":")" + kKind + "\"}"),
-              "{}");
+    const std::string request = R"({"CreationDate":"2999-01-01T00:00:00","kind":")" + kKind + "\"}";
+    EXPECT_EQ(FarmFixture::Ask("scheduler", "RemoveObsoleteJobs", request), "{}");
     EXPECT_EQ(FindJobs("{}"), "other");
 }
 
