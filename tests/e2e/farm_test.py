@@ -7,7 +7,6 @@ import urllib.parse
 
 from quillon import ROOT, Service, wait_until
 
-STATES = ["Created", "Readied", "Evaluated", "Tasked", "Completed"]
 MOBS = {"InputMobIDs": ["mob-1", "mob-2"]}
 
 
@@ -36,7 +35,9 @@ class Farm(unittest.TestCase):
 
     def test_a_transcode_is_seen_at_work_and_is_removed_when_it_is_done(self):
         service = self.start(farm(2000))
-        key = service.submit("/submitTranscode", json.loads((ROOT / "examples/submitTranscode.json").read_text()))
+        request = json.loads((ROOT / "examples/submitTranscode.json").read_text())
+        self.assertEqual(request["JobParams"], json.loads((ROOT / "resources/IDR_TRANSCODE_HD.json").read_text()))
+        key = service.submit("/submitTranscode", request)
         status, _, refused = service.post("/jobs/" + key, {}, method="DELETE")
         self.assertEqual(status, 500)
         self.assertRegex(refused, '"Found job had invalid status for deletion: (Created|Readied|Evaluated|Tasked)"')
@@ -44,19 +45,16 @@ class Farm(unittest.TestCase):
 
         def look_until_it_is_done():
             job = self.listed(service)[key]
-            seen.append((STATES.index(job["status"]), job["progress"]))
+            seen.append(job["progress"])
             workers = self.ask(service, "/workerPoolStatus", method="GET")["results"]["WorkerPoolInfo"]["Workers"]
             self.assertEqual(len(workers), 2)  # the pool shows those of media
             at_work.update(row["Status"] for row in workers if row["TaskType"] == "Transcode")
             return job["status"] == "Completed"
 
         wait_until(look_until_it_is_done, "end of the transcode")
-        self.assertEqual(seen, sorted(seen))
-        self.assertEqual(seen[-1], (STATES.index("Completed"), 100))
-        self.assertIn(STATES.index("Tasked"), {state for state, _ in seen})
-        self.assertTrue({progress for _, progress in seen} & set(range(10, 100, 10)), seen)
+        self.assertEqual((seen, seen[-1]), (sorted(seen), 100))
+        self.assertTrue(set(seen) & set(range(10, 100, 10)), seen)
         self.assertEqual(len(at_work), 1, at_work)
-
         self.assertEqual(self.ask(service, "/jobs/" + key, method="DELETE"), {})
         self.assertEqual((self.listed(service), service.jobs()), ({}, []))
 

@@ -12,7 +12,7 @@ class Start(unittest.TestCase):
         self.addCleanup(service.close)
         return service
 
-    def test_without_arguments_prints_its_defaults_and_keeps_its_store_at_home(self):
+    def test_without_arguments_prints_its_defaults(self):
         service = self.start(store=False, environment={"zrf_port": "0", "ZRF_realm": "no", "zrf_Realm": "no"})
         service.wait_for_start()
         parameters = [("deploy", "standalone"), ("eventMaxPollingTimeoutMs", "2000"), ("host", "localhost"),
@@ -24,7 +24,6 @@ class Start(unittest.TestCase):
             BINARY, "".join("\t%s = %s\n" % parameter for parameter in parameters))
         self.assertEqual(service.end(signal.SIGINT), 0)
         self.assertEqual(service.output, expected)
-        self.assertTrue((service.directory / "OrvikQuillonService/Store/wf_test_2_3_12.db").exists())
 
     def test_refusals(self):
         rows = [
@@ -42,11 +41,10 @@ class Start(unittest.TestCase):
                 self.assertFalse(service.output.endswith("\n"))
                 self.assertIn("\nScheduler Service main pSchedulerService->Startup() failed", service.errors)
                 self.assertIn(reason, service.errors)
-        with self.subTest("no such event log"):
-            service = self.start("--kafka-host=x")
-            self.assertEqual(service.exit_code(), 102)
-            self.assertIn("\nMESS: exception has occurred - This build has no Kafka event log", service.output)
-            self.assertIn("kafka-host names 'x'", service.errors)
+        service = self.start("--kafka-host=x")
+        self.assertEqual(service.exit_code(), 102)
+        self.assertIn("\nMESS: exception has occurred - This build has no Kafka event log", service.output)
+        self.assertIn("kafka-host names 'x'", service.errors)
 
 
 if __name__ == "__main__":

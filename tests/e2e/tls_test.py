@@ -70,25 +70,24 @@ class Gateway(unittest.TestCase):
         warnings.simplefilter("ignore", DeprecationWarning)  # that TLS 1.1 is too old is the point
         service = self.start(rest={"tls": self.files})
         v11, v12 = ssl.TLSVersion.TLSv1_1, ssl.TLSVersion.TLSv1_2
-        rows = [
+        spoken = [
             ("newest", {"protocols": ["h2", "http/1.1"]}, "TLSv1.3"),
             ("oldest", {"maximum_version": v12, "ciphers": "ECDHE-ECDSA-AES256-GCM-SHA384"}, "TLSv1.2"),
-            ("too old", {"minimum_version": v11, "maximum_version": v11, "ciphers": "ALL:@SECLEVEL=0"},
-             "alert protocol version"),
-            ("no authenticated encryption", {"maximum_version": v12, "ciphers": "ECDHE-ECDSA-AES128-SHA256"},
-             "alert handshake failure"),
-            ("HTTP/2 alone", {"protocols": ["h2"]}, "alert no application protocol"),
         ]
-        for name, rules, outcome in rows:
+        refused = [
+            ("old", {"minimum_version": v11, "maximum_version": v11, "ciphers": "ALL:@SECLEVEL=0"}, "protocol version"),
+            ("unsealed", {"maximum_version": v12, "ciphers": "ECDHE-ECDSA-AES128-SHA256"}, "handshake failure"),
+            ("HTTP/2 alone", {"protocols": ["h2"]}, "no application protocol"),
+        ]
+        for name, rules, version in spoken:
             with self.subTest(name):
-                if "alert" in outcome:  # the service's own word, not the client's
-                    with self.assertRaisesRegex(ssl.SSLError, outcome):
-                        self.connect(service, **rules)
-                    continue
                 client = self.connect(service, **rules)
-                self.assertEqual(client.version(), outcome)
+                self.assertEqual(client.version(), version)
                 self.assertEqual(client.selected_alpn_protocol(), "http/1.1" if "protocols" in rules else None)
                 self.assertFalse(client.compression() or client.session.has_ticket)
+        for name, rules, alert in refused:
+            with self.subTest(name), self.assertRaisesRegex(ssl.SSLError, "alert " + alert):  # the service's own word
+                self.connect(service, **rules)
         with service.connect(GET + b"\r\n") as plain:
             self.assertNotIn(b"HTTP", plain.recv(4096))
 
@@ -165,8 +164,6 @@ class Gateway(unittest.TestCase):
     def test_callers_come_and_go_without_a_restart(self):
         settings = {"rest": {"tls": self.files}, "callers": [caller("ada"), caller("bob")]}
         service = self.start(**settings)
-        service.wait_for_start()
-        self.assertIn("Listening on https://localhost:", service.errors)
         connection = http.client.HTTPSConnection("localhost", service.port, timeout=30, context=self.context())
         self.addCleanup(connection.close)
 
@@ -177,9 +174,6 @@ class Gateway(unittest.TestCase):
             response = connection.getresponse()
             return response.status, json.loads(response.read())
 
-        def keys_of(name):
-            return [job["clientKey"] for job in ask(name, "/findJobsEx")[1].get("results", [])]
-
         self.assertEqual([ask(name)[0] for name in ("ada", "bob", "eve")], [200, 200, 401])
         self.hang_up(service, "there are 2.", dict(settings, callers=[caller("bob"), caller("eve")]))
         status, answer = ask("eve", context={"identity": {"identityId": "id-bob"}}, description="x" * 200_000)
@@ -187,8 +181,8 @@ class Gateway(unittest.TestCase):
         job = service.job(answer["clientKey"])
         self.assertEqual(json.loads(json.loads(job["recordData"])["identity"])["identityId"], "id-eve")
         self.assertEqual(json.loads(job["recordPublicData"])["createdBy"], "Eve")
-        wait_until(lambda: keys_of("eve") == [answer["clientKey"]], "her job in her list")
-        self.assertNotIn(answer["clientKey"], keys_of("bob"))
+        wait_until(lambda: ask("eve", "/findJobsEx")[1].get("results"), "her job in her list")
+        self.assertNotIn(answer["clientKey"], json.dumps(ask("bob", "/findJobsEx")))
         for broken in ('{"callers": [', "", dict(settings, callers=[{"token": "token of ada"}]), {},
                        dict(settings, colour=1)):
             self.hang_up(service, "stay as they were", broken)
@@ -206,10 +200,8 @@ class Gateway(unittest.TestCase):
         for root in ("../../../escape", str(service.directory / "made"), "\u0000", "%HOME%"):
             service.submit("/submitExport", {"rootPath": root, "CompoundJobID": "../../escape"})
         directory = service.directory / "OrvikQuillonService" / "Store"
-        wait_until(lambda: list(directory.glob("*.jobindex-wal")), "index of jobs")
-        modes = {path.name: stat.S_IMODE(path.stat().st_mode) for path in directory.iterdir()}
-        self.assertEqual(set(modes.values()), {0o600}, modes)
-        self.assertTrue({"wf_test_2_3_12.db" + end for end in ("", "-wal", "-shm", ".jobindex")} <= set(modes), modes)
+        wait_until(lambda: list(directory.glob("wf_test_2_3_12.db.jobindex-wal")), "index of jobs")
+        self.assertEqual({stat.S_IMODE(path.stat().st_mode) for path in directory.iterdir()}, {0o600})
         self.assertEqual([stat.S_IMODE(path.stat().st_mode) for path in (directory, directory.parent)], [0o700, 0o755])
         self.assertEqual({path.name for path in service.directory.iterdir()}, {"OrvikQuillonService", "err", "out"})
         self.assertEqual(list(directory.parent.iterdir()), [directory])
