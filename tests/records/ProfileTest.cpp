@@ -2,7 +2,6 @@
 
 #include <stdexcept>
 #include <string>
-#include <tuple>
 
 #include "Core/src/Profile.h"
 
@@ -12,20 +11,15 @@ namespace {
 using CoreServices::Parameters;
 
 TEST(CopyParameter, KeepsEveryValueButNull) {
-    const std::pair<const char*, const char*> rows[] = {
-        {R"({"a":""})", R"({"b":""})"},
-        {R"({"a":1.50})", R"({"b":1.50})"},
-        {R"({"a":9007199254740993})", R"({"b":9007199254740993})"},
-        {R"({"a":1e400})", R"({"b":1e400})"},
-        {R"({"a":[1,"x",null,{"c":null}]})", R"({"b":[1,"x",null,{"c":null}]})"},
-        {R"({"a":null})", "{}"},
-        {R"({"c":1})", "{}"},
-    };
-    for (const auto& [source, copied] : rows) {
-        Parameters target;
-        CopyParameter(Parameters::fromJSON(source), target, "a", "b");
-        EXPECT_EQ(target.toJSON(), copied);
+    const auto source =
+        Parameters::fromJSON(R"({"text":"","real":1.50,"large":9007199254740993,"huge":1e400,"yes":true,)"
+                             R"("array":[1,"x",null,{"c":null}],"null":null})");
+    Parameters target;
+    for (const char* key : {"huge", "large", "real", "text", "yes", "array", "null", "none"}) {
+        CopyParameter(source, target, key, key);
     }
+    EXPECT_EQ(target.toJSON(), R"({"huge":1e400,"large":9007199254740993,"real":1.50,"text":"","yes":true,)"
+                               R"("array":[1,"x",null,{"c":null}]})");
 }
 
 TEST(FlattenProfileValues, KeepsTheValuesOfSettingsAlone) {
@@ -33,41 +27,31 @@ TEST(FlattenProfileValues, KeepsTheValuesOfSettingsAlone) {
         {R"({"setting":{"value":5,"label":"Five"}})", R"({"setting":5})"},
         {R"({"group":{"b":{"c":{"label":"","value":2.0}}}})", R"({"group":{"b":{"c":2.0}}})"},
         {R"({"tree":{"value":{"w":1,"h":{}},"label":"L"}})", R"({"tree":{"w":1,"h":{}}})"},
-        {R"({"array":{"value":[1],"label":"L"}})", R"({"array":[1]})"},
         {R"({"nothing":{"value":null,"label":"L"}})", "{}"},
         {R"({"label is null":{"value":5,"label":null}})", R"({"label is null":5})"},
-        {R"({"name":"B","type":"Proxy","d":4,"e":true,"f":null})", "{}"},
-        {R"({"array of nodes":[{"value":5,"label":"Five"}]})", "{}"},
+        {R"({"name":"B","d":4,"e":true,"f":null,"nodes":[{"value":5,"label":"Five"}]})", "{}"},
         {R"({"no label":{"value":5}})", R"({"no label":{}})"},
         {R"({"no value":{"label":"L","c":{"value":1,"label":""}}})", R"({"no value":{"c":1}})"},
-        {R"({"value":{"value":1,"label":""},"label":"L"})", R"({"value":1})"},
-        {"", "{}"},
-    };
+        {R"({"value":{"value":1,"label":""},"label":"L"})", R"({"value":1})"}};
     for (const auto& [profile, settings] : rows) {
         EXPECT_EQ(FlattenProfileValues(Parameters::fromJSON(profile)).toJSON(), settings);
     }
 }
 
-Entities::Profile MakeProfile(const std::string& data, const std::string& type = "Profile", int version = 1) {
-    Record record(type, version, "V2_WFProfiles-any");
-    record.recordID = "p";
-    record.name = "A";
-    record.recordData = data;
-    return {nullptr, nullptr, record};
-}
-
 TEST(ProfileEntity, ListsNameAndKindOfThePrivateJson) {
+    Record record("Profile", 1, "V2_WFProfiles-any");
+    record.recordID = "p";
     const std::pair<const char*, const char*> rows[] = {
         {R"({"type":"Proxy","name":"B"})", R"({"id":"p","name":"B","isProxy":true})"},
-        {R"({"name":"B"})", R"({"id":"p","name":"B","isProxy":false})"},
         {R"({"name":7,"type":"proxy"})", R"({"id":"p","name":"","isProxy":false})"},
-        {"", R"({"id":"p","name":"","isProxy":false})"},
-    };
+        {"", R"({"id":"p","name":"","isProxy":false})"}};
     for (const auto& [data, entry] : rows) {
-        EXPECT_EQ(MakeProfile(data).ToListEntry().toJSON(), entry) << data;
+        record.recordData = data;
+        EXPECT_EQ(Entities::Profile(nullptr, nullptr, record).ToListEntry().toJSON(), entry) << data;
     }
-    EXPECT_THROW(MakeProfile("{}", "Profile", 2), std::domain_error);
-    EXPECT_THROW(MakeProfile("{}", "Job"), std::domain_error);
+    for (const Record& foreign : {Record("Profile", 2, "V2_WFProfiles"), Record("Job", 1, "V2_WFProfiles")}) {
+        EXPECT_THROW(Entities::Profile(nullptr, nullptr, foreign), std::domain_error);
+    }
 }
 
 }  // namespace
