@@ -24,11 +24,8 @@ bool g_randomFails = false;
 
 /// In the place of the system's own.
 extern "C" ssize_t getrandom(void* bytes, size_t count, unsigned flags) {
-    if (g_randomFails) {
-        errno = ENOSYS;
-        return -1;
-    }
-    return ::syscall(SYS_getrandom, bytes, count, flags);
+    errno = ENOSYS;
+    return g_randomFails ? -1 : ::syscall(SYS_getrandom, bytes, count, flags);
 }
 
 namespace Weftline::DataModel {
@@ -58,9 +55,8 @@ TEST(Record, SetPublicDataTakesTheFieldsThatTheTreeHas) {
     Record record("T", 1, "C");
     record.name = record.description = "kept";
     record.SetPublicData(Parameters::fromJSON(R"({"a":1,"b":2.0})"));
-    EXPECT_EQ(record.name + record.description + record.tags, "keptkept[]");
     record.SetTags(R"([ "a", "b" ])");
-    EXPECT_EQ(record.tags, R"([ "a", "b" ])");
+    EXPECT_EQ(record.name + record.description + record.tags, R"(keptkept[ "a", "b" ])");
     EXPECT_EQ(record.recordPublicData, R"({"a":1,"b":2.0,"tags":["a","b"]})");
 
     const std::string all =
