@@ -29,8 +29,7 @@ TEST(JsonReading, AcceptsWhatTheGrammarAllows) {
         {R"({"a":1,"\u0061":2})", R"({"a":2})"},                   // equal only once unescaped
         {R"(["\"\\\/\b\f\n\r\t"])", R"(["\"\\/\b\f\n\r\t"])"},
         {R"(["\u00e9\u00E9\u20aC"])", "[\"\u00e9\u00e9\u20ac\"]"},
-        {R"(["\ud800\udc00\uDBFF\uDFFF"])", "[\"\U00010000\U0010FFFF\"]"},
-    };
+        {R"(["\ud800\udc00\uDBFF\uDFFF"])", "[\"\U00010000\U0010FFFF\"]"}};
     for (const auto& [text, written] : changed) {
         EXPECT_EQ(Parameters::fromJSON(text).toJSON(), written);
     }
