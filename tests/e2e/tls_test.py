@@ -119,7 +119,7 @@ class Gateway(unittest.TestCase):
             pass
 
     def test_slow_senders_are_told_so_and_make_room_for_the_next(self):
-        service = self.start(rest={"tls": self.files, "requestTimeoutMs": 1500, "maxConnections": 1})
+        service = self.start(rest={"tls": self.files, "requestTimeoutMs": 2000, "maxConnections": 1})
         for name, begin, more in (("head", POST + b"X-Note: ", b"x"),
                                   ("body", POST + b"Content-Length: 99999\r\n\r\n{\"a\":\"", b"x"),
                                   ("chunks", POST + b"Transfer-Encoding: chunked\r\n\r\n", b"1\r\nx\r\n")):

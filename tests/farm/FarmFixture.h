@@ -31,7 +31,10 @@ struct JobOrder {
 class FarmFixture : public testing::Test {
 protected:
     FarmFixture() { OpenStore(); }
-    ~FarmFixture() override { CloseStore(); }
+    ~FarmFixture() override {
+        bus.reset();  // before the store that its handlers use
+        CloseStore();
+    }
 
     void OpenStore() { CommonServices::StoreChoice::OpenEmbedded(directory.File("store.db")); }
     static void CloseStore() {

@@ -33,9 +33,8 @@ protected:
         for (const auto& [name, perform] :
              {std::pair{ServiceNames::MetadataWorker, &evaluate}, {ServiceNames::MediaWorker, &work}}) {
             const std::string service(name);
-            const auto answer = [perform = *perform, tasks = &tasks[service]](const Parameters& task,
-                                                                              const auto&) {
-                ++*tasks;
+            const auto answer = [perform = *perform, &count = tasks[service]](const auto& task, const auto&) {
+                ++count;
                 if (perform) {
                     perform(task);
                 }

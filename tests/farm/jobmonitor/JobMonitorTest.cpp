@@ -4,6 +4,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <numeric>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -111,8 +112,10 @@ TEST_F(JobMonitorTest, TellsOneJobInFull) {
               R"("createdDateTime":"2026-11-22T20:06:45.123456","parent":{"id":"p"}}})");
     SetState("j", "Failed", R"({"failureReason":"no media"})");
     const std::string failed = Ask("findJobs", "{}");
-    EXPECT_NE(failed.find(R"("status":"Failed")"), std::string::npos) << failed;
-    EXPECT_NE(failed.find(R"("info":{"failureReason":"no media"})"), std::string::npos) << failed;
+    EXPECT_NE(
+        failed.find(R"("status":"Failed","priority":50,"progress":0,"info":{"failureReason":"no media"})"),
+        std::string::npos)
+        << failed;
     EXPECT_EQ(Ask("findJob", R"({"clientKey":"another"})"), "NOT_FOUND");
 }
 
@@ -129,11 +132,9 @@ TEST_F(JobMonitorTest, KeepsPagesFullWhenRecordsAreGone) {
 
 TEST_F(JobMonitorTest, APageGoesOnWhereTheOneBeforeOfItsCallEnded) {
     const auto ids = [](const std::vector<ListedJob>& page) {
-        std::string text;
-        for (const ListedJob& job : page) {
-            text += job.entry.id;
-        }
-        return text;
+        return std::accumulate(
+            page.begin(), page.end(), std::string(),
+            [](const std::string& text, const ListedJob& job) { return text + job.entry.id; });
     };
     const Messaging::MessageId one{1, 1};
     const Messaging::MessageId another{1, 2};
@@ -173,8 +174,8 @@ TEST_F(JobMonitorTest, PagesOfACallAreOneListWhoeverElseListsAndSubmits) {
         }
         --atWork;
     };
-    const std::jthread clients[] = {std::jthread(list), std::jthread(list), std::jthread(list),
-                                    std::jthread(list)};
+    std::jthread clients[4];
+    std::ranges::generate(clients, [&] { return std::jthread(list); });
     while (atWork > 0) {
         SubmitUpTo(submitted + 1);
     }
