@@ -8,7 +8,7 @@ namespace CommonServices::Sqlite {
 
 namespace {
 
-SQLite::Database Open(const SqliteOptions& options, const std::string& fileSystem, int access) {
+SQLite::Database Open(const SqliteOptions& options, const char* fileSystem, int access) {
     // Each connection is used by one thread at a time, so SQLite need not lock it.
     SQLite::Database database(options.path, access | SQLite::OPEN_NOMUTEX,
                               static_cast<int>(options.busyTimeout.count()), fileSystem);
@@ -19,7 +19,7 @@ SQLite::Database Open(const SqliteOptions& options, const std::string& fileSyste
 }  // namespace
 
 SQLite::Database OpenWriter(const SqliteOptions& options) {
-    SQLite::Database database = Open(options, JoinedWritesOver(options.vfs), SQLite::OPEN_READWRITE);
+    SQLite::Database database = Open(options, JoinedWrites(), SQLite::OPEN_READWRITE);
     // Freed pages keep their old contents: zeroing them would write every deleted record once more. The cache
     // is small because SQLite walks all of it at each commit that split pages; the system has what it lacks.
     // A large transaction may outgrow it before its pages go to the log, to which they would go again and
@@ -32,7 +32,7 @@ SQLite::Database OpenWriter(const SqliteOptions& options) {
 }
 
 SQLite::Database OpenReader(const SqliteOptions& options) {
-    SQLite::Database database = Open(options, options.vfs, SQLite::OPEN_READONLY);
+    SQLite::Database database = Open(options, "", SQLite::OPEN_READONLY);
     ForbidCheckpointOnClose(database);
     database.exec("PRAGMA cache_size = -2048");  // there are many; what they lack the system still has
     return database;

@@ -7,9 +7,6 @@
 #include <new>
 #include <vector>
 
-#include "base/concurrency/Mutex.h"
-#include "platform/stores/RecordStore.h"
-
 namespace CommonServices::Sqlite {
 
 namespace {
@@ -186,49 +183,36 @@ int Open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int*
 
 using System = sqlite3_vfs;
 
-struct Registered {
-    System system;  // first: SQLite points to it
-    std::string name;
-};
-
 }  // namespace
 
-std::string JoinedWritesOver(const std::string& base) {
-    using PlatformAbstraction::Mutex;
-    static Mutex& mutex = *new Mutex;  // never destroyed: stores may be opened until the end
-    const PlatformAbstraction::MutexLock lock(mutex);
-    sqlite3_vfs* below = sqlite3_vfs_find(base.empty() ? nullptr : base.c_str());
-    if (below == nullptr) {
-        throw ObjectStoreException("There is no file system '" + base + "' to keep the store on");
-    }
-    std::string name = std::string("joined:") + below->zName;
-    if (sqlite3_vfs_find(name.c_str()) == nullptr) {
-        // SQLite keeps it as long as the process lives.
-        auto* registered = new Registered{*below, name};
-        System* const vfs = &registered->system;
-        vfs->iVersion = 2;  // without the system calls, which tests of SQLite itself replace
-        vfs->szOsFile = static_cast<int>(sizeof(JoinedFile)) + below->szOsFile;
-        vfs->pNext = nullptr;
-        vfs->zName = registered->name.c_str();
-        vfs->pAppData = below;
-        vfs->xOpen = Open;
-        vfs->xDelete = AskBelow<&System::xDelete, const char*, int>;
-        vfs->xAccess = AskBelow<&System::xAccess, const char*, int, int*>;
-        vfs->xFullPathname = AskBelow<&System::xFullPathname, const char*, int, char*>;
-        vfs->xDlOpen = AskBelow<&System::xDlOpen, const char*>;
-        vfs->xDlError = AskBelow<&System::xDlError, int, char*>;
-        vfs->xDlSym = [](System* self, void* library, const char* symbol) {
+const char* JoinedWrites() {
+    static System* const vfs = [] {
+        sqlite3_vfs* const below = sqlite3_vfs_find(nullptr);
+        auto* const joined = new System(*below);  // SQLite keeps it as long as the process lives
+        joined->iVersion = 2;  // without the system calls, which tests of SQLite itself replace
+        joined->szOsFile = static_cast<int>(sizeof(JoinedFile)) + below->szOsFile;
+        joined->pNext = nullptr;
+        joined->zName = "joined";
+        joined->pAppData = below;
+        joined->xOpen = Open;
+        joined->xDelete = AskBelow<&System::xDelete, const char*, int>;
+        joined->xAccess = AskBelow<&System::xAccess, const char*, int, int*>;
+        joined->xFullPathname = AskBelow<&System::xFullPathname, const char*, int, char*>;
+        joined->xDlOpen = AskBelow<&System::xDlOpen, const char*>;
+        joined->xDlError = AskBelow<&System::xDlError, int, char*>;
+        joined->xDlSym = [](System* self, void* library, const char* symbol) {
             return SystemBelow(self).xDlSym(&SystemBelow(self), library, symbol);
         };
-        vfs->xDlClose = AskBelow<&System::xDlClose, void*>;
-        vfs->xRandomness = AskBelow<&System::xRandomness, int, char*>;
-        vfs->xSleep = AskBelow<&System::xSleep, int>;
-        vfs->xCurrentTime = AskBelow<&System::xCurrentTime, double*>;
-        vfs->xGetLastError = AskBelow<&System::xGetLastError, int, char*>;
-        vfs->xCurrentTimeInt64 = AskBelow<&System::xCurrentTimeInt64, sqlite3_int64*>;
-        sqlite3_vfs_register(vfs, 0);
-    }
-    return name;
+        joined->xDlClose = AskBelow<&System::xDlClose, void*>;
+        joined->xRandomness = AskBelow<&System::xRandomness, int, char*>;
+        joined->xSleep = AskBelow<&System::xSleep, int>;
+        joined->xCurrentTime = AskBelow<&System::xCurrentTime, double*>;
+        joined->xGetLastError = AskBelow<&System::xGetLastError, int, char*>;
+        joined->xCurrentTimeInt64 = AskBelow<&System::xCurrentTimeInt64, sqlite3_int64*>;
+        sqlite3_vfs_register(joined, 0);
+        return joined;
+    }();
+    return vfs->zName;
 }
 
 void ForgetJoinedWrites(sqlite3* database) {

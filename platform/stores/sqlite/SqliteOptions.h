@@ -11,8 +11,6 @@ namespace CommonServices::Sqlite {
 struct SqliteOptions {
     /// Absolute path of the database file.
     std::string path;
-    /// Name of the SQLite file system to go through; empty is the system's.
-    std::string vfs;
     /// How long a write waits for another program that holds the file's write lock before it is refused.
     std::chrono::milliseconds busyTimeout{10000};
     /// Page size of a file that is made new. Job records of some kilobytes fill pages of this size best;
