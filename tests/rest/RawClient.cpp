@@ -8,7 +8,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
+#include <boost/algorithm/string/find.hpp>
 #include <cerrno>
 #include <stdexcept>
 #include <system_error>
@@ -20,8 +20,8 @@
 namespace PlatformAbstraction::Rest {
 
 std::string RawResponse::Header(const std::string& name) const {
-    const auto found = headers.find(name);
-    return found == headers.end() ? std::string() : found->second;
+    const auto found = boost::algorithm::ifind_first(head, "\r\n" + name + ": ");
+    return {found.end(), std::find(found.end(), head.end(), '\r')};
 }
 
 std::string RawResponse::ErrorCode() const {
@@ -84,14 +84,7 @@ std::optional<RawResponse> RawClient::ReadResponse(bool toHead) {
     }
     RawResponse response;
     response.status = std::stoi(m_buffer.substr(m_buffer.find(' ')));
-    for (std::size_t line = m_buffer.find("\r\n") + 2; line < end + 2;
-         line = m_buffer.find("\r\n", line) + 2) {
-        const std::size_t colon = m_buffer.find(": ", line);
-        std::string name = m_buffer.substr(line, colon - line);
-        std::ranges::transform(name, name.begin(),
-                               [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        response.headers[name] = m_buffer.substr(colon + 2, m_buffer.find("\r\n", line) - colon - 2);
-    }
+    response.head = m_buffer.substr(0, end + 2);
     const std::string length = response.Header("content-length");
     const std::size_t size = toHead || length.empty() ? 0 : std::stoul(length);
     while (m_buffer.size() < end + 4 + size) {

@@ -2,19 +2,19 @@
 
 #include <chrono>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace PlatformAbstraction::Rest {
 
-/// One response as it came over the wire. Header names in lower case.
+/// One response as it came over the wire.
 struct RawResponse {
     int status = 0;
-    std::map<std::string, std::string> headers;
+    std::string head;  ///< with its status line
     std::string body;
 
+    /// Empty where there is none of that name, in whatever case.
     std::string Header(const std::string& name) const;
     /// `error`.`code` of the body.
     std::string ErrorCode() const;
