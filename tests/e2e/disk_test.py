@@ -1,22 +1,27 @@
-"""A disk that fails to write or fails to keep: who is told what, what goes on, what is there then."""
+"""A disk that is full, fails to write or fails to keep: who is told what, what goes on, what is there then."""
 
 import json
 import os
+import pathlib
 import resource
+import subprocess
+import sys
+import tempfile
 import unittest
 
 from quillon import Service, wait_until
 from torture import WITHOUT_FARM, Journal, request_of
 
+OWN_MOUNTS = "QUILLON_TEST_OWN_MOUNTS"
 FAILING_SYNC = os.environ.get("QUILLON_FAILING_SYNC")
 REFUSAL = {"code": "GENERIC_SERVICE_ERROR", "message": "Transcode - upsert record into Object Store failed"}
 BROKEN = "refuses all writes until the service is started anew"
 
 
 class Disk(unittest.TestCase):
-    def start(self, *launcher):
+    def start(self, *launcher, **more):
         self.journal, self.count = Journal(), 0
-        self.service = Service(settings=WITHOUT_FARM, launcher=launcher)
+        self.service = Service(settings=WITHOUT_FARM, launcher=launcher, **more)
         self.addCleanup(self.service.close)
         self.service.wait_for_start()
 
@@ -47,6 +52,25 @@ class Disk(unittest.TestCase):
         self.service.wait_for_start()
         self.journal.check(self.service)
         self.assertEqual(self.submit(5), 5)
+
+    @unittest.skipUnless(OWN_MOUNTS in os.environ, "no file system can be mounted here; the others stand for it")
+    def test_a_full_disk_passes(self):
+        disk = pathlib.Path(tempfile.mkdtemp(prefix="quillon-disk-"))
+        self.addCleanup(disk.rmdir)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=4m", "tmpfs", str(disk)], check=True)
+        self.addCleanup(subprocess.run, ["umount", str(disk)], check=True)
+        self.start(store=False, environment={"zrf_mongo-uri": "sqlite:%s" % (disk / "store.db")})
+        self.service.store = disk / "store.db"
+        self.assertEqual(self.submit(5), 5)
+        filling = disk / "filling"
+        filling.write_bytes(bytes(os.statvfs(disk).f_bavail * os.statvfs(disk).f_bsize - 300_000))
+        self.assertLess(self.submit(200), 200)
+        self.check_reads()
+        self.assertIn("disk is full", self.service.errors)
+        self.journal.check(self.service)
+        filling.unlink()
+        self.assertEqual(self.submit(20), 20)
+        self.check_end()
 
     def test_a_write_that_fails_passes(self):
         self.start("env", "--ignore-signal=XFSZ")
@@ -83,4 +107,9 @@ class Disk(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    options = ["unshare", "--mount"] + ([] if os.geteuid() == 0 else ["--map-root-user"])
+    if OWN_MOUNTS not in os.environ and subprocess.run([*options, "true"], stderr=subprocess.DEVNULL).returncode == 0:
+        # What is mounted in a name space of our own goes with us, however we end.
+        os.environ[OWN_MOUNTS] = "1"
+        os.execvp(options[0], [*options, sys.executable, "-B", *sys.argv])
     unittest.main()

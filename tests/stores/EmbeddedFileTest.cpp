@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "platform/stores/sqlite/Readers.h"
 #include "tests/stores/EmbeddedFixture.h"
@@ -26,6 +27,8 @@ unsigned ModeOf(const std::string& path) {
 TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
     const std::string base = directory.Path().string() + "/";
     ASSERT_EQ(::chmod(base.c_str(), 0755), 0);
+    std::ofstream(base + "text.db") << std::string(5000, 'x');
+    ForeignProgram(base + "newer.db").Ask("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7");
     ForeignProgram(base + "other.db").Ask("CREATE TABLE t (a)");
     ASSERT_EQ(::chmod((base + "other.db").c_str(), 0664), 0);
     ForeignProgram(base + "marked.db").Ask("PRAGMA user_version = 1");
@@ -34,7 +37,9 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
     Open();
     const CommonServices::EmbeddedStore inUse = store;
 
-    const std::pair<std::string, const char*> rows[] = {{"other.db", "database of another program"},
+    const std::pair<std::string, const char*> rows[] = {{"text.db", "is no database"},
+                                                        {"newer.db", "layout version 7"},
+                                                        {"other.db", "database of another program"},
                                                         {"marked.db", "database of another program"},
                                                         {"directory.db", "Is a directory"},
                                                         {"used.db", "in use by another service"}};
