@@ -36,12 +36,7 @@ TEST_F(CatalogueMessages, AnswerWithWhateverTheOtherServiceCameTo) {
     const std::string error = "GENERIC_SERVICE_ERROR: Exception";
     const std::string failed = error + R"( {"Description":")" + query + R"(FAILED",)";
     const std::string noDetails = failed + R"("ErrorDetails":"<<NO ERROR DETAILS>>"})";
-    struct Row {
-        std::string name;
-        ScriptedAnswer answer;
-        std::string expected;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, ScriptedAnswer, std::string> rows[] = {
         {"an array", ScriptedAnswer::Text(R"({"results":[{"a":1}]})"), R"(OK [{"a":1}])"},
         {"no results", Results(R"({"a":1})"), "OK {}"},
         {"results that are no tree", ScriptedAnswer::Text(R"({"results":"a"})"), "OK {}"},
@@ -53,10 +48,10 @@ TEST_F(CatalogueMessages, AnswerWithWhateverTheOtherServiceCameTo) {
         {"not sent", ScriptedAnswer::Throws([] { throw std::runtime_error("no bus"); }), error + ": no bus"},
     };
     GetColorSpacesMsg message("realm");
-    for (const Row& row : rows) {
-        bus->Restart("getColorSpaces", row.answer);
-        EXPECT_EQ(Answer(message, "{}"), row.expected) << row.name;
-        EXPECT_EQ(bus->CountSent(), 1U) << row.name;
+    for (const auto& [name, answer, expected] : rows) {
+        bus->Restart("getColorSpaces", answer);
+        EXPECT_EQ(Answer(message, "{}"), expected) << name;
+        EXPECT_EQ(bus->CountSent(), 1U) << name;
     }
 }
 

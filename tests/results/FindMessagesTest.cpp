@@ -89,15 +89,9 @@ TEST_F(FindMessages, APageOfManyHasSixtyFormatsAtMost) {
 }
 
 TEST_F(FindMessages, AFailureComesAfterTheRecordsAreGone) {
-    struct Row {
-        std::string name;
-        std::string data;
-        std::string page;
-        std::string expected;
-    };
     const std::string good = VideoData("p");
     const std::string lacks = "Exception: Failed to extract: ";
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, std::string, std::string> rows[] = {
         {"beyond", good, R"(,"PageOffset":7)", "PageOffset: 7 for PageSize: 60 exceeds FoundFormats: 1"},
         {"reversed", good, R"(,"PageOffset":-1,"PageSize":-1)", "Exception: vector too long"},
         {"empty data", "", R"(,"version":3)", lacks + "Width"},
@@ -108,10 +102,10 @@ TEST_F(FindMessages, AFailureComesAfterTheRecordsAreGone) {
         {"no JSON, also beyond", "x", R"(,"PageOffset":7)",
          "Exception: JSON: byte 0: an object or an array was expected"},
     };
-    for (const Row& row : rows) {
-        StoreVideo(row.data);
-        EXPECT_EQ(Answer(video, With(row.page)), kError + row.expected) << row.name;
-        EXPECT_EQ(CountStored(), 0U) << row.name;
+    for (const auto& [name, data, page, expected] : rows) {
+        StoreVideo(data);
+        EXPECT_EQ(Answer(video, With(page)), kError + expected) << name;
+        EXPECT_EQ(CountStored(), 0U) << name;
     }
     StoreAudio(R"({"FileFormat":"g","SampleRate":1})");
     EXPECT_EQ(Answer(audio, request), kError + lacks + "BitsPerSample");
@@ -164,13 +158,7 @@ TEST_F(FindMessages, QueryResultsComeOnceAsTheyAreStoredAndAFailureLeavesThem) {
 TEST(ResultPage, IsWorkedOutInThirtyTwoBitsThatWrap) {
     constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
     constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-    struct Row {
-        std::string name;
-        std::int32_t size, offset;
-        std::size_t total;
-        std::string expected;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::int32_t, std::int32_t, std::size_t, std::string> rows[] = {
         {"last, shorter", 60, 1, 100, "60 to 100"},
         {"begins where the list ends", 60, 1, 60, "60 to 60"},
         {"size 0", 0, 7, 100, "0 to 0"},
@@ -182,12 +170,10 @@ TEST(ResultPage, IsWorkedOutInThirtyTwoBitsThatWrap) {
         {"the smallest numbers", kMin, kMin, 100, "0 to 100"},
         {"the sum wraps", 60, 35791394, std::size_t{kMax}, "2147483640 to 2147483647"},
     };
-    for (const Row& row : rows) {
-        const ResultPage page = FindResultPage(row.size, row.offset, row.total);
-        EXPECT_EQ(page.begin > row.total ? "beyond"
-                                         : std::to_string(page.begin) + " to " + std::to_string(page.end),
-                  row.expected)
-            << row.name;
+    for (const auto& [name, size, offset, total, expected] : rows) {
+        const ResultPage page = FindResultPage(size, offset, total);
+        const std::string range = std::to_string(page.begin) + " to " + std::to_string(page.end);
+        EXPECT_EQ(page.begin > total ? "beyond" : range, expected) << name;
     }
 }
 

@@ -15,12 +15,6 @@ void Store(const TestSupport::StoresInPlace& stores, const Record& with, const s
 }
 
 TEST_F(StoreListings, ShowEachPluginOnceAsItsFirstWorkerHasIt) {
-    struct Row {
-        std::string name;
-        std::vector<std::string> workers;
-        std::string request;
-        std::string expected;
-    };
     const std::string a = R"({"name":"first","pluginGuid":"a","type":"LXA"})";
     const std::string otherA = R"({"name":"second","pluginGuid":"a"})";
     const std::string upperA = R"({"pluginGuid":"A","type":"lxa"})";
@@ -28,7 +22,7 @@ TEST_F(StoreListings, ShowEachPluginOnceAsItsFirstWorkerHasIt) {
     const std::string noType = R"({"pluginGuid":"t"})";
     /// A worker's record, and the answer too.
     const auto list = [](const std::string& plugins) { return R"({"exportPlugins":[)" + plugins + "]}"; };
-    const Row rows[] = {
+    const std::tuple<const char*, std::vector<std::string>, std::string, std::string> rows[] = {
         {"none with plug-ins", {"", "{}", list(""), R"({"exportPlugins":"x"})"}, "{}", "OK {}"},
         {"two workers",
          {list(a + "," + upperA + "," + otherA), list(otherA + "," + noType)},
@@ -40,12 +34,12 @@ TEST_F(StoreListings, ShowEachPluginOnceAsItsFirstWorkerHasIt) {
         {"a worker with a bad element", {list(noType + R"(,"x")"), list(a)}, "{}", "OK " + list(a)},
     };
     GetUniqueExportPluginsHandler handler("realm");
-    for (const Row& row : rows) {
+    for (const auto& [name, workers, request, expected] : rows) {
         const TestSupport::StoresInPlace fresh;
-        for (const std::string& data : row.workers) {
+        for (const std::string& data : workers) {
             Store(fresh, Record("Worker", 1, "V2_WFWorkers"), data);
         }
-        EXPECT_EQ(Answer(handler, row.request), row.expected) << row.name;
+        EXPECT_EQ(Answer(handler, request), expected) << name;
     }
 }
 

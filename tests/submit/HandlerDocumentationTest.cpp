@@ -7,8 +7,7 @@ namespace Weftline::Services {
 namespace {
 
 /// A store of one document, which can fail at each of its steps.
-class OneDocumentStore final : public ResourceStore {
-public:
+struct OneDocumentStore final : ResourceStore {
     bool loads = true;
     std::optional<std::string_view> bytes = R"({"a":1})";
 
@@ -16,9 +15,7 @@ public:
         return name == "DOC" && type == "RT_JSON_FILE" ? std::optional<Handle>(7) : std::nullopt;
     }
     bool Load(Handle) const override { return loads; }
-    std::optional<std::string_view> Lock(Handle resource) const override {
-        return resource == 7 ? bytes : std::nullopt;
-    }
+    std::optional<std::string_view> Lock(Handle) const override { return bytes; }
 };
 
 TEST(HandlerDocumentation, EachStepOfReadingADocumentFailsWithItsText) {

@@ -19,37 +19,32 @@ TEST_F(IdentityLookup, AsksTheIdentityServiceOnceAndWaitsASecond) {
 }
 
 TEST_F(IdentityLookup, EveryFailureEndsInOneLineAndNoName) {
-    struct Row {
-        std::string name;
-        ScriptedAnswer answer;
-        std::string text = "invalid identity response";
-        std::string identity = R"({"identityId":"x"})";
-    };
     const std::string noIdentity = "invalid identity";
-    const Row rows[] = {
-        {"no identity", Results("{}"), noIdentity, "{}"},
-        {"identity is no text", Results("{}"), noIdentity, R"({"identityId":5})"},
-        {"never answers", ScriptedAnswer::Never(), "query timed out"},
-        {"given up", ScriptedAnswer::TimedOut(), "query timed out"},
-        {"late", ScriptedAnswer::Late(Json(R"({"entity":{"displayName":"Ada"}})")), "query timed out"},
-        {"error", ScriptedAnswer::Error("CODE", "what happened"), "CODE : what happened"},
-        {"error without details", ScriptedAnswer::ErrorWithoutDetails(), "query error"},
-        {"no JSON", ScriptedAnswer::Text("<html>"), "query error"},
-        {"no entity", Results("{}")},
-        {"entity is no tree", Results(R"({"entity":"Ada"})")},
-        {"no name", Results(R"({"entity":{}})")},
-        {"name is no text", Results(R"({"entity":{"displayName":1}})")},
-        {"throws", ScriptedAnswer::Throws([] { throw std::domain_error("no bus"); }), "no bus"},
-        {"throws anything", ScriptedAnswer::Throws([] { throw 42; }), "unknown error"},
+    const std::string badAnswer = "invalid identity response";
+    const auto ada = Json(R"({"entity":{"displayName":"Ada"}})");
+    const std::tuple<std::string, ScriptedAnswer, std::string> rows[] = {
+        {"{}", Results("{}"), noIdentity},
+        {R"({"identityId":5})", Results("{}"), noIdentity},
+        {R"({"identityId":"never answered"})", ScriptedAnswer::Never(), "query timed out"},
+        {R"({"identityId":"given up"})", ScriptedAnswer::TimedOut(), "query timed out"},
+        {R"({"identityId":"late"})", ScriptedAnswer::Late(ada), "query timed out"},
+        {R"({"identityId":"error"})", ScriptedAnswer::Error("CODE", "what happened"), "CODE : what happened"},
+        {R"({"identityId":"bare error"})", ScriptedAnswer::ErrorWithoutDetails(), "query error"},
+        {R"({"identityId":"no JSON"})", ScriptedAnswer::Text("<html>"), "query error"},
+        {R"({"identityId":"no entity"})", Results("{}"), badAnswer},
+        {R"({"identityId":"entity is no tree"})", Results(R"({"entity":"Ada"})"), badAnswer},
+        {R"({"identityId":"no name"})", Results(R"({"entity":{}})"), badAnswer},
+        {R"({"identityId":"name is no text"})", Results(R"({"entity":{"displayName":1}})"), badAnswer},
+        {R"({"identityId":"x"})", ScriptedAnswer::Throws([] { throw std::domain_error("no bus"); }),
+         "no bus"},
+        {R"({"identityId":"x"})", ScriptedAnswer::Throws([] { throw 42; }), "unknown error"},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        bus->Restart("findPrincipal", row.answer);
+    for (const auto& [identity, answer, text] : rows) {
+        bus->Restart("findPrincipal", answer);
         const TestSupport::ConsoleCapture console(std::cerr);
-        EXPECT_EQ(FetchDisplayNameFromIdentity(Json(row.identity), bus), std::nullopt);
-        EXPECT_EQ(console.Text(),
-                  "FetchDisplayNameFromIdentity: Failed to get display name: " + row.text + "\n");
-        EXPECT_EQ(bus->CountSent(), row.text == noIdentity ? 0U : 1U);
+        EXPECT_EQ(FetchDisplayNameFromIdentity(Json(identity), bus), std::nullopt) << identity;
+        EXPECT_EQ(console.Text(), "FetchDisplayNameFromIdentity: Failed to get display name: " + text + "\n");
+        EXPECT_EQ(bus->CountSent(), text == noIdentity ? 0U : 1U) << identity;
     }
 }
 

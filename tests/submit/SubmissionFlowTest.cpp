@@ -43,73 +43,57 @@ TEST_F(SubmissionFlow, AnEmptyRequestIsStoredWithDefaultsAndAnnounced) {
 }
 
 TEST_F(SubmissionFlow, ReadsTheCommonKeysAndTakesAWrongTypeForAbsent) {
-    // The request; a tree of one key as it is to stand in the job, or its description.
-    const std::pair<std::string, std::string> rows[] = {
-        {R"({"jobQueue":"q"})", R"({"jobQueue":"q"})"},
-        {R"({"jobQueue":7})", R"({"jobQueue":"c52a7f6e-c32a-45da-8716-c06c79af3a98"})"},
-        {R"({"priority":-5})", R"({"priority":1})"},
-        {R"({"priority":100})", R"({"priority":100})"},
-        {R"({"priority":101})", R"({"priority":100})"},
-        {R"({"priority":"7"})", R"({"priority":50})"},
-        {R"({"priority":7.0})", R"({"priority":50})"},
-        {R"({"priority":4294967297})", R"({"priority":50})"},
-        {R"({"failJobOnFirstFailedTask":true})", R"({"failJobOnFirstFailedTask":true})"},
-        {R"({"failJobOnFirstFailedTask":"true"})", R"({"failJobOnFirstFailedTask":false})"},
-        {R"({"clientMachine":"c"})", R"({"clientMachine":"c"})"},
-        {R"({"requiredWorkerMachine":"r"})", R"({"requiredWorkerMachine":"r"})"},
-        {R"({"excludedWorkerMachine":"e"})", R"({"excludedWorkerMachine":"e"})"},
-        {R"({"storeJobSpecificOutputMetadataInJobMonitor":false})",
-         R"({"storeJobSpecificOutputMetadataInJobMonitor":false})"},
-        {R"({"CompoundJobID":"p"})", R"({"parent":"p"})"},
-        {R"({"CompoundJobID":{}})", R"({"parent":""})"},
-        {R"({"emailSettingsParams":{"emailPort":25}})", R"({"emailSettingsParams":"{\"emailPort\":25}"})"},
-        {R"({"emailSettingsParams":"x"})", R"({"emailSettingsParams":"{}"})"},
-        {R"({"description":"y","Description":"x"})", "y"},
-        {R"({"description":"","Description":"x"})", "x"},
-        {R"({"description":1,"Description":"x"})", "x"},
-        {R"({"Description":2})", ""},
+    // The request, and what is to stand in the job, or in its description.
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
+        {R"({"jobQueue":"q","failJobOnFirstFailedTask":true,"clientMachine":"c","requiredWorkerMachine":"r",)"
+         R"("excludedWorkerMachine":"e","CompoundJobID":"p","emailSettingsParams":{"emailPort":25},)"
+         R"("storeJobSpecificOutputMetadataInJobMonitor":false,"Description":"x"})",
+         {R"("jobQueue":"q",)", R"("failJobOnFirstFailedTask":true)", R"("clientMachine":"c",)",
+          R"("requiredWorkerMachine":"r",)", R"("excludedWorkerMachine":"e",)", R"("parent":"p",)",
+          R"("emailSettingsParams":"{\"emailPort\":25}",)",
+          R"("storeJobSpecificOutputMetadataInJobMonitor":false,)", "(x)"}},
+        {R"({"jobQueue":7,"failJobOnFirstFailedTask":"true","CompoundJobID":{},"emailSettingsParams":"x"})",
+         {R"("jobQueue":"c52a7f6e-c32a-45da-8716-c06c79af3a98",)", R"("failJobOnFirstFailedTask":false)",
+          R"("parent":"",)", R"("emailSettingsParams":"{}",)"}},
+        {R"({"priority":-5,"description":"y","Description":"x"})", {R"("priority":1,)", "(y)"}},
+        {R"({"priority":100,"description":"","Description":"x"})", {R"("priority":100,)", "(x)"}},
+        {R"({"priority":101,"description":1,"Description":"x"})", {R"("priority":100,)", "(x)"}},
+        {R"({"priority":"7","Description":2})", {R"("priority":50,)", "()"}},
+        {R"({"priority":7.0})", {R"("priority":50,)"}},
+        {R"({"priority":4294967297})", {R"("priority":50,)"}},
     };
     for (const auto& [request, expected] : rows) {
         Submit(plain, request, false);
-        if (!expected.starts_with("{")) {
-            EXPECT_EQ(LastJob().description, expected) << request;
-            continue;
+        const Record job = LastJob();
+        for (const std::string& part : expected) {
+            EXPECT_THAT(job.recordPublicData + job.recordData + "(" + job.description + ")",
+                        testing::HasSubstr(part));
         }
-        const std::string key = Json(expected).GetTopLevelParameterNames().at(0);
-        Parameters stored;
-        EXPECT_NE(stored.CopyValue(Json(LastJob().recordData), key, key),
-                  stored.CopyValue(Json(LastJob().recordPublicData), key, key));
-        EXPECT_EQ(stored.toJSON(), expected) << request;
     }
 }
 
 TEST_F(SubmissionFlow, SplitsTheRequestIntoThreeTrees) {
-    // Name, request; processing and run case without the job's directories, blueprint.
-    using Row = std::tuple<const char*, std::string, std::string, std::string, std::string>;
-    const std::string noParams = R"({"jobParams":{}})";
+    // Request; processing and run case without the job's directories, blueprint.
+    using Row = std::tuple<std::string, std::string, std::string, std::string>;
+    const std::string none = R"({"jobParams":{}})";
     const std::string noCapital = R"({"JobParams":{}})";
+    const std::string capitalProfile = R"({"JobParams":{"profile":"p"}})";
     const Row rows[] = {
-        {"none", R"({"a":2147483648})", R"({"a":2147483648})", R"({"a":2147483648})", "{}"},
-        {"object", R"({"jobParams":{"x":1.0},"a":1})", R"({"a":1,"jobParams":{"x":1.0}})",
-         R"({"a":1,"jobParams":{}})", R"({"x":1.0})"},
-        {"array of trees", R"({"jobParams":[{"x":1},{"y":2}]})", R"({"jobParams":{"x":1}})", noParams,
-         R"({"x":1})"},
-        {"array with a text", R"({"jobParams":[{"x":1},"t"]})", R"({"jobParams":[{"x":1},"t"]})", noParams,
-         R"([{"x":1},"t"])"},
-        {"empty array", R"({"jobParams":[]})", R"({"jobParams":[]})", noParams, "[]"},
-        {"text", R"({"jobParams":"t"})", R"({"jobParams":"t"})", noParams, "{}"},
-        {"capital", R"({"JobParams":{"x":1}})", R"({"JobParams":{"x":1}})", noCapital, R"({"x":1})"},
-        {"capital array", R"({"JobParams":[{"x":1}]})", R"({"JobParams":[{"x":1}]})", noCapital,
-         R"([{"x":1}])"},
-        {"both", R"({"JobParams":{"y":2},"jobParams":{"x":1}})",
-         R"({"JobParams":{"y":2},"jobParams":{"x":1}})", R"({"JobParams":{"y":2},"jobParams":{}})",
-         R"({"x":1})"},
-        {"profile", R"({"jobParams":{"profile":"p","x":1}})", noParams, noParams, "{}"},
-        {"profile in array", R"({"jobParams":[{"profile":"p"},{"x":1}]})", noParams, noParams, "{}"},
-        {"profile no text", R"({"jobParams":{"profile":5}})", R"({"jobParams":{"profile":5}})", noParams,
-         R"({"profile":5})"},
-        {"profile under capital", R"({"JobParams":{"profile":"p"}})", R"({"JobParams":{"profile":"p"}})",
-         noCapital, R"({"profile":"p"})"},
+        {R"({"a":2147483648})", R"({"a":2147483648})", R"({"a":2147483648})", "{}"},
+        {R"({"jobParams":{"x":1.0},"a":1})", R"({"a":1,"jobParams":{"x":1.0}})", R"({"a":1,"jobParams":{}})",
+         R"({"x":1.0})"},
+        {R"({"jobParams":[{"x":1},{"y":2}]})", R"({"jobParams":{"x":1}})", none, R"({"x":1})"},
+        {R"({"jobParams":[{"x":1},"t"]})", R"({"jobParams":[{"x":1},"t"]})", none, R"([{"x":1},"t"])"},
+        {R"({"jobParams":[]})", R"({"jobParams":[]})", none, "[]"},
+        {R"({"jobParams":"t"})", R"({"jobParams":"t"})", none, "{}"},
+        {R"({"JobParams":{"x":1}})", R"({"JobParams":{"x":1}})", noCapital, R"({"x":1})"},
+        {R"({"JobParams":[{"x":1}]})", R"({"JobParams":[{"x":1}]})", noCapital, R"([{"x":1}])"},
+        {R"({"JobParams":{"y":2},"jobParams":{"x":1}})", R"({"JobParams":{"y":2},"jobParams":{"x":1}})",
+         R"({"JobParams":{"y":2},"jobParams":{}})", R"({"x":1})"},
+        {R"({"jobParams":{"profile":"p","x":1}})", none, none, "{}"},
+        {R"({"jobParams":[{"profile":"p"},{"x":1}]})", none, none, "{}"},
+        {R"({"jobParams":{"profile":5}})", R"({"jobParams":{"profile":5}})", none, R"({"profile":5})"},
+        {capitalProfile, capitalProfile, noCapital, R"({"profile":"p"})"},
     };
     const auto withoutDirectories = [this](std::string_view key) {
         Parameters tree = Tree(key);
@@ -117,11 +101,11 @@ TEST_F(SubmissionFlow, SplitsTheRequestIntoThreeTrees) {
         tree.ClearParameter("metadataDirectory");
         return tree.toJSON();
     };
-    for (const auto& [name, request, processing, runCase, blueprint] : rows) {
+    for (const auto& [request, processing, runCase, blueprint] : rows) {
         Submit(request);
-        EXPECT_EQ(withoutDirectories("processingData"), processing) << name;
-        EXPECT_EQ(withoutDirectories("jobRunCaseData"), runCase) << name;
-        EXPECT_EQ(Tree("jobBlueprintData").toJSON(), blueprint) << name;
+        EXPECT_EQ(withoutDirectories("processingData"), processing) << request;
+        EXPECT_EQ(withoutDirectories("jobRunCaseData"), runCase) << request;
+        EXPECT_EQ(Tree("jobBlueprintData").toJSON(), blueprint) << request;
     }
 }
 
