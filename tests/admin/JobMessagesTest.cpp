@@ -20,11 +20,11 @@ protected:
             EXPECT_TRUE(dispatch.parameters.GetParameter("offset", offset));
             std::string jobs;
             for (std::int32_t id = offset; id < std::min(offset + 100, count); ++id) {
-                const std::string kind =
-                    id % 50 == 0 ? R"("kind":"orvik.quillon.relink")" : R"("kind":"other")";
-                jobs += (id > offset ? "," : "") + (id % 50 == 2 ? R"("no tree")"
-                                                                 : "{" + (id % 50 == 1 ? "" : kind + ",") +
-                                                                       R"("id":)" + std::to_string(id) + "}");
+                const std::string kind = id % 50 == 0   ? R"("kind":"orvik.quillon.relink",)"
+                                         : id % 50 == 1 ? ""
+                                                        : R"("kind":"other",)";
+                const std::string job = "{" + kind + R"("id":)" + std::to_string(id) + "}";
+                jobs += (id > offset ? "," : "") + (id % 50 == 2 ? R"("no tree")" : job);
             }
             return MessageAnswer::OfResults(Json(R"({"results":[)" + jobs + "]}"));
         });
@@ -45,14 +45,8 @@ protected:
 };
 
 TEST_F(Listing, SkipsAndCountsOnlyJobsThatPass) {
-    struct Row {
-        std::string name;
-        std::int32_t jobs;
-        std::string request;
-        std::string expected;
-        std::size_t queries;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, int, const char*, const char*, std::size_t> rows[] = {
+        // of so many jobs, what is asked, what is listed, by how many queries
         {"other types", 300, R"({"limit":"3","offset":true,"kinds":"other","kind":5})", "25: 0..25", 1},
         {"a page across two queries", 300, R"({"offset":1,"limit":90})", "90: 92..183", 2},
         {"a page behind the thousandth", 5000, R"({"offset":50,"limit":50})", "OK {}", 10},
@@ -65,10 +59,10 @@ TEST_F(Listing, SkipsAndCountsOnlyJobsThatPass) {
         {"several kinds", 300, R"({"kinds":["other",""],"kind":"x"})", "25: 3..27", 1},
         {"kinds, none to be read", 300, R"({"kinds":["",5,{}],"kind":"none"})", "25: 0..25", 1},
     };
-    for (const Row& row : rows) {
-        bus->Restart("findJobs", Monitor(row.jobs));
-        EXPECT_EQ(Summary(row.request), row.expected) << row.name;
-        EXPECT_EQ(bus->CountSent(), row.queries) << row.name;
+    for (const auto& [name, count, request, expected, queries] : rows) {
+        bus->Restart("findJobs", Monitor(count));
+        EXPECT_EQ(Summary(request), expected) << name;
+        EXPECT_EQ(bus->CountSent(), queries) << name;
     }
 }
 

@@ -64,18 +64,13 @@ TEST_F(Purge, RemovesOnlyJobsWhoseAgeIsKnown) {
 }
 
 TEST_F(Purge, EndsWhateverTheManagerTellsOfItsPages) {
-    struct Row {
-        std::string name;
-        std::string answer;  // to each question
-        std::vector<std::string> pages;
-        int removed;
-    };
     const auto page = [](int offset, int limit = 25) {
         return R"({"kind":"k","offset":)" + std::to_string(offset) + R"(,"limit":)" + std::to_string(limit) +
                "}";
     };
     const std::string job = Job("j", "2001-01-01T00:00:00.000Z");
-    const Row rows[] = {
+    // what answers each question, which pages are asked for, how many jobs are removed
+    const std::tuple<const char*, std::string, std::vector<std::string>, int> rows[] = {
         {"a total below 0", Page(job, R"("total":-5)"), {page(0)}, 1},
         {"a smaller page", Page(job, R"("limit":10,"total":25)"), {page(0), page(10, 10), page(20, 10)}, 3},
         {"limit 0", Page(job + "," + job, R"("limit":0,"total":4)"), {page(0), page(2)}, 4},
@@ -83,9 +78,9 @@ TEST_F(Purge, EndsWhateverTheManagerTellsOfItsPages) {
         {"empty pages", Page("", R"("total":26)"), {page(0), page(25)}, 0},
         {"an empty page without a size", Page("", R"("limit":0,"total":9)"), {page(0)}, 0},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(Run(Results(row.answer)), std::to_string(row.removed) + " jobs deleted.\n") << row.name;
-        EXPECT_EQ(Told("findJobsByKind"), row.pages) << row.name;
+    for (const auto& [name, answer, pages, removed] : rows) {
+        EXPECT_EQ(Run(Results(answer)), std::to_string(removed) + " jobs deleted.\n") << name;
+        EXPECT_EQ(Told("findJobsByKind"), pages) << name;
     }
     const std::string many = R"("limit":1,"total":2147483647)";
     bus->Restart("findJobsByKind", Results(Page("", many)));

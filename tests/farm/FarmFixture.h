@@ -79,16 +79,6 @@ protected:
         job.recordData = privateData;
         ASSERT_TRUE(CommonServices::ObjectStore().UpsertOne(job));
     }
-    /// Looks again and again until it is so; only a fault lets the time run out.
-    template <typename Condition>
-    static bool Eventually(const Condition& isSo) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        bool is = isSo();
-        for (; !is && std::chrono::steady_clock::now() < deadline; is = isSo()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return is;
-    }
     static bool Reaches(const std::string& id, std::string_view state) {
         return Eventually([&] { return Public(id, Weftline::Keys::JobState) == state; });
     }

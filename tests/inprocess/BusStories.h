@@ -1,45 +1,43 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
+#include <thread>
 
 #include "platform/messaging/inprocess/InProcessBus.h"
 #include "tests/messaging/FunctionHandlers.h"
 
 namespace TestSupport {
 
-namespace Messaging = PlatformAbstraction::Messaging;
-
 // Only a fault ever waits this long.
 constexpr std::chrono::seconds kDeadline{60};
 constexpr std::int64_t kDeadlineMicroseconds = 60'000'000;
 
+/// Looks again and again until it is so.
+inline bool Eventually(const std::function<bool()>& isSo) {
+    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    while (!isSo() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return isSo();
+}
+
 /// A count that threads wait for.
 class Tally {
 public:
-    void Add() {
-        const std::lock_guard lock(m_mutex);
-        ++m_count;
-        m_changed.notify_all();
-    }
-    bool WaitFor(std::size_t count) {
-        std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, kDeadline, [&] { return m_count >= count; });
-    }
-    std::size_t Get() {
-        const std::lock_guard lock(m_mutex);
-        return m_count;
+    void Add() { ++m_count; }
+    std::size_t Get() const { return m_count; }
+    bool WaitFor(std::size_t count) const {
+        return Eventually([this, count] { return m_count >= count; });
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::size_t m_count = 0;
+    std::atomic<std::size_t> m_count = 0;
 };
 
 /// A handler at work that goes on when the test says so.
@@ -62,18 +60,20 @@ inline std::shared_ptr<Messaging::InProcessBus> MakeBus(
 
 using Operations = std::map<std::string, FunctionHandlerV2::Function>;
 
+/// Each operation has a route of its name.
 inline std::shared_ptr<Messaging::ServiceInfo> MakeService(const std::string& name,
                                                            const Operations& operations) {
     auto service = std::make_shared<Messaging::ServiceInfo>();
     service->SetNameRealmVersion(name, "test", 1);
     for (const auto& [operation, function] : operations) {
-        service->AddMessageHandlerV2(std::make_shared<FunctionHandlerV2>(Registration(operation), function));
+        service->AddMessageHandlerV2(
+            std::make_shared<FunctionHandlerV2>(Registration(operation, operation), function));
     }
     return service;
 }
 
 inline Messaging::ServiceMessageDispatch To(const std::string& service, const std::string& operation,
-                                            const CoreServices::Parameters& request = {}) {
+                                            const Parameters& request = {}) {
     Messaging::ServiceMessageDispatch dispatch(service, "test", 1, operation);
     dispatch.parameters = request;
     return dispatch;
@@ -81,9 +81,8 @@ inline Messaging::ServiceMessageDispatch To(const std::string& service, const st
 
 /// How the exchange ended: the result tree as JSON, or the code of the error.
 inline std::string EndOf(Messaging::MessageResultsFuture& future) {
-    std::string code;
-    std::string message;
-    CoreServices::Parameters results;
+    std::string code, message;
+    Parameters results;
     if (!future.WaitForDone(kDeadlineMicroseconds)) {
         return "under way";
     }
@@ -91,6 +90,20 @@ inline std::string EndOf(Messaging::MessageResultsFuture& future) {
         return code;
     }
     return future.GetResults(results) ? results.toJSON() : "nothing";
+}
+
+inline Parameters Echo(const Parameters& request, const ContextPointer& /*context*/) {
+    return request;
+}
+
+/// A handler that asks another one and answers with how that ended.
+inline FunctionHandlerV2::Function Relay(const std::string& service, const std::string& operation) {
+    return [service, operation](const Parameters& request, const ContextPointer& context) {
+        Parameters answer;
+        const auto messaging = context->GetContextBusMessaging();
+        answer.SetParameter("relayed", EndOf(*messaging->SendRequest(To(service, operation, request))));
+        return answer;
+    };
 }
 
 }  // namespace TestSupport

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <future>
 #include <stdexcept>
-#include <thread>
 #include <vector>
 
 #include "platform/messaging/HandlerErrors.h"
@@ -21,20 +20,6 @@ using testing::AllOf;
 using testing::HasSubstr;
 using namespace TestSupport;  // NOLINT(google-build-using-namespace)
 using Futures = std::vector<std::shared_ptr<MessageResultsFuture>>;
-
-Parameters Echo(const Parameters& request, const ContextPointer& /*context*/) {
-    return request;
-}
-
-/// A handler that asks another one and answers with how that ended.
-FunctionHandlerV2::Function Relay(const std::string& service, const std::string& operation) {
-    return [service, operation](const Parameters& request, const ContextPointer& context) {
-        Parameters answer;
-        const auto messaging = context->GetContextBusMessaging();
-        answer.SetParameter("relayed", EndOf(*messaging->SendRequest(To(service, operation, request))));
-        return answer;
-    };
-}
 
 /// What a message from outside is answered with.
 MessageAnswer AnswerOf(MessageSink& sink, std::string_view operation, const Parameters& context = {}) {
@@ -65,16 +50,12 @@ TEST(InProcessBus, RequestsAreAnsweredAndTellOnWhoseBehalf) {
     EXPECT_EQ(EndOf(*bus->GetMessaging()->SendRequest(To("asked", "fail"))), "MY_CODE");
     const auto context = Parameters::fromJSON(R"({"identity":{"identityId":"me"}})");
     for (int n = 0; n < 2; ++n) {
-        std::string relayed;
-        EXPECT_TRUE(AnswerOf(*asking, "askTwice", context).results.GetParameter("relayed", relayed));
-        EXPECT_EQ(relayed, context.toJSON());
+        EXPECT_EQ(LineOf(AnswerOf(*asking, "askTwice", context)),
+                  R"(OK {"relayed":"{\"identity\":{\"identityId\":\"me\"}}"})");
     }
     ASSERT_EQ(parents.size(), 5U);
-    EXPECT_TRUE(parents[0].IsEmpty());
-    EXPECT_FALSE(parents[1].IsEmpty());
-    EXPECT_EQ(parents[1], parents[2]);  // one message asked twice
-    EXPECT_EQ(parents[3], parents[4]);
-    EXPECT_FALSE(parents[1] == parents[3]);
+    EXPECT_TRUE(parents[0].IsEmpty() && !parents[1].IsEmpty() && !(parents[1] == parents[3]));
+    EXPECT_TRUE(parents[1] == parents[2] && parents[3] == parents[4]);  // one message asked twice
 }
 
 TEST(InProcessBus, WhatIsNotThereIsToldAtOnce) {
@@ -98,31 +79,27 @@ TEST(InProcessBus, WhatIsNotThereIsToldAtOnce) {
         EXPECT_EQ(EndOf(*messaging->BroadcastNotification(dispatch)), isThere ? end : "{}");
     }
     EXPECT_EQ(AnswerOf(*attached, "Echo").code, "OPERATION_NOT_FOUND");
-    std::string code;
-    std::string text;
-    messaging->SendRequest(rows[2].first)->GetErrorDetails(code, text);
-    EXPECT_THAT(text, AllOf(HasSubstr("\"a.service\""), HasSubstr("\"global\"")));
-    messaging->SendRequest(rows[4].first)->GetErrorDetails(code, text);
-    EXPECT_THAT(text, AllOf(HasSubstr("\"a.service\""), HasSubstr("\"Echo\"")));
+    for (const auto& [row, named] : {std::pair(2, "\"global\""), std::pair(4, "\"Echo\"")}) {
+        std::string code, text;
+        messaging->SendRequest(rows[row].first)->GetErrorDetails(code, text);
+        EXPECT_THAT(text, AllOf(HasSubstr("\"a.service\""), HasSubstr(named)));
+    }
 }
 
 TEST(InProcessBus, InstancesTakeTurnsAndAllHearABroadcast) {
     Tally heard[3];
     const auto bus = MakeBus();
     for (Tally& tally : heard) {
-        const auto hear = [&tally](const auto& request, const auto&) {
-            tally.Add();
-            return request;
-        };
+        const auto hear = [&tally](const auto& request, const auto&) { return tally.Add(), request; };
         bus->Attach(MakeService("many", {{"hear", hear}}));
     }
     const auto messaging = bus->GetMessaging();
     for (int i = 0; i < 6; ++i) {
         EXPECT_EQ(EndOf(*messaging->SendRequest(To("many", "hear"))), "{}");
     }
-    EXPECT_TRUE(std::ranges::all_of(heard, [](Tally& tally) { return tally.Get() == 2; }));
+    EXPECT_TRUE(heard[0].Get() == 2 && heard[1].Get() == 2 && heard[2].Get() == 2);
     EXPECT_EQ(EndOf(*messaging->BroadcastNotification(To("many", "hear"))), "{}");
-    EXPECT_TRUE(std::ranges::all_of(heard, [](Tally& tally) { return tally.WaitFor(3); }));
+    EXPECT_TRUE(heard[0].WaitFor(3) && heard[1].WaitFor(3) && heard[2].WaitFor(3));
 }
 
 // All wait at once for what only a further handler of the same service can give.
@@ -135,15 +112,14 @@ TEST(InProcessBus, WaitingHandlersAreStoodInFor) {
         SCOPED_TRACE(numWaiting);
         Tally waiting;
         auto exchange = std::make_shared<MessageExchange>();
-        const auto released = std::make_shared<MessageResultsFuture>(exchange);
+        MessageResultsFuture released(exchange);
         const auto wait = [&](const auto& request, const auto&) {
             waiting.Add();
-            EXPECT_EQ(EndOf(*released), "{}");
+            EXPECT_EQ(EndOf(released), "{}");
             return request;
         };
         const auto release = [&](const auto& request, const auto&) {
-            exchange->End(MessageAnswer());
-            return request;
+            return exchange->End(MessageAnswer()), request;
         };
         const auto bus = MakeBus(settings);
         bus->Attach(MakeService("a", {{"wait", wait}, {"release", release}}));
@@ -179,8 +155,7 @@ TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
     }
     EXPECT_EQ(EndOf(*messaging->SendRequest(To("busy", "work"))), "QUEUE_FULL");
     EXPECT_EQ(EndOf(*messaging->BroadcastNotification(To("busy", "work"))), "QUEUE_FULL");
-    const MessageAnswer refusal = AnswerOf(*attached, "work");
-    EXPECT_EQ(refusal.code + ": " + refusal.message,
+    EXPECT_EQ(LineOf(AnswerOf(*attached, "work")),
               "QUEUE_FULL: Too many messages are waiting; try again later.");
     taken.pop_back();  // an answer that nobody waits for is dropped
     hold.opened.Add();
@@ -190,14 +165,6 @@ TEST(InProcessBus, ThreadsBoundTheHandlersAtWorkAndTheQueueThoseThatWait) {
     EXPECT_EQ(mostAtWork, 2);
     attached->Deliver("work", {}, {}, [](MessageAnswer) { throw std::runtime_error("gone"); });
     EXPECT_EQ(EndOf(*messaging->SendRequest(To("busy", "work"))), "{}");
-}
-
-bool WaitUntil(const std::function<bool()>& isSo) {
-    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
-    while (!isSo() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return isSo();
 }
 
 class InProcessBusStop : public ::testing::Test {
@@ -239,7 +206,7 @@ TEST_F(InProcessBusStop, WorkUnderWayAndWaitingIsAnswered) {
     const auto waiting = m_pMessaging->SendRequest(To("a", "hold"));
     ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
     auto stopped = std::async(std::launch::async, [this] { m_pBus->Stop(kDeadline); });
-    EXPECT_TRUE(WaitUntil([this] { return IsStopping(); }));
+    EXPECT_TRUE(Eventually([this] { return IsStopping(); }));
     EXPECT_EQ(EndAt("a", "hold"), "SERVICE_STOPPING");
     m_pHold->opened.Add();
 
@@ -267,7 +234,7 @@ TEST_F(InProcessBusStop, OutOfPatienceTheWaitingAreToldAndTheRestIsLeftToItsThre
     EXPECT_FALSE(m_pHandler.expired());
     m_pHold->opened.Add();
     EXPECT_EQ(EndOf(*underWay), R"({"relayed":"SERVICE_STOPPING"})");
-    EXPECT_TRUE(WaitUntil([this] { return m_pHandler.expired(); }));
+    EXPECT_TRUE(Eventually([this] { return m_pHandler.expired(); }));
 }
 
 }  // namespace

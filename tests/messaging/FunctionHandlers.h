@@ -9,8 +9,11 @@
 
 namespace TestSupport {
 
+namespace Messaging = PlatformAbstraction::Messaging;
+
+using CoreServices::Parameters;
 using PlatformAbstraction::RegistrationParams;
-using ContextPointer = std::shared_ptr<PlatformAbstraction::Messaging::MessageContext>;
+using ContextPointer = std::shared_ptr<Messaging::MessageContext>;
 
 inline RegistrationParams Registration(
     const std::string& name, const std::string& path = "",
@@ -18,49 +21,48 @@ inline RegistrationParams Registration(
     return {name, "", {}, path, method};
 }
 
-/// A handler of any of the kinds, which says the registration that it is given.
-template <typename Handler>
-class Registered : public Handler {
+/// A handler of any of the kinds, which says the registration that it is given and answers by a function.
+template <typename Handler, typename Signature>
+class ByFunction : public Handler {
 public:
-    explicit Registered(RegistrationParams registration) : m_registration(std::move(registration)) {}
+    using Function = std::function<Signature>;
+    explicit ByFunction(RegistrationParams registration, Function function = nullptr)
+        : m_registration(std::move(registration)), m_function(std::move(function)) {}
     RegistrationParams GetRegistrationParams() const override { return m_registration; }
 
 private:
     const RegistrationParams m_registration;
-};
 
-/// Answers through the response by a function.
-class FunctionHandler final : public Registered<PlatformAbstraction::Messaging::ServiceMessageHandler> {
-public:
-    using Function = std::function<void(PlatformAbstraction::Messaging::ServiceMessageResponse&)>;
-    FunctionHandler(RegistrationParams registration, Function function)
-        : Registered(std::move(registration)), m_function(std::move(function)) {}
-
-    bool HandleMessage(ContextPointer /*context*/, const CoreServices::Parameters& /*request*/,
-                       PlatformAbstraction::Messaging::ServiceMessageResponse& response) override {
-        m_function(response);
-        return true;
-    }
-
-private:
+protected:
     const Function m_function;
 };
 
-/// Answers by what a function returns.
-class FunctionHandlerV2 final : public Registered<PlatformAbstraction::Messaging::ServiceMessageHandlerV2> {
-public:
-    using Function =
-        std::function<CoreServices::Parameters(const CoreServices::Parameters&, const ContextPointer&)>;
-    FunctionHandlerV2(RegistrationParams registration, Function function)
-        : Registered(std::move(registration)), m_function(std::move(function)) {}
+struct FunctionHandler final
+    : ByFunction<Messaging::ServiceMessageHandler, void(Messaging::ServiceMessageResponse&)> {
+    using ByFunction::ByFunction;
+    bool HandleMessage(ContextPointer, const Parameters&,
+                       Messaging::ServiceMessageResponse& response) override {
+        return m_function(response), true;
+    }
+};
 
-    CoreServices::Parameters HandleMessageV2(const CoreServices::Parameters& request,
-                                             ContextPointer context) override {
+struct FunctionHandlerV2 final
+    : ByFunction<Messaging::ServiceMessageHandlerV2, Parameters(const Parameters&, const ContextPointer&)> {
+    using ByFunction::ByFunction;
+    Parameters HandleMessageV2(const Parameters& request, ContextPointer context) override {
         return m_function(request, context);
     }
-
-private:
-    const Function m_function;
 };
+
+/// "OK " and the tree, "TEXT " and the text, or "<code>: <message>" and the details, where there are any.
+inline std::string LineOf(const Messaging::MessageAnswer& answer) {
+    if (answer.kind == Messaging::MessageAnswer::Kind::Results) {
+        return "OK " + answer.results.toJSON();
+    }
+    const std::string details = answer.details.IsEmpty() ? "" : " " + answer.details.toJSON();
+    return answer.kind == Messaging::MessageAnswer::Kind::Text
+               ? "TEXT " + answer.text
+               : answer.code + ": " + answer.message + details;
+}
 
 }  // namespace TestSupport

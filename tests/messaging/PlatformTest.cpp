@@ -21,22 +21,18 @@ using namespace std::literals;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-class PlatformIdentifiers : public ::testing::Test {
-protected:
-    void TearDown() override { SetEnvironment({{"HOME", m_home}}); }
+using Environment = std::map<std::string, std::string>;  // a variable that is not named is unset
 
-    static void SetEnvironment(const std::map<std::string, std::string>& values) {
-        for (const char* const name : {"PUBLIC", "XDG_DATA_HOME", "HOME", "QUILLON_A"}) {
-            const auto value = values.find(name);
-            value == values.end() ? unsetenv(name) : setenv(name, value->second.c_str(), 1);
-        }
+void SetEnvironment(const Environment& values) {
+    for (const char* const name : {"PUBLIC", "XDG_DATA_HOME", "HOME", "QUILLON_A"}) {
+        const auto value = values.find(name);
+        value == values.end() ? unsetenv(name) : setenv(name, value->second.c_str(), 1);
     }
+}
 
-    const std::string m_home = getenv("HOME") == nullptr ? "" : getenv("HOME");
-};
-
-TEST_F(PlatformIdentifiers, TheRootPathIsExpanded) {
-    using Environment = std::map<std::string, std::string>;  // a variable that is not named is unset
+TEST(PlatformIdentifiers, TheRootPathIsExpanded) {
+    const char* const home = getenv("HOME");
+    const Environment former{{"HOME", home == nullptr ? "" : home}};
     const std::tuple<const char*, Environment, const char*> rows[] = {
         {"/srv/root", {}, "/srv/root"},
         {"%QUILLON_A%/b", {{"QUILLON_A", "/a"}}, "/a/b"},
@@ -61,26 +57,17 @@ TEST_F(PlatformIdentifiers, TheRootPathIsExpanded) {
                                              std::pair(R"({"rootPath":1})", "/var/lib/M/key")}) {
         EXPECT_EQ(GetMetadataDir(CoreServices::Parameters::fromJSON(request), "key"), directory);
     }
+    SetEnvironment(former);
 }
 
-class PlatformLog : public testing::Test {
-protected:
-    ~PlatformLog() override { Log::SetLevel("info"); }
+std::string Said(const std::function<void()>& say) {
+    testing::internal::CaptureStderr();
+    say();
+    return testing::internal::GetCapturedStderr();
+}
 
-    static std::string Said(const std::function<void()>& say) {
-        testing::internal::CaptureStderr();
-        say();
-        return testing::internal::GetCapturedStderr();
-    }
-};
-
-TEST_F(PlatformLog, SpeaksFromItsLevelOn) {
-    const auto speak = [] {
-        Log::Debug("D");
-        Log::Info("I");
-        Log::Warning("W");
-        Log::Error("E");
-    };
+TEST(PlatformLog, SpeaksFromItsLevelOn) {
+    const auto speak = [] { Log::Debug("D"), Log::Info("I"), Log::Warning("W"), Log::Error("E"); };
     const std::pair<const char*, std::ptrdiff_t> rows[] = {
         {"debug", 4}, {"trace", 4}, {"info", 3}, {"warning", 2}, {"error", 1}, {"critical", 0}, {"off", 0}};
     for (const auto& [level, numLines] : rows) {
@@ -90,10 +77,10 @@ TEST_F(PlatformLog, SpeaksFromItsLevelOn) {
     for (const std::string unknown : {"loud", "Error"}) {  // told, and counts as info
         EXPECT_THAT(Said([&] { Log::SetLevel(unknown); }), HasSubstr('"' + unknown + '"'));
         EXPECT_EQ(std::ranges::count(Said(speak), '\n'), 3) << unknown;
-    }
+    }  // which stays so for the other tests
 }
 
-TEST_F(PlatformLog, ATextIsOneLineWhateverItHolds) {
+TEST(PlatformLog, ATextIsOneLineWhateverItHolds) {
     EXPECT_THAT(Said([] { Log::Error("a\nb\r\x1b[0m\x7f\t\xc3\xa4\\n"); }),
                 EndsWith("Z [error] a\\x0ab\\x0d\\x1b[0m\\x7f\\x09\xc3\xa4\\n\n"));
     EXPECT_EQ(Log::OneLine("\u061c\u200e\u200f\u2028\u2029\u202a\u202e\u2066\u2069"),

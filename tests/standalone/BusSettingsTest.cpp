@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -11,7 +10,6 @@
 namespace PlatformAbstraction::Standalone {
 namespace {
 
-using std::chrono::milliseconds;
 using testing::HasSubstr;
 using testing::ThrowsMessage;
 
@@ -20,6 +18,9 @@ const std::string kDigest(64, 'a');
 TEST(BusSettings, NamesTheKeyThatItRefuses) {
     const std::string caller = R"({"tokenSha256":")" + kDigest + R"(","identityId":"i","displayName":"d"})";
     const std::string nameless = R"({"tokenSha256":")" + kDigest + R"(","identityId":"","displayName":"d"})";
+    const auto origins = [](const std::string& value) {
+        return R"({"rest":{"allowedOrigins":)" + value + "}}";
+    };
     const std::pair<const char*, std::vector<std::string>> rows[] = {
         {"empty", {""}},
         {"array", {"[]"}},
@@ -37,6 +38,9 @@ TEST(BusSettings, NamesTheKeyThatItRefuses) {
          {R"({"rest":{"tls":{"certificateFile":"c.pem"}}})", R"({"rest":{"tls":{}}})",
           R"({"rest":{"tls":{"certificateFile":"","privateKeyFile":""}}})"}},
         {"\"rest.tls.keyFile\"", {R"({"rest":{"tls":{"keyFile":""}}})"}},
+        {"\"rest.allowedOrigins\"",
+         {origins("\"*\""), origins(R"(["*"])"), origins(R"(["http"])"), origins(R"(["http://a/"])"),
+          origins(R"(["http://a\r\nX: y"])"), origins("[1]")}},
         {"\"farm.enabled\"", {R"({"farm":{"enabled":1}})"}},
         {"\"farm.catalogueDirectory\"", {R"({"farm":{"catalogueDirectory":false}})"}},
         {"\"callers\"", {R"({"callers":{}})", R"({"callers":["a"]})"}},
@@ -52,13 +56,6 @@ TEST(BusSettings, NamesTheKeyThatItRefuses) {
             EXPECT_THAT([&] { ParseBusSettings(text); }, ThrowsMessage<BusSettingsError>(HasSubstr(named)))
                 << text;
         }
-    }
-    for (const char* origins :
-         {"\"*\"", R"(["*"])", R"(["http"])", R"(["http://a/"])", R"(["http://a\r\nX: y"])", "[1]"}) {
-        const std::string text = R"({"rest":{"allowedOrigins":)" + std::string(origins) + "}}";
-        EXPECT_THAT([&] { ParseBusSettings(text); },
-                    ThrowsMessage<BusSettingsError>(HasSubstr("\"rest.allowedOrigins\"")))
-            << origins;
     }
 }
 

@@ -6,61 +6,46 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <functional>
 #include <future>
 #include <memory>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include "platform/messaging/BusConnection.h"
 #include "platform/messaging/ConfigurationStore.h"
-#include "tests/messaging/FunctionHandlers.h"
+#include "tests/inprocess/BusStories.h"
 #include "tests/rest/RawClient.h"
 
 namespace PlatformAbstraction::Standalone {
 namespace {
 
 using namespace Messaging;
-using CoreServices::Parameters;
+using namespace TestSupport;  // NOLINT(google-build-using-namespace)
 using Rest::Ask;
 using Rest::RawClient;
-using std::chrono::seconds;
 
-class StandaloneTransportTest : public ::testing::Test {
-protected:
-    static std::shared_ptr<ServiceInfoApi> MakeService(const std::string& name,
-                                                       TestSupport::FunctionHandlerV2::Function function) {
-        auto service = ConstructServiceInfo();
-        service->SetNameRealmVersion(name, "test", 1);
-        service->SetHost("localhost");
-        service->AddMessageHandlerV2(std::make_shared<TestSupport::FunctionHandlerV2>(
-            TestSupport::Registration("ask", "ask"), std::move(function)));
-        return service;
-    }
+/// Starts on a free port, which the log names.
+std::uint16_t Start(BusConnection& connection, const FunctionHandlerV2::Function& answer) {
+    AddConfigData("port", "0");
+    const auto service = MakeService("a.service", {{"ask", answer}});
+    service->SetHost("localhost");
+    EXPECT_TRUE(connection.AssignServiceInfo(service));
+    testing::internal::CaptureStderr();
+    const InitError error = connection.Initialize("", "");
+    const std::string log = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(error, InitError::None) << log;
+    static const std::string kText = "Listening on http://localhost:";
+    const std::size_t place = log.find(kText);
+    return place == std::string::npos
+               ? std::uint16_t{0}
+               : static_cast<std::uint16_t>(std::stoi(log.substr(place + kText.size())));
+}
 
-    static Parameters Echo(const Parameters& request, const TestSupport::ContextPointer&) { return request; }
+std::string Get(const std::string& target) {
+    return "GET " + target + " HTTP/1.1\r\nHost: localhost\r\n\r\n";
+}
 
-    /// Starts on a free port, which the log names.
-    std::uint16_t Start(BusConnection& connection, const std::shared_ptr<ServiceInfoApi>& service) {
-        AddConfigData("port", "0");
-        EXPECT_TRUE(connection.AssignServiceInfo(service));
-        testing::internal::CaptureStderr();
-        const InitError error = connection.Initialize("", "");
-        const std::string log = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(error, InitError::None) << log;
-        static const std::string kText = "Listening on http://localhost:";
-        const std::size_t place = log.find(kText);
-        return place == std::string::npos
-                   ? std::uint16_t{0}
-                   : static_cast<std::uint16_t>(std::stoi(log.substr(place + kText.size())));
-    }
-
-    static std::string Get(const std::string& target) {
-        return "GET " + target + " HTTP/1.1\r\nHost: localhost\r\n\r\n";
-    }
-};
-
-TEST_F(StandaloneTransportTest, ServesUntilASignalAndAnswersWhatIsUnderWay) {
+TEST(StandaloneTransport, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     std::promise<void> entered;
     std::promise<void> leave;
     const auto echoLater = [&](const Parameters& request, const auto&) {
@@ -71,7 +56,7 @@ TEST_F(StandaloneTransportTest, ServesUntilASignalAndAnswersWhatIsUnderWay) {
         return request;
     };
     BusConnection connection(MakeStandaloneTransport());
-    const std::uint16_t port = Start(connection, MakeService("a.service", echoLater));
+    const std::uint16_t port = Start(connection, echoLater);
     EXPECT_TRUE(connection.IsRunning());
     EXPECT_EQ(Ask(port, Get("/ask?a=1")).body, R"({"a":1})");
 
@@ -92,72 +77,57 @@ TEST_F(StandaloneTransportTest, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     EXPECT_EQ(connection.Terminate(0), TermError::NotRunning);
 }
 
-TEST_F(StandaloneTransportTest, ASignalBeforeTheStartEndsTheWaitAtOnce) {
+TEST(StandaloneTransport, ASignalBeforeTheStartEndsTheWaitAtOnce) {
     BusConnection connection(MakeStandaloneTransport());
     std::raise(SIGINT);
-    Start(connection, MakeService("a.service", Echo));
+    Start(connection, Echo);
     EXPECT_TRUE(connection.WaitUntilBusStops());
 }
 
 /// A farm of one service, which at its stop asks itself whether the bus still carries messages.
 class OneServiceFarm final : public AttachedFarm {
 public:
-    OneServiceFarm(InProcessBus& bus, const std::shared_ptr<ServiceInfoApi>& service, bool& isStoppedFirst)
-        : m_pMessaging(bus.GetMessaging()), m_isStoppedFirst(isStoppedFirst) {
-        bus.Attach(std::dynamic_pointer_cast<ServiceInfo>(service));
+    OneServiceFarm(InProcessBus& bus, std::string& lastAnswer)
+        : m_pMessaging(bus.GetMessaging()), m_lastAnswer(lastAnswer) {
+        bus.Attach(MakeService("farm.service", {{"ask", Echo}}));
     }
     void Stop() noexcept override {
-        const auto future =
-            m_pMessaging->SendRequest(ServiceMessageDispatch("farm.service", "test", 1, "ask"));
-        m_isStoppedFirst = future->WaitForDone(20'000'000) && !future->HasError();
+        m_lastAnswer = EndOf(*m_pMessaging->SendRequest(To("farm.service", "ask")));
     }
 
 private:
     const std::shared_ptr<BusMessaging> m_pMessaging;
-    bool& m_isStoppedFirst;
+    std::string& m_lastAnswer;
 };
 
-TEST_F(StandaloneTransportTest, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus) {
-    bool isStoppedFirst = false;
-    const auto farm = [&isStoppedFirst](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) {
-        const auto answer = [](const auto&, const auto&) {
-            return Parameters::fromJSON(R"({"from":"farm"})");
-        };
-        return std::make_shared<OneServiceFarm>(bus, MakeService("farm.service", answer), isStoppedFirst);
-    };
-    const auto askFarm = [](const Parameters&, const TestSupport::ContextPointer& context) {
-        const auto future =
-            context->GetContextBusMessaging()->SendRequest({"farm.service", "test", 1, "ask"});
-        Parameters results;
-        future->WaitForDone(20'000'000);
-        future->GetResults(results);
-        return results;
-    };
-    BusConnection connection(MakeStandaloneTransportWithFarm(farm));
-    const std::uint16_t port = Start(connection, MakeService("a.service", askFarm));
-    EXPECT_EQ(Ask(port, Get("/ask")).body, R"({"from":"farm"})");
+TEST(StandaloneTransport, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus) {
+    std::string lastAnswer;
+    BusConnection connection(
+        MakeStandaloneTransportWithFarm([&](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) {
+            return std::make_shared<OneServiceFarm>(bus, lastAnswer);
+        }));
+    const std::uint16_t port = Start(connection, Relay("farm.service", "ask"));
+    EXPECT_EQ(Ask(port, Get("/ask?a=1")).body, R"({"relayed":"{\"a\":1}"})");
     EXPECT_EQ(connection.Terminate(0), TermError::None);
-    EXPECT_TRUE(isStoppedFirst);
+    EXPECT_EQ(lastAnswer, "{}");
 }
 
-TEST_F(StandaloneTransportTest, DoesNotStartWhatItCannotServe) {
+TEST(StandaloneTransport, DoesNotStartWhatItCannotServe) {
     const std::string badFile = testing::TempDir() + "refused-settings.json";
     std::ofstream(badFile) << R"({"rest":{"maxBodyBytes":"4 MB"}})";
     BusConnection holder(MakeStandaloneTransport());
-    const std::string held = std::to_string(Start(holder, MakeService("a.service", Echo)));
-    using Start = std::tuple<std::string, std::string, std::string>;  // host, port and file of settings
-    const std::tuple<Start, InitError, const char*> rows[] = {
-        {{"localhost", held, ""}, InitError::CannotListen, "--port"},
-        {{"", "0", ""}, InitError::BadConfiguration, "\"host\""},
-        {{"localhost", "65536", ""}, InitError::BadConfiguration, "\"port\""},
-        {{"localhost", "80x", ""}, InitError::BadConfiguration, "\"port\""},
-        {{"localhost", "0", badFile}, InitError::BadConfiguration, "\"rest.maxBodyBytes\""},
+    const std::string held = std::to_string(Start(holder, Echo));
+    const std::tuple<std::string, std::string, std::string, InitError, const char*> rows[] = {
+        {"localhost", held, "", InitError::CannotListen, "--port"},
+        {"", "0", "", InitError::BadConfiguration, "\"host\""},
+        {"localhost", "65536", "", InitError::BadConfiguration, "\"port\""},
+        {"localhost", "80x", "", InitError::BadConfiguration, "\"port\""},
+        {"localhost", "0", badFile, InitError::BadConfiguration, "\"rest.maxBodyBytes\""},
     };
-    for (const auto& [start, error, text] : rows) {
-        const auto& [host, port, file] = start;
+    for (const auto& [host, port, file, error, text] : rows) {
         SCOPED_TRACE(host + ":" + port + " " + file);
         BusConnection connection(MakeStandaloneTransport());
-        auto service = MakeService("a.service", Echo);
+        const auto service = MakeService("a.service", {});
         service->SetHost(host);
         AddConfigData("port", port);
         connection.AssignServiceInfo(service);

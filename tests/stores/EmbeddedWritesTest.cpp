@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "tests/stores/EmbeddedFixture.h"
-#include "tests/support/FakeEventLog.h"
+#include "tests/support/FakeStores.h"
 
 namespace {
 

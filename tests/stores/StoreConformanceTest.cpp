@@ -4,8 +4,7 @@
 #include <tuple>
 
 #include "tests/stores/EmbeddedFixture.h"
-#include "tests/support/FakeEventLog.h"
-#include "tests/support/FakeRecordStore.h"
+#include "tests/support/FakeStores.h"
 
 namespace {
 

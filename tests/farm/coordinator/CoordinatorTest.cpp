@@ -6,13 +6,14 @@
 #include "farm/protocol/FarmProtocol.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "tests/farm/FarmFixture.h"
-#include "tests/support/StoresInPlace.h"
+#include "tests/support/FakeStores.h"
 
 namespace Quillon::Farm {
 namespace {
 
 using CoreServices::Parameters;
 using TestSupport::FarmFixture;
+using TestSupport::Eventually;
 using TestSupport::Hold;
 namespace JobStates = Weftline::JobStates;
 namespace ServiceNames = Weftline::ServiceNames;

@@ -10,7 +10,7 @@
 #include "farm/coordinator/JobFollower.h"
 #include "platform/messaging/HandlerErrors.h"
 #include "platform/stores/StoreChoice.h"
-#include "tests/support/StoresInPlace.h"
+#include "tests/support/FakeStores.h"
 
 namespace Quillon::Farm {
 namespace {
