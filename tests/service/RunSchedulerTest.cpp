@@ -29,64 +29,51 @@ using PlatformAbstraction::GetConfigData;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-/// What a service and its bus are to fail at, and what they were asked for, in that order. Shared by the two.
+/// What the service and its bus are to fail at, and what they were asked for, in that order.
 struct LifeScript {
     std::string failing;          ///< names of steps, each with a blank behind it
-    std::function<void()> raise;  ///< what a failing step does before it says so, if anything
+    std::function<void()> raise;  ///< what a failing step does before it says so
     std::string journal = {};
 
     void Note(const std::string& step) { journal += step + " "; }
     bool Goes(const std::string& step) const {
-        if ((" " + failing).find(" " + step + " ") == std::string::npos) {
-            return true;
-        }
-        if (raise) {
-            raise();
-        }
-        return false;
+        const bool fails = (" " + failing).find(" " + step + " ") != std::string::npos;
+        return fails ? raise(), false : true;
     }
-    bool Does(const std::string& step) {
-        Note(step);
-        return Goes(step);
-    }
+    bool Does(const std::string& step) { return Note(step), Goes(step); }
 };
 
-using LifeScriptPointer = std::shared_ptr<LifeScript>;
+LifeScript script;  // of the life under way
 
 /// A bus that follows the script. It ends by itself while it is waited for, and at the latest when it is
 /// stopped.
 class ScriptedTransport final : public Messaging::BusTransport {
 public:
-    explicit ScriptedTransport(LifeScriptPointer script) : m_pScript(std::move(script)) {
-        m_pScript->Note("made");
-    }
-    ScriptedTransport(const ScriptedTransport&) = delete;
-    ScriptedTransport& operator=(const ScriptedTransport&) = delete;
-    ~ScriptedTransport() override { m_pScript->Note("bus-gone"); }
+    ScriptedTransport() { script.Note("made"); }
+    ~ScriptedTransport() override { script.Note("bus-gone"); }
 
     Messaging::InitError Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
                                const std::string& configuration) override {
-        m_pScript->Note("start(" + service->GetName() + " " + service->GetRealm() + " " +
-                        std::to_string(service->GetVersion()) + " " + service->GetHost() + " " +
-                        configuration + ")");
-        m_running = m_pScript->Does("alive");
+        script.Note("start(" + service->GetName() + " " + service->GetRealm() + " " +
+                    std::to_string(service->GetVersion()) + " " + service->GetHost() + " " + configuration +
+                    ")");
+        m_running = script.Does("alive");
         return Messaging::InitError::None;
     }
     bool IsRunning() const override { return m_running; }
     bool WaitUntilStopped() override {
-        m_running = !m_pScript->Goes("end");
-        return m_pScript->Does("wait");
+        m_running = !script.Goes("end");
+        return script.Does("wait");
     }
     Messaging::TermError Stop() override {
-        m_running = !m_pScript->Goes("death") && !std::exchange(m_stopped, true);
-        return m_pScript->Does("stop") ? Messaging::TermError::None : Messaging::TermError::Failed;
+        m_running = !script.Goes("death") && !std::exchange(m_stopped, true);
+        return script.Does("stop") ? Messaging::TermError::None : Messaging::TermError::Failed;
     }
     std::shared_ptr<Messaging::BusMessaging> GetMessaging() const override {
         return std::make_shared<TestSupport::FakeBusMessaging>();
     }
 
 private:
-    const LifeScriptPointer m_pScript;
     bool m_running = false;
     bool m_stopped = false;
 };
@@ -94,16 +81,11 @@ private:
 /// A service that follows the script.
 class ScriptedService final : public ServiceBase {
 public:
-    explicit ScriptedService(LifeScriptPointer script) : m_pScript(std::move(script)) {}
-    ScriptedService(const ScriptedService&) = delete;
-    ScriptedService& operator=(const ScriptedService&) = delete;
-    ~ScriptedService() override { m_pScript->Note("deleted"); }
+    ~ScriptedService() override { script.Note("deleted"); }
 
-    bool ServiceInfoReadyAction(ServiceInfoPointer /*serviceInfo*/) override {
-        return m_pScript->Does("ready");
-    }
+    bool ServiceInfoReadyAction(ServiceInfoPointer /*serviceInfo*/) override { return script.Does("ready"); }
     bool AfterPlatformRunningStartupAction(BusConnectionPointer busConnection) override {
-        return m_pScript->Does(busConnection->IsRunning() ? "running" : "not-running");
+        return script.Does(busConnection->IsRunning() ? "running" : "not-running");
     }
     boost::program_options::options_description GetServiceOptions() override {
         boost::program_options::options_description options;
@@ -114,7 +96,7 @@ public:
     std::string GetServiceName() override { return "scripted.service"; }
     std::int32_t GetServiceVersion() override { return 3; }
     bool RegisterErrors(ServiceInfoPointer serviceInfo) override {
-        return m_pScript->Does(serviceInfo->GetEventStore() ? "errors" : "errors-without-events");
+        return script.Does(serviceInfo->GetEventStore() ? "errors" : "errors-without-events");
     }
     bool RegisterServiceMessageHandlers(ServiceInfoPointer serviceInfo, BusConnectionPointer busConnection,
                                         bool enableOldHALPrototype) override {
@@ -122,14 +104,11 @@ public:
         serviceInfo->AddMessageHandlerV2(std::make_shared<TestSupport::FunctionHandlerV2>(
             TestSupport::Registration("hold"),
             [busConnection](const auto&, const auto&) { return CoreServices::Parameters(); }));
-        if (!m_pScript->Goes("name")) {
+        if (!script.Goes("name")) {
             serviceInfo->m_Name.clear();
         }
-        return m_pScript->Does(enableOldHALPrototype ? "handlers-old" : "handlers");
+        return script.Does(enableOldHALPrototype ? "handlers-old" : "handlers");
     }
-
-private:
-    const LifeScriptPointer m_pScript;
 };
 
 class RunSchedulerTest : public testing::Test {
@@ -140,18 +119,18 @@ protected:
     }
 
     /// A process whose bus and service follow the script, with a store of its own. Gives the exit code.
-    int Run(const std::string& failing, const std::function<void()>& raise = {},
-            std::vector<const char*> arguments = {}) {
-        *m_pScript = {failing, raise};
+    int Run(
+        const std::string& failing, const std::function<void()>& raise = [] {},
+        std::vector<const char*> arguments = {}) {
+        script = {failing, raise};
         PlatformAbstraction::ConfigDataSecureKeys().clear();
-        Messaging::OfferDeploymentMode("scripted",
-                                       [this] { return std::make_unique<ScriptedTransport>(m_pScript); });
+        Messaging::OfferDeploymentMode("scripted", [] { return std::make_unique<ScriptedTransport>(); });
         const std::string store = "--mongo-uri=" + m_address;
         arguments.insert(arguments.begin(), {"quillon-scheduler", "--deploy=scripted", store.c_str()});
         const TestSupport::ConsoleCapture output(std::cout);
         const TestSupport::ConsoleCapture errors(std::cerr);
         const int exitCode = RunScheduler(static_cast<int>(arguments.size()), arguments.data(),
-                                          [&] { return m_service = new ScriptedService(m_pScript); });
+                                          [&] { return m_service = new ScriptedService; });
         m_output = output.Text();
         m_errors = errors.Text();
         return exitCode;
@@ -159,7 +138,6 @@ protected:
 
     const TempDirectory m_directory;
     const std::string m_address = "sqlite:" + m_directory.File("store.db");
-    const LifeScriptPointer m_pScript = std::make_shared<LifeScript>();
     ServiceBase* m_service = nullptr;
     std::string m_output;
     std::string m_errors;
@@ -176,14 +154,16 @@ TEST_F(RunSchedulerTest, ANormalLifeDoesEachStepInItsOrderWithTheOptionsGiven) {
                                                 "1234",
                                                 "--mongo-db=a b",
                                                 "--nonsense=1"};
-    EXPECT_EQ(Run("", {}, arguments), 0);
+    EXPECT_EQ(Run(
+                  "", [] {}, arguments),
+              0);
     EXPECT_THAT(m_output,
                 testing::StartsWith("\nExecutable: quillon-scheduler\n\nEnvironment variables listing "
                                     "skipped.\n"));
     EXPECT_THAT(m_output, HasSubstr("\n\tmongo-uri = ********\n\tport = 1234\n\trealm = blue\n"));
     EXPECT_EQ(m_errors, "");
     EXPECT_EQ(
-        m_pScript->journal,
+        script.journal,
         "ready made errors handlers-old start(scripted.service blue 7 farm bus.json) alive running wait "
         "bus-gone deleted ");
     EXPECT_EQ(GetConfigData()["mongo-uri"], m_address);
@@ -213,7 +193,7 @@ TEST_F(RunSchedulerTest, AFailingStepIsNamedAndEndsTheProcessWithItsCode) {
         EXPECT_THAT(m_output, EndsWith(reason.empty() ? "\n" : "\nServiceBase::" + step + "() " + reason));
         EXPECT_EQ(m_errors,
                   step.empty() ? "" : "\nScheduler Service main pSchedulerService->" + step + "() failed");
-        EXPECT_THAT(m_pScript->journal, EndsWith(end)) << failing;
+        EXPECT_THAT(script.journal, EndsWith(end)) << failing;
     }
 }
 
@@ -227,7 +207,7 @@ TEST_F(RunSchedulerTest, AnExceptionEndsTheProcessAndLeavesTheServiceAlone) {
         EXPECT_EQ(Run("running ", raise), exitCode);
         EXPECT_THAT(m_output, EndsWith("\n\n" + text));
         EXPECT_EQ(m_errors, "");
-        EXPECT_THAT(m_pScript->journal, EndsWith("running "));
+        EXPECT_THAT(script.journal, EndsWith("running "));
         delete m_service;
     }
 }
