@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <optional>
 #include <string>
-#include <thread>
 
 #include "Core/src/Job.h"
 #include "Core/src/JobKinds.h"

@@ -35,10 +35,7 @@ std::uint16_t Start(BusConnection& connection, const FunctionHandlerV2::Function
     const std::string log = testing::internal::GetCapturedStderr();
     EXPECT_EQ(error, InitError::None) << log;
     static const std::string kText = "Listening on http://localhost:";
-    const std::size_t place = log.find(kText);
-    return place == std::string::npos
-               ? std::uint16_t{0}
-               : static_cast<std::uint16_t>(std::stoi(log.substr(place + kText.size())));
+    return static_cast<std::uint16_t>(std::stoi(log.substr(log.find(kText) + kText.size())));
 }
 
 std::string Get(const std::string& target) {

@@ -12,8 +12,8 @@ namespace Quillon::Farm {
 namespace {
 
 using CoreServices::Parameters;
-using TestSupport::FarmFixture;
 using TestSupport::Eventually;
+using TestSupport::FarmFixture;
 using TestSupport::Hold;
 namespace JobStates = Weftline::JobStates;
 namespace ServiceNames = Weftline::ServiceNames;
