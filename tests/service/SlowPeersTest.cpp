@@ -1,6 +1,7 @@
 // What the clients of the service feel of peers that are silent: it costs those who ask them, and nobody
 // else.
 
+#include <algorithm>
 #include <deque>
 #include <future>
 
@@ -104,16 +105,15 @@ TEST_F(SlowPeers, AFloodIsRefusedAtOnceAndWhatWasTakenIsAnswered) {
     constexpr std::size_t kRoom = 5 + 8;
     Start({.threads = 1, .maxStandIns = 4, .maxQueuedMessages = 8});
     TestSupport::Tally refused;
-    std::vector<std::future<int>> clients;
-    for (std::size_t n = 0; n < kClients; ++n) {
-        clients.push_back(std::async(std::launch::async, [&] {
-            const Rest::RawResponse response = Rest::Ask(m_port, Post("findJobsEx", "slow"));
-            if (response.status == 503 && !response.Header("retry-after").empty()) {
-                refused.Add();
-            }
-            return response.status;
-        }));
-    }
+    const auto ask = [&] {
+        const Rest::RawResponse response = Rest::Ask(m_port, Post("findJobsEx", "slow"));
+        if (response.status == 503 && !response.Header("retry-after").empty()) {
+            refused.Add();
+        }
+        return response.status;
+    };
+    std::vector<std::future<int>> clients(kClients);
+    std::ranges::generate(clients, [&] { return std::async(std::launch::async, ask); });
     EXPECT_TRUE(refused.WaitFor(kClients - kRoom));
     m_silence.opened.Add();
     const auto answered = std::ranges::count(clients, 200, [](auto& client) { return client.get(); });
