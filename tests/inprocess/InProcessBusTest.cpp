@@ -182,6 +182,9 @@ protected:
         service->ReleaseHandlers();  // the bus alone holds them now
         m_pBus->Attach(MakeService("b", {{"echo", Echo}}));
         m_pMessaging = m_pBus->GetMessaging();
+        underWay = m_pMessaging->SendRequest(To("a", "hold"));
+        waiting = m_pMessaging->SendRequest(To("a", "hold"));
+        EXPECT_TRUE(m_pHold->arrived.WaitFor(1));
     }
 
     std::string EndAt(const std::string& service, const std::string& operation) {
@@ -199,12 +202,10 @@ protected:
     std::weak_ptr<ServiceMessageHandlerV2> m_pHandler;
     std::shared_ptr<MessageSink> m_pAttached;
     std::shared_ptr<BusMessaging> m_pMessaging;
+    std::shared_ptr<MessageResultsFuture> underWay, waiting;
 };
 
 TEST_F(InProcessBusStop, WorkUnderWayAndWaitingIsAnswered) {
-    const auto underWay = m_pMessaging->SendRequest(To("a", "hold"));
-    const auto waiting = m_pMessaging->SendRequest(To("a", "hold"));
-    ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
     auto stopped = std::async(std::launch::async, [this] { m_pBus->Stop(kDeadline); });
     EXPECT_TRUE(Eventually([this] { return IsStopping(); }));
     EXPECT_EQ(EndAt("a", "hold"), "SERVICE_STOPPING");
@@ -221,9 +222,6 @@ TEST_F(InProcessBusStop, WorkUnderWayAndWaitingIsAnswered) {
 }
 
 TEST_F(InProcessBusStop, OutOfPatienceTheWaitingAreToldAndTheRestIsLeftToItsThreads) {
-    const auto underWay = m_pMessaging->SendRequest(To("a", "hold"));
-    const auto waiting = m_pMessaging->SendRequest(To("a", "hold"));
-    ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
     m_pBus->Stop(std::chrono::milliseconds(1));
     EXPECT_EQ(EndOf(*waiting), "SERVICE_STOPPING");
     EXPECT_FALSE(underWay->WaitForDone(0));
