@@ -17,6 +17,13 @@ inline constexpr std::string_view BuildProfileQuery = "orvik.quillon.metadata.bu
 inline constexpr std::string_view StoreProfileQuery = "orvik.quillon.metadata.storeprofilequery";
 inline constexpr std::string_view CreatePresetFromDraft = "orvik.quillon.metadata.createpresetfromdraft";
 inline constexpr std::string_view PresetValidation = "orvik.quillon.metadata.presetvalidation";
+
+// Known to the listing of jobs alone.
+inline constexpr std::string_view Relink = "orvik.quillon.relink";
+inline constexpr std::string_view Procedure = "orvik.quillon.procedure";
+inline constexpr std::string_view AudioExtract = "orvik.quillon.audioextract";
+inline constexpr std::string_view FileToFileConversion = "orvik.quillon.filetofileconversion";
+inline constexpr std::string_view SpeechToText = "orvik.quillon.speechtotext";
 }  // namespace JobKinds
 
 /// Names of jobs that other services submit.

@@ -15,18 +15,13 @@
 
 /// A member that may be touched only while the mutex is held.
 #define QUILLON_GUARDED_BY(mutex) QUILLON_THREAD_ANNOTATION(guarded_by(mutex))
-/// What a pointer member points to, likewise.
-#define QUILLON_PT_GUARDED_BY(mutex) QUILLON_THREAD_ANNOTATION(pt_guarded_by(mutex))
-/// A function whose caller holds the mutex, or must not hold it.
+/// A function whose caller holds the mutex.
 #define QUILLON_REQUIRES(...) QUILLON_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
-#define QUILLON_EXCLUDES(...) QUILLON_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 /// A function that takes the mutex, or lets it go.
 #define QUILLON_ACQUIRE(...) QUILLON_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define QUILLON_TRY_ACQUIRE(...) QUILLON_THREAD_ANNOTATION(try_acquire_capability(__VA_ARGS__))
 #define QUILLON_RELEASE(...) QUILLON_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define QUILLON_ASSERT_HELD(...) QUILLON_THREAD_ANNOTATION(assert_capability(__VA_ARGS__))
-/// A function that the analysis cannot follow; a comment beside it says why it is right.
-#define QUILLON_NO_THREAD_SAFETY_ANALYSIS QUILLON_THREAD_ANNOTATION(no_thread_safety_analysis)
 #define QUILLON_CAPABILITY(name) QUILLON_THREAD_ANNOTATION(capability(name))
 #define QUILLON_SCOPED_CAPABILITY QUILLON_THREAD_ANNOTATION(scoped_lockable)
 

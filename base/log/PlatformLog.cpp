@@ -109,4 +109,13 @@ void Error(std::string_view text) {
     Say(spdlog::level::err, text);
 }
 
+std::string WithoutNul(std::string_view text) {
+    std::string visible;
+    visible.reserve(text.size());
+    for (const char character : text) {
+        character == '\0' ? visible.append("\\x00") : visible.append(1, character);
+    }
+    return visible;
+}
+
 }  // namespace PlatformAbstraction::Log

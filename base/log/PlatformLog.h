@@ -22,4 +22,7 @@ void Error(std::string_view text);
 /// \uNNNN: what such a line shows. For texts that go elsewhere.
 std::string OneLine(std::string_view text);
 
+/// The text with each NUL, at which the `what` of an exception would end, as "\x00".
+std::string WithoutNul(std::string_view text);
+
 }  // namespace PlatformAbstraction::Log

@@ -9,6 +9,25 @@
 
 namespace Quillon::Farm {
 
+namespace {
+
+// Queues and machines are what clients call them, and each job may name others. Past these bounds, some ten
+// megabytes, jobs lie with those that name none.
+constexpr std::size_t kMostLanes = 10000;
+constexpr std::size_t kLongestName = 255;
+
+bool IsShort(const JobTicket& ticket) {
+    return std::max({ticket.queue.size(), ticket.wishes.required.size(), ticket.wishes.excluded.size()}) <=
+           kLongestName;
+}
+
+}  // namespace
+
+bool WorkQueue::Level::Has(const JobTicket& ticket) const {
+    const auto queue = queues.find(ticket.queue);
+    return queue != queues.end() && queue->second.lanes.contains(ticket.wishes);
+}
+
 void WorkQueue::Lane::Insert(const WaitingJob& job) {
     const auto isBefore = [](std::int64_t offset, const WaitingJob& other) { return offset < other.offset; };
     const auto first = m_jobs.begin() + static_cast<std::ptrdiff_t>(m_taken);
@@ -28,9 +47,13 @@ WorkQueue::WaitingJob WorkQueue::Lane::TakeFirst() {
 
 void WorkQueue::Add(const JobTicket& ticket) {
     const Rank rank{-ticket.priority, ticket.stage == Stage::Evaluation};
-    Queue& queue = m_levels[ticket.Step().service][rank].queues[ticket.queue];
-    const auto lane = queue.lanes.try_emplace(ticket.wishes).first;
-    if (!lane->second.IsEmpty()) {
+    Level& level = m_levels[ticket.Step().service][rank];
+    const bool isOfItsOwn = level.Has(ticket) || (m_numLanes < kMostLanes && IsShort(ticket));
+    Queue& queue = level.queues[isOfItsOwn ? ticket.queue : std::string()];
+    const auto [lane, isNew] = queue.lanes.try_emplace(isOfItsOwn ? ticket.wishes : MachineWishes());
+    if (isNew) {
+        ++m_numLanes;
+    } else {
         queue.byFirstOffset.erase(lane->second.First().offset);
     }
     lane->second.Insert({ticket.offset, Pack(ticket.jobId, ticket.offset), ticket.operation});
@@ -87,6 +110,7 @@ std::optional<WorkQueue::Taken> WorkQueue::TakeFrom(Queue& queue, const Conditio
     Taken taken{lane->second.TakeFirst(), "", lane->first};
     if (lane->second.IsEmpty()) {
         queue.lanes.erase(lane);
+        --m_numLanes;
     } else {
         queue.byFirstOffset.emplace(lane->second.First().offset, lane);
     }

@@ -20,7 +20,9 @@ namespace Quillon::Farm {
 /// these the job queues take turns; and in a queue whoever came first.
 ///
 /// All jobs that wait are in it, so a job is kept in 32 bytes: what it has in common with others stands once
-/// for all of them, and an id that is a UUID is packed. One thread at a time.
+/// for all of them, and an id that is a UUID is packed. Where jobs that wait name more than ten thousand
+/// different queues and machines, or one has a name of more than 255 bytes, the further ones count as naming
+/// none. One thread at a time.
 class WorkQueue {
 public:
     using Condition = std::function<bool(const MachineWishes& wishes)>;
@@ -71,6 +73,8 @@ private:
         }
     };
     struct Level {
+        bool Has(const JobTicket& ticket) const;
+
         std::map<std::string, Queue> queues;
         std::string lastServed;  // the queue whose turn was the last
     };
@@ -80,14 +84,15 @@ private:
         MachineWishes wishes;
     };
 
-    static std::optional<Taken> TakeFrom(Level& level, const Condition& mayTake);
-    static std::optional<Taken> TakeFrom(Queue& queue, const Condition& mayTake);
+    std::optional<Taken> TakeFrom(Level& level, const Condition& mayTake);
+    std::optional<Taken> TakeFrom(Queue& queue, const Condition& mayTake);
 
     PackedId Pack(const std::string& jobId, std::int64_t offset);
     std::string Unpack(const WaitingJob& job);
 
     std::map<std::string_view, std::map<Rank, Level>> m_levels;  // by service
-    std::map<std::int64_t, std::string> m_otherIds;              // by offset: those that are no UUID
+    std::size_t m_numLanes = 0;
+    std::map<std::int64_t, std::string> m_otherIds;  // by offset: those that are no UUID
 };
 
 }  // namespace Quillon::Farm

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Core/src/JobKinds.h"
 #include "Core/src/SubmitOperations.h"
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
@@ -224,11 +225,11 @@ const std::set<std::string>& WeftlineJobKinds() {
         std::string(SubmitOperations::kExport.jobKind),
         std::string(SubmitOperations::kDataExtract.jobKind),
         std::string(SubmitOperations::kProxyCreation.jobKind),
-        "orvik.quillon.relink",
-        "orvik.quillon.procedure",
-        "orvik.quillon.audioextract",
-        "orvik.quillon.filetofileconversion",
-        "orvik.quillon.speechtotext",
+        std::string(JobKinds::Relink),
+        std::string(JobKinds::Procedure),
+        std::string(JobKinds::AudioExtract),
+        std::string(JobKinds::FileToFileConversion),
+        std::string(JobKinds::SpeechToText),
     };
     return *kinds;
 }

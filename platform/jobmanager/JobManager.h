@@ -34,8 +34,8 @@ public:
 
     /// True when the manager says that the job was removed; `jobInfo` then becomes one of that id and nothing
     /// more. False for an error, an empty answer, one of another shape, and when none came in time.
-    bool RemoveJob(const BusPointer& busMessaging, const CoreServices::Parameters& identity,
-                   const std::string& jobId, JobInfo& jobInfo) const;
+    [[nodiscard]] bool RemoveJob(const BusPointer& busMessaging, const CoreServices::Parameters& identity,
+                                 const std::string& jobId, JobInfo& jobInfo) const;
 };
 
 }  // namespace CommonServices

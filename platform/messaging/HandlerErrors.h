@@ -5,22 +5,15 @@
 #include <string_view>
 #include <utility>
 
+#include "base/log/PlatformLog.h"
+
 namespace PlatformAbstraction::Messaging {
 
 /// What the errors below have in common. Their texts may hold what a client sent: a NUL, at which `what`
 /// would end, stands there as "\x00".
 class HandlerError : public std::logic_error {
 public:
-    explicit HandlerError(std::string_view message) : std::logic_error(WithoutNul(message)) {}
-
-private:
-    static std::string WithoutNul(std::string_view message) {
-        std::string text;
-        for (const char character : message) {
-            character == '\0' ? text.append("\\x00") : text.append(1, character);
-        }
-        return text;
-    }
+    explicit HandlerError(std::string_view message) : std::logic_error(Log::WithoutNul(message)) {}
 };
 
 /// Thrown by a handler to answer with an error code of its own.

@@ -78,7 +78,12 @@ Connection::Connection(asio::ip::tcp::socket socket, ConnectionCount::Slot slot,
     : m_loop(loop), m_slot(std::move(slot)), m_stream(std::move(socket), loop.GetCore().GetTls()) {}
 
 void Connection::Start() {
-    m_serving.emplace(Serve());
+    try {
+        m_serving.emplace(Serve());
+    } catch (...) {  // no memory for its coroutine
+        Close();
+        throw;
+    }
     m_serving->Start();
 }
 
@@ -360,7 +365,7 @@ void Connection::EnterPhase(Phase phase) {
 }
 
 void Connection::OnLate() {
-    if (m_phase == Phase::Idle || m_phase == Phase::Reading) {
+    if (!m_interruption && (m_phase == Phase::Idle || m_phase == Phase::Reading)) {
         Interrupt(GatewayFailure::RequestTimeout);
     } else {
         Abort();
@@ -376,9 +381,12 @@ void Connection::BeginStop() {
     }
 }
 
+// TLS reads a record in several steps. Between two of them there is nothing to cancel, and a client that
+// sends on and on goes on with the third: it is given no more time than a refusal takes.
 void Connection::Interrupt(GatewayFailure reason) {
     if (!m_interruption) {
         m_interruption = reason;
+        m_deadline = std::chrono::steady_clock::now() + kLongestLinger;
         m_stream.Cancel();
     }
 }

@@ -130,6 +130,7 @@ HttpStatus StatusOfErrorCode(std::string_view code) {
         Row{Messaging::kBadRequest, HttpStatus::BadRequest},
         Row{Messaging::kNotFound, HttpStatus::NotFound},
         Row{Messaging::kHandlerNotFound, HttpStatus::NotFound},
+        Row{Messaging::kOperationNotFound, HttpStatus::NotFound},
         Row{Messaging::kMethodNotAllowed, HttpStatus::MethodNotAllowed},
         Row{Messaging::kQueueFull, HttpStatus::ServiceUnavailable},
         Row{Messaging::kServiceStopping, HttpStatus::ServiceUnavailable},

@@ -43,7 +43,7 @@ public:
                                                               const std::string& referenceKey,
                                                               const std::string& referenceValue,
                                                               std::int32_t offset, std::int32_t limit) const;
-    bool DeleteMany(const std::vector<std::string>& ids) const;
+    [[nodiscard]] bool DeleteMany(const std::vector<std::string>& ids) const;
 };
 
 }  // namespace CommonServices

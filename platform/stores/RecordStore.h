@@ -4,17 +4,21 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Core/src/wf_Record.h"
+#include "base/log/PlatformLog.h"
 #include "platform/stores/EventLog.h"
 
 namespace CommonServices {
 
-/// A failure of the record store or the event log, or a record that had to be there and is not.
+/// A failure of the record store or the event log, or a record that had to be there and is not. A NUL in its
+/// text, such as a client's id, stands there as "\x00".
 class ObjectStoreException : public std::domain_error {
 public:
-    using std::domain_error::domain_error;
+    explicit ObjectStoreException(std::string_view message)
+        : std::domain_error(PlatformAbstraction::Log::WithoutNul(message)) {}
 };
 
 /// Where records are kept. `ObjectStore` is a thin value over the one of the process, and its operations have
@@ -74,7 +78,7 @@ public:
         const std::string& value, std::int32_t offset, std::int32_t limit) = 0;
 
     /// All or nothing; ids that are not there are no failure. False when nothing was deleted for a fault.
-    virtual bool DeleteMany(const std::vector<std::string>& ids) = 0;
+    [[nodiscard]] virtual bool DeleteMany(const std::vector<std::string>& ids) = 0;
 };
 
 }  // namespace CommonServices

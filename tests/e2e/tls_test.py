@@ -91,6 +91,38 @@ class Gateway(unittest.TestCase):
         with service.connect(GET + b"\r\n") as plain:
             self.assertNotIn(b"HTTP", plain.recv(4096))
 
+    def begin_record(self, service):
+        """A connection behind its handshake, and the bytes of one record that are yet to be sent."""
+        plain = socket.create_connection(("127.0.0.1", service.port), DEADLINE_SECONDS)
+        self.addCleanup(plain.close)
+        come, go = ssl.MemoryBIO(), ssl.MemoryBIO()
+        tls = self.context().wrap_bio(come, go, server_hostname="localhost")
+        while True:
+            try:
+                tls.do_handshake()
+                break
+            except ssl.SSLWantReadError:
+                plain.sendall(go.read())
+                come.write(plain.recv(65536))
+        tls.write(b"x" * 16384)
+        record = go.read()
+        plain.sendall(record[:1000])
+        return plain, iter(record[1000:])
+
+    def test_a_record_sent_byte_by_byte_has_its_time_limit(self):
+        service = self.start(rest={"tls": self.files, "idleTimeoutMs": 100})
+        open_ones = [self.begin_record(service) for _ in range(20)]
+
+        def all_are_closed():
+            for entry in list(open_ones):
+                try:
+                    entry[0].send(bytes([next(entry[1])]))
+                except OSError:
+                    open_ones.remove(entry)
+            return not open_ones
+
+        wait_until(all_are_closed, "end of a connection that is never done")
+
     def test_each_connection_has_its_end(self):
         service = self.start(rest={"tls": self.files, "requestTimeoutMs": 2000, "idleTimeoutMs": 500})
         silent = [service.connect(sent) for sent in (b"", b"\x16\x03\x01\x02\x00\x01")]  # half a handshake at most

@@ -208,6 +208,7 @@ TEST_F(Submission, AProfileThatCannotBeReadFailsTheSubmission) {
     StoreProfile("broken", "{");
     const std::tuple<std::string, std::string> rows[] = {
         {"absent", "[absent] Unable to find record in Object Store"},
+        {R"(a\u0000b)", R"([a\x00b] Unable to find record in Object Store)"},
         {"job", "DataRecord::BuildFromRecord() incoming record RecordType mismatch Incoming: Job"},
         {"broken", "JSON: "},
     };

@@ -50,9 +50,9 @@ public:
 
     /// True once the write is on disk; false when it was refused or failed, which the log of the program
     /// tells.
-    bool Write(PendingWrite& write);
+    [[nodiscard]] bool Write(PendingWrite& write);
     /// True once the write is queued; false when too many are, or when the store refuses writes.
-    bool WriteDetached(std::unique_ptr<PendingWrite> write);
+    [[nodiscard]] bool WriteDetached(std::unique_ptr<PendingWrite> write);
 
     /// Raised for each group with an event, once it is on disk.
     EventSignal& Events() { return m_events; }

@@ -75,6 +75,24 @@ TEST(WorkQueueTest, GivesBackIdsOfAnyForm) {
     EXPECT_EQ(TakeAll(queue), all);
 }
 
+TEST(WorkQueueTest, KeepsSoManyNamesAndNoLongOnes) {
+    WorkQueue queue;
+    JobTicket endless = Ticket("1", 1, 50, std::string(256, 'q'));
+    endless.wishes.required = "m";
+    queue.Add(endless);
+    for (std::int64_t offset = 2; offset <= 10'003; ++offset) {
+        queue.Add(Ticket(std::to_string(offset), offset, 50, "q" + std::to_string(offset)));
+    }
+    std::size_t nameless = 0;
+    std::size_t named = 0;
+    while (const auto ticket =
+               queue.Take(MediaWorker, [](const auto& wishes) { return wishes.required.empty(); })) {
+        ++(ticket->queue.empty() ? nameless : named);
+    }
+    EXPECT_EQ(named, 9'999U);
+    EXPECT_EQ(nameless, 4U);
+}
+
 TEST(WorkQueueTest, PassesOverWhatMayNotBeTaken) {
     WorkQueue queue;
     EXPECT_EQ(queue.OldestOffset(), kNoOffset);
