@@ -13,15 +13,15 @@ thread_local ThreadState t_state;
 
 }  // namespace
 
-BlockingRegion::BlockingRegion(Wait wait) noexcept : m_wait(wait) {
+BlockingRegion::BlockingRegion() noexcept {
     if (t_state.depth++ == 0 && t_state.observer != nullptr) {
-        t_state.observer->EnterBlocking(m_wait);
+        t_state.observer->EnterBlocking();
     }
 }
 
 BlockingRegion::~BlockingRegion() {
     if (--t_state.depth == 0 && t_state.observer != nullptr) {
-        t_state.observer->LeaveBlocking(m_wait);
+        t_state.observer->LeaveBlocking();
     }
 }
 

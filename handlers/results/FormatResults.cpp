@@ -10,7 +10,6 @@
 #include <string_view>
 
 #include "Core/src/Vocabulary.h"
-#include "base/concurrency/BlockingRegion.h"
 #include "handlers/results/Formats.h"
 #include "handlers/results/ResultPage.h"
 #include "handlers/results/StructureJson.h"
@@ -144,10 +143,7 @@ void DeleteWhileAnswering(const FormatResults& row, const std::vector<Record>& r
     } catch (...) {
         failure = std::current_exception();
     }
-    {
-        const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
-        deletion.get();
-    }
+    deletion.get();
     if (failure) {
         std::rethrow_exception(failure);
     }

@@ -30,8 +30,8 @@ TEST(MessageResultsFuture, TheFirstEndCountsAndOutlivesWhoeverCarriedTheMessage)
 }
 
 struct CountingObserver final : BlockingObserver {
-    void EnterBlocking(Wait /*wait*/) noexcept override { ++entered; }
-    void LeaveBlocking(Wait /*wait*/) noexcept override { ++left; }
+    void EnterBlocking() noexcept override { ++entered; }
+    void LeaveBlocking() noexcept override { ++left; }
     int entered = 0;
     int left = 0;
 };

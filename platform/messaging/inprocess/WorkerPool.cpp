@@ -29,7 +29,6 @@ std::shared_ptr<WorkerPool> WorkerPool::Create(const InProcessBusSettings& setti
 WorkerPool::WorkerPool(const InProcessBusSettings& settings, Runner runner)
     : m_maxActive(settings.threads),
       m_maxWorkers(settings.threads + settings.maxStandIns),
-      m_maxDiskStandIns(settings.maxDiskStandIns),
       m_maxQueued(settings.maxQueuedMessages),
       m_pRunner(std::make_shared<const Runner>(std::move(runner))) {}
 
@@ -102,11 +101,11 @@ bool WorkerPool::IsOnWorkerThread() noexcept {
     return t_isWorker;
 }
 
-void WorkerPool::EnterBlocking(Wait wait) noexcept {
+void WorkerPool::EnterBlocking() noexcept {
     Worker* woken = nullptr;
     {
         const MutexLock lock(m_mutex);
-        wait == Wait::Disk ? ++m_numAtDisk : --m_numActive;
+        --m_numActive;
         woken = ChooseWhomToWake();
     }
     if (woken != nullptr) {
@@ -114,9 +113,9 @@ void WorkerPool::EnterBlocking(Wait wait) noexcept {
     }
 }
 
-void WorkerPool::LeaveBlocking(Wait wait) noexcept {
+void WorkerPool::LeaveBlocking() noexcept {
     const MutexLock lock(m_mutex);
-    wait == Wait::Disk ? --m_numAtDisk : ++m_numActive;
+    ++m_numActive;
 }
 
 void WorkerPool::RunWorker(WorkerList::iterator self) {
@@ -136,7 +135,7 @@ void WorkerPool::RunWorker(WorkerList::iterator self) {
 }
 
 void WorkerPool::WorkWhileThereIsSome(const Runner& runner) {
-    while (!m_queue.empty() && NumActive() <= m_maxActive) {
+    while (!m_queue.empty() && m_numActive <= m_maxActive) {
         Work work = std::move(m_queue.front());
         m_queue.pop_front();
         ++m_numRunning;
@@ -205,7 +204,7 @@ void WorkerPool::Leave(WorkerList::iterator self) {
 }
 
 WorkerPool::Worker* WorkerPool::ChooseWhomToWake() noexcept {
-    if (m_queue.empty() || m_isOneOnItsWay || NumActive() >= m_maxActive) {
+    if (m_queue.empty() || m_isOneOnItsWay || m_numActive >= m_maxActive) {
         return nullptr;
     }
     if (m_idle.empty()) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <deque>
@@ -29,11 +28,11 @@ enum class Acceptance {
 /// The queue and the threads of one service.
 ///
 /// At most `threads` of them are at work. One that waits in a `BlockingRegion` does not count and is stood in
-/// for (of those that wait for the disk only so many); when it resumes there may be too many for a moment,
-/// and whoever finishes a message then steps back. Threads are started on demand. The one that idled last is
-/// woken first, so that the caches are warm and those never needed end after a while; one always stays. At
-/// most one is on its way at a time: it wakes the next if it finds more than one message, so threads that are
-/// running anyway get a chance to take what is there.
+/// for; when it resumes there may be too many for a moment, and whoever finishes a message then steps back.
+/// Threads are started on demand. The one that idled last is woken first, so that the caches are warm and
+/// those never needed end after a while; one always stays. At most one is on its way at a time: it wakes the
+/// next if it finds more than one message, so threads that are running anyway get a chance to take what is
+/// there.
 ///
 /// Shared by the service and each of its threads. Any thread may call. `Close` comes before the last
 /// reference of a caller goes.
@@ -75,8 +74,8 @@ private:
 
     WorkerPool(const InProcessBusSettings& settings, Runner runner);
 
-    void EnterBlocking(Wait wait) noexcept override;
-    void LeaveBlocking(Wait wait) noexcept override;
+    void EnterBlocking() noexcept override;
+    void LeaveBlocking() noexcept override;
 
     void RunWorker(WorkerList::iterator self);
     void WorkWhileThereIsSome(const Runner& runner) QUILLON_REQUIRES(m_mutex);
@@ -86,23 +85,17 @@ private:
     Worker* ChooseWhomToWake() noexcept QUILLON_REQUIRES(m_mutex);
     void TryToStartWorker() noexcept QUILLON_REQUIRES(m_mutex);
     void StartWorker() QUILLON_REQUIRES(m_mutex);
-    /// Those that count against `threads`.
-    std::size_t NumActive() const noexcept QUILLON_REQUIRES(m_mutex) {
-        return m_numActive - std::min(m_numAtDisk, m_maxDiskStandIns);
-    }
     bool IsQuiet() const noexcept QUILLON_REQUIRES(m_mutex) { return m_queue.empty() && m_numRunning == 0; }
 
     const std::size_t m_maxActive;
     const std::size_t m_maxWorkers;
-    const std::size_t m_maxDiskStandIns;
     const std::size_t m_maxQueued;
 
     Mutex m_mutex;
     std::deque<Work> m_queue QUILLON_GUARDED_BY(m_mutex);
     std::shared_ptr<const Runner> m_pRunner QUILLON_GUARDED_BY(m_mutex);  // each thread holds it too
-    // At work or on the way to it, and not waiting for a peer; of them those that wait for the disk.
+    // At work or on the way to it, and not waiting for a peer.
     std::size_t m_numActive QUILLON_GUARDED_BY(m_mutex) = 0;
-    std::size_t m_numAtDisk QUILLON_GUARDED_BY(m_mutex) = 0;
     std::size_t m_numRunning QUILLON_GUARDED_BY(m_mutex) = 0;  // messages being answered
     bool m_isOneOnItsWay QUILLON_GUARDED_BY(m_mutex) = false;  // woken or started, not at the queue yet
     bool m_isDraining QUILLON_GUARDED_BY(m_mutex) = false;

@@ -79,7 +79,6 @@ bool SqliteWriter::Write(PendingWrite& write) {
 }
 
 void SqliteWriter::WriteAlone(PendingWrite& write) {
-    const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
     PendingWrite* const only = &write;
     Commit({&only, 1});
     m_queue.Release(m_logKeeper.IsLong(m_connection));

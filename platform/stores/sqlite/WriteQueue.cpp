@@ -6,7 +6,6 @@
 
 #include <climits>
 
-#include "base/concurrency/BlockingRegion.h"
 
 namespace CommonServices::Sqlite {
 
@@ -65,7 +64,6 @@ void WriteQueue::AddAndWait(PendingWrite& write) {
     if (wake) {
         m_arrival.NotifyOne();
     }
-    const PlatformAbstraction::BlockingRegion blocking(PlatformAbstraction::Wait::Disk);
     m_finished[number % 2].WaitFor(number);
 }
 
