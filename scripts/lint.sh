@@ -10,20 +10,30 @@ changed_files() {
     { git diff --name-only HEAD; git ls-files --others --exclude-standard; } | sort -u
 }
 
-# A header has no command line of its own: it is checked through the sources that include it by name.
+# A header has no command line of its own: it is checked through the sources that include it.
 affected_sources() {
     local file
     while read -r file; do
         case $file in
             *.cpp) printf '%s\n' "$file" ;;
-            *.h) source_files '*.cpp' | xargs grep -lF "#include \"${file##*/}\"" || true ;;
+            *.h) source_files '*.cpp' | xargs grep -lF "#include \"$file\"" || true ;;
         esac
     done | sort -u
 }
 
+# Those that this build compiles: places to die, for one, are in other builds alone.
+compiled() {
+    local file
+    while read -r file; do
+        if grep -qF "\"file\": \"$repository/${file#./}\"" build/release/compile_commands.json; then
+            printf '%s\n' "$file"
+        fi
+    done
+}
+
 case ${1:-} in
-    "") files=$(changed_files | affected_sources) ;;
-    --all) files=$(source_files '*.cpp') ;;
+    "") files=$(changed_files | affected_sources | compiled) ;;
+    --all) files=$(source_files '*.cpp' | compiled) ;;
     *) die "usage: scripts/lint.sh [--all]" ;;
 esac
 if [ -z "$files" ]; then

@@ -6,7 +6,6 @@
 
 #include <climits>
 
-
 namespace CommonServices::Sqlite {
 
 using PlatformAbstraction::MutexLock;
