@@ -33,12 +33,6 @@ std::size_t CountFields(std::string_view head, std::string_view name) {
 
 void CheckAlone(std::string_view text, const RequestHead& head) {
     Check(head.path == "*" ? head.method == "OPTIONS" : head.path.starts_with('/'), "a target is a path");
-    const std::string_view line = text.substr(0, text.find("\r\n"));
-    Check(std::ranges::all_of(line, [](char c) { return c >= ' ' && c < 0x7f; }),
-          "a request line is plain ASCII");
-    Check(std::ranges::none_of(
-              text, [](char c) { return c >= 0 && c < ' ' && c != '\t' && c != '\r' && c != '\n'; }),
-          "there are no control characters");
     Check(text.find("\r\n ") == text.npos && text.find("\r\n\t") == text.npos, "no line is folded");
     const std::size_t hosts = CountFields(text, "Host");
     Check(hosts == (head.host ? 1 : 0) && (head.host || head.isHttp10),

@@ -1,4 +1,4 @@
-// The input as a path, as a query, and as host and port.
+// The input as a path and as a query.
 
 #include "platform/rest/RequestTarget.h"
 
@@ -7,7 +7,6 @@
 
 #include "fuzz/FuzzTarget.h"
 #include "platform/rest/HttpText.h"
-#include "platform/rest/RequestHead.h"
 
 namespace Fuzzing {
 
@@ -39,28 +38,9 @@ void ReadAsPath(std::string_view input) {
 void ReadAsQuery(std::string_view input) {
     const Parameters tree = ReadQuery(input).value_or(Parameters());
     Check(Parameters::fromJSON(tree.toJSON()) == tree, "a query's tree can be written and read");
-    std::string texts;
-    Parameters expected;
     for (const std::string& name : tree.GetTopLevelParameterNames()) {
         Check(!name.empty(), "every pair has a name");
-        if (std::string text; tree.GetParameter(name, text)) {
-            texts += "&" + Encoded(name) + "=" + Encoded("\"" + text + "\"");
-            expected.SetParameter(name, text);
-        }
     }
-    Check(ReadQuery(texts) == expected, "a text in quotes stays a text");
-}
-
-void ReadAsHost(std::string_view input) {
-    const auto read = ReadHostAndPort(input);
-    if (!read) {
-        return;
-    }
-    Check(!read->host.empty() && input.starts_with(read->host), "the host stands in front");
-    const std::string_view rest = input.substr(read->host.size());
-    Check(read->port ? rest.starts_with(':') && IsDigits(rest.substr(1)) : rest.empty() || rest == ":",
-          "behind the host there is a port or nothing");
-    Check(read->host.find_first_of("/?#@,; \t") == std::string_view::npos, "a host is no more than that");
 }
 
 }  // namespace
@@ -68,7 +48,6 @@ void ReadAsHost(std::string_view input) {
 void RunOne(std::string_view input) {
     ReadAsPath(input);
     ReadAsQuery(input);
-    ReadAsHost(input);
 }
 
 }  // namespace Fuzzing
