@@ -102,21 +102,6 @@ TEST(RequestHead, ReadsWhatItSays) {
     }
 }
 
-TEST(HeadScanner, PassesOverAnEmptyLineAndDoesNotWaitForTheRestOfWhatIsNoHead) {
-    for (const char* start :
-         {"\r\n\r\n", "\n", "\r\nGET / HTTP/1.1\n", "GET / HTTP/1.1\r\nHost: a\n", "\x16\x03\x01", " GET"}) {
-        EXPECT_EQ(HeadScanner().Scan(start), HeadScanner::Progress::Malformed) << start;
-    }
-    const std::string text = "\r\nGET / HTTP/1.1\r\n\r\n";
-    HeadScanner scanner;
-    for (std::size_t size = 0; size < text.size(); ++size) {
-        EXPECT_EQ(scanner.Scan(text.substr(0, size)), HeadScanner::Progress::Incomplete) << size;
-    }
-    EXPECT_EQ(scanner.Scan(text + "next"), HeadScanner::Progress::Complete);
-    EXPECT_EQ(scanner.GetHead(text + "next"), text.substr(2));
-    EXPECT_EQ(scanner.GetEnd(), text.size());
-}
-
 TEST(RequestTarget, ReadsQueries) {
     const std::pair<const char*, const char*> rows[] = {
         {"", "{}"},
