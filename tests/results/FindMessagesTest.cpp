@@ -13,7 +13,6 @@ namespace {
 using testing::StartsWith;
 using TestSupport::StoreFault;
 
-constexpr char kNothing[] = R"(OK {"status":"FAILED"})";
 constexpr char kError[] = "GENERIC_SERVICE_ERROR: ";
 
 class FindMessages : public TestSupport::HandlerFixture {
@@ -27,7 +26,6 @@ protected:
     }
     void StoreVideo(const std::string& data) { Store("V2_WFVideoFormats", "VideoFormat", data); }
     void StoreAudio(const std::string& data) { Store("V2_WFAudioFormats", "AudioFormat", data); }
-    void StoreExport(const std::string& data) { Store("V2_WFExportTypes", "ExportType", data); }
     std::size_t CountStored() const { return stores.records->Records().size(); }
     /// The query with further keys, each with a comma before it.
     static std::string With(const std::string& keys) { return R"({"queryID":"q")" + keys + "}"; }
@@ -60,7 +58,8 @@ TEST_F(FindMessages, FormatsComeInTheOrderOfTheAnswerAndInNoThirdVersion) {
     const std::tuple<std::string, std::string, std::string> rows[] = {
         {R"(,"version":"2")", list + R"({"RasterSize":{"Width":1920,)",
          list + R"({"FileFormat":"g","SampleRate":48000,"BitsPerSample":24}],"FoundFormats":1})"},
-        {R"(,"version":2)", list + video2 + R"(],"FoundFormats":1,"PageOffset":0,"PageSize":60})",
+        {R"(,"version":2,"PageSize":61)",
+         list + video2 + R"(],"FoundFormats":1,"PageOffset":0,"PageSize":60})",
          list + R"({"fileFormat":"g","sampleRate":48000,"bitDepth":24}],"FoundFormats":1})"},
         {R"(,"version":3)", "TEXT ", "TEXT "},
     };
@@ -73,19 +72,6 @@ TEST_F(FindMessages, FormatsComeInTheOrderOfTheAnswerAndInNoThirdVersion) {
         EXPECT_EQ(Answer(audio, With(version)), audioAnswer) << version;
         EXPECT_EQ(CountStored(), 0U);
     }
-}
-
-TEST_F(FindMessages, APageOfManyHasSixtyFormatsAtMost) {
-    for (int n = 0; n < 530; ++n) {
-        StoreVideo(VideoData("p" + std::to_string(n)));
-    }
-    const std::string page = With(R"(,"PageOffset":8,"PageSize":61)");
-    stores.records->deleteFault = StoreFault::Throw;
-    EXPECT_EQ(Answer(video, page), kError + std::string("Exception: The fake store was told to fail"));
-    stores.records->deleteFault = StoreFault::None;
-    const std::string answer = Answer(video, page);
-    EXPECT_EQ(answer.find("\"p"), answer.find("\"p480\""));
-    EXPECT_THAT(answer, testing::EndsWith(R"("p529"}],"FoundFormats":50,"PageOffset":8,"PageSize":60})"));
 }
 
 TEST_F(FindMessages, AFailureComesAfterTheRecordsAreGone) {
@@ -109,7 +95,7 @@ TEST_F(FindMessages, AFailureComesAfterTheRecordsAreGone) {
     }
     StoreAudio(R"({"FileFormat":"g","SampleRate":1})");
     EXPECT_EQ(Answer(audio, request), kError + lacks + "BitsPerSample");
-    StoreExport("{broken");
+    Store("V2_WFExportTypes", "ExportType", "{broken");
     EXPECT_THAT(Answer(exports, request), StartsWith(kError + std::string("Exception: JSON: ")));
     EXPECT_EQ(CountStored(), 0U);
 
@@ -118,41 +104,29 @@ TEST_F(FindMessages, AFailureComesAfterTheRecordsAreGone) {
     EXPECT_THAT(Answer(video, With(R"(,"PageSize":1)")), StartsWith("TEXT {")) << "a bad one behind the page";
 }
 
-TEST_F(FindMessages, ARequestWithoutQueryOrAFaultOfTheStoreIsAnswered) {
-    const std::string error = kError + std::string("Exception: ");
+TEST_F(FindMessages, AFaultOfTheStoreIsAnswered) {
     StoreVideo(VideoData("p"));
-    EXPECT_EQ(Answer(video, R"({"queryID":7})"), error + "Failed to extract: queryID");
-    EXPECT_EQ(Answer(video, R"({"queryID":"another"})"), kNothing);
     stores.records->deleteFault = StoreFault::Throw;
-    EXPECT_EQ(Answer(video, request), error + "The fake store was told to fail");
-    stores.records->deleteFault = StoreFault::Refuse;
-    EXPECT_THAT(Answer(video, request), StartsWith("TEXT {")) << "a refusal is not noticed";
-    EXPECT_EQ(CountStored(), 1U);
+    EXPECT_EQ(Answer(video, request), kError + std::string("Exception: The fake store was told to fail"));
 }
 
 TEST_F(FindMessages, QueryResultsComeOnceAsTheyAreStoredAndAFailureLeavesThem) {
-    const auto check = [this](auto&& handler, const std::string& collection, const std::string& type,
-                              const std::string& arrayKey) {
-        SCOPED_TRACE(collection);
-        const std::string none = R"(OK {")" + arrayKey + R"(":[]})";
-        const std::string all = R"(OK {")" + arrayKey + R"(":[{"z":1.0,"any":{"k":[null]}},{},["a"]]})";
-        for (const char* data : {R"({"z":1.0,"any":{"k":[null]}})", "", R"(["a"])"}) {
-            Store(collection, type, data);
-        }
-        EXPECT_EQ(Answer(handler, R"({"queryID":1})"), "thrown Failed to extract: queryID");
-        EXPECT_EQ(Answer(handler, R"({"queryID":"another"})"), none);
-        stores.records->deleteFault = StoreFault::Throw;
-        EXPECT_EQ(Answer(handler, request), "thrown The fake store was told to fail");
-        stores.records->deleteFault = StoreFault::Refuse;
-        EXPECT_EQ(Answer(handler, request), all);
-        EXPECT_EQ(CountStored(), 3U);
-        stores.records->deleteFault = StoreFault::None;
-        EXPECT_EQ(Answer(handler, request), all);
-        EXPECT_EQ(Answer(handler, request), none);
-    };
-    check(FindSourceAvailabilityHandler(), "V2_WFSourceAvailabilities", "SourceAvailability", "results");
-    check(FindMobIDsFromContainerHandler("realm"), "V2_WFMobIDs", "MobID", "results");
-    check(FindSuitableMastersHandler(), "V2_WFMasterMobDescs", "MasterMobDesc", "masterMobDescs");
+    const std::string none = R"(OK {"masterMobDescs":[]})";
+    const std::string all = R"(OK {"masterMobDescs":[{"z":1.0,"any":{"k":[null]}},{},["a"]]})";
+    FindSuitableMastersHandler handler;
+    for (const char* data : {R"({"z":1.0,"any":{"k":[null]}})", "", R"(["a"])"}) {
+        Store("V2_WFMasterMobDescs", "MasterMobDesc", data);
+    }
+    EXPECT_EQ(Answer(handler, R"({"queryID":1})"), "thrown Failed to extract: queryID");
+    EXPECT_EQ(Answer(handler, R"({"queryID":"another"})"), none);
+    stores.records->deleteFault = StoreFault::Throw;
+    EXPECT_EQ(Answer(handler, request), "thrown The fake store was told to fail");
+    stores.records->deleteFault = StoreFault::Refuse;
+    EXPECT_EQ(Answer(handler, request), all);
+    EXPECT_EQ(CountStored(), 3U);
+    stores.records->deleteFault = StoreFault::None;
+    EXPECT_EQ(Answer(handler, request), all);
+    EXPECT_EQ(Answer(handler, request), none);
 }
 
 TEST(ResultPage, IsWorkedOutInThirtyTwoBitsThatWrap) {
@@ -162,9 +136,7 @@ TEST(ResultPage, IsWorkedOutInThirtyTwoBitsThatWrap) {
         {"last, shorter", 60, 1, 100, "60 to 100"},
         {"begins where the list ends", 60, 1, 60, "60 to 60"},
         {"size 0", 0, 7, 100, "0 to 0"},
-        {"negative offset", 60, -1, 100, "beyond"},
         {"negative size runs to the end", -1, 0, 100, "0 to 100"},
-        {"both negative: the end before the start", -1, -1, 100, "1 to 0"},
         {"the product wraps to 8", 12, 357913942, 100, "8 to 20"},
         {"the product wraps to a negative number", 60, kMax, 100, "beyond"},
         {"the smallest numbers", kMin, kMin, 100, "0 to 100"},

@@ -89,27 +89,20 @@ protected:
 };
 
 TEST_F(CoordinatorTest, TakesAJobThroughItsStatesAndKeepsAllElse) {
-    Hold evaluation;
     Hold work;
     std::string task;
-    StartFarm([&](const Parameters&) { evaluation.Pass(); },
-              [&](const Parameters& given) {
-                  task = given.toJSON();
-                  work.Pass();
-              });
+    StartFarm({}, [&](const Parameters& given) {
+        task = given.toJSON();
+        work.Pass();
+    });
     const std::string kept = R"("processingData":"{\"n\":1e400}","big":9007199254740993)";
     const std::string before =
         R"({"jobKind":"orvik.quillon.transcode","createdBy":"Somebody","x":1.0,"tags":[])";
     Store("j", R"({"parent":"p","jobLastState":"",)" + kept + "}", before + "}");
-    ASSERT_TRUE(evaluation.arrived.WaitFor(1));
-    EXPECT_EQ(Public("j", Shared::JobState), JobStates::Readied);
-    evaluation.opened.Add();
     ASSERT_TRUE(work.arrived.WaitFor(1));
     EXPECT_EQ(task, R"({"jobId":"j","workerId":"worker of orvik.quillon.processing.media.worker",)"
                     R"("taskKind":"orvik.quillon.task.transcode","jobKind":"orvik.quillon.transcode",)"
                     R"("processingData":{"n":1e400}})");
-    const std::string busy = R"("status":"Busy","task":"orvik.quillon.task.transcode","user":"Somebody")";
-    EXPECT_NE(Ask(Weftline::Operations::WorkerPoolStatus).find(busy), std::string::npos);
     EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"j","progress":40})"), "{}");
     EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"j","progress":30})"), "{}") << "too late";
     EXPECT_EQ(Find("j")->recordPublicData, before + R"(,"jobState":"Tasked","progress":40})");
@@ -120,42 +113,6 @@ TEST_F(CoordinatorTest, TakesAJobThroughItsStatesAndKeepsAllElse) {
                   Public("j", Shared::CompletedDateTime) + "\"}");
     EXPECT_EQ(Find("j")->name + Find("j")->recordData,
               R"(Name of j{"parent":"p","jobLastState":"Tasked",)" + kept + R"(,"jobMonitorID":"j"})");
-    EXPECT_TRUE(Eventually(
-        [&] { return Ask(Weftline::Operations::WorkerPoolStatus).find("Busy") == std::string::npos; }));
-}
-
-TEST_F(CoordinatorTest, CarriesEveryJobToItsEndOnceAcrossAStop) {
-    Hold held;
-    Submit({.id = "done"});
-    HoldAJob(held);
-    EXPECT_TRUE(Reaches("done", JobStates::Completed));
-    Submit({.id = "waits"});
-    ASSERT_TRUE(Reaches("waits", JobStates::Evaluated));
-    coordinator->Stop();  // while a worker is at a job
-    EXPECT_EQ(Public("held", Shared::JobState), JobStates::Tasked);
-    held.opened.Add();
-    StopFarm();
-    CloseStore();
-
-    OpenStore();
-    Submit({.id = "unheard"});
-    auto& evaluated = tasks[std::string(ServiceNames::MetadataWorker)];
-    evaluated = 0;
-    StartFarm();
-    for (const char* const id : {"held", "waits", "unheard"}) {
-        EXPECT_TRUE(Reaches(id, JobStates::Completed)) << id;
-    }
-    StopFarm();
-    EXPECT_EQ(evaluated, 1);
-
-    // All was dealt with: even a position that is lost brings no job back.
-    EXPECT_EQ(KeptPosition::Load(), 4);
-    ASSERT_TRUE(KeptPosition::Keep(5));
-    EXPECT_EQ(KeptPosition::Load(), 0) << "behind the end of the log no job would be heard of";
-    StartFarm();
-    Submit({.id = "next"});
-    EXPECT_TRUE(Reaches("next", JobStates::Completed));
-    EXPECT_EQ(worked, 6) << "the five jobs, and the one that was held once more";
 }
 
 TEST_F(CoordinatorTest, FailsWhatCannotBeDoneAndGoesOn) {

@@ -31,17 +31,6 @@ protected:
 constexpr char kQuery[] = "metadata.query.suitablemasters";
 constexpr char kMobs[] = R"({"InputMobIDs":["m-1","m-2"],"inputMobIDs":["m-3"]})";
 
-TEST_F(Workers, TheResultsOfAQueryAreThereOnceHoweverOftenItIsCarriedOut) {
-    const std::tuple<std::string, std::string, std::size_t> rows[] = {
-        {"metadata.transcode", kMobs, 0}, {kQuery, "{}", 0}, {kQuery, kMobs, 2}, {kQuery, kMobs, 2}};
-    for (const auto& [kind, data, masters] : rows) {
-        EXPECT_EQ(Perform("metadata", kind, data), "");
-        const auto results = CommonServices::ObjectStore().FindRecordsWithReferencedID(
-            "V2_WFMasterMobDescs", "MasterMobDesc", "queryID", "j", 0, 9);
-        EXPECT_EQ(results.size(), masters) << kind << data;
-    }
-}
-
 TEST_F(Workers, SayWhyATaskFailed) {
     Weftline::Record elsewhere{"Job", 1, "V2_WFJobs"};
     elsewhere.recordID = "j.0";
