@@ -38,6 +38,7 @@ std::string IndexPath() {
 
 std::vector<Principal> PrincipalsOf(const std::vector<PlatformAbstraction::Rest::Caller>& callers) {
     std::vector<Principal> principals;
+    principals.reserve(callers.size());
     for (const auto& caller : callers) {
         principals.push_back({caller.identityId, caller.displayName});
     }

@@ -167,8 +167,9 @@ void ReportWorkers(const WorkerCrew& crew, Messaging::BusMessaging& messaging, c
         std::string code;
         std::string message;
         if (sent->GetErrorDetails(code, message)) {
-            Log::Warning(std::string(crew.service) + ": worker " + std::to_string(number) +
-                         " could not report in: [" + code + "] " + message);
+            std::string text(crew.service);
+            text.append(": worker ").append(std::to_string(number)).append(" could not report in: [");
+            Log::Warning(text.append(code).append("] ").append(message));
         }
     }
 }
