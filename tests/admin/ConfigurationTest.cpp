@@ -16,6 +16,17 @@ constexpr char kNewURL[] = R"({"connectionURL":"u"})";
 
 using Configuration = AdminFixture;
 
+TEST_F(Configuration, OnlyANewURLIsPassedOn) {
+    bus->On("setGlobalConfigData", Results("{}"));
+    ConfigureDXHandler handler(connection, kRunInPlace);
+    for (const std::string url : {R"("a")", R"("a")", R"("")", "5", R"("A")", R"("a")"}) {
+        EXPECT_THAT(Outcome(handler, R"({"connectionURL":)" + url + "}"), testing::StartsWith(kPropagating));
+    }
+    const std::string message =
+        R"(notification orvik.quillon.processing.coordinator/farm/1/setGlobalConfigData {"DolmexConnectionURL":)";
+    EXPECT_THAT(Sent(), ElementsAre(message + R"("a"})", message + R"("A"})", message + R"("a"})"));
+}
+
 TEST_F(Configuration, TheConsoleTellsHowTheSendingWent) {
     const std::string begin =
         "Started: Configure DX started\n\nSending global configuration to Coordinator...\n"

@@ -83,8 +83,6 @@ TEST_F(Listing, FiltersByCreatorAndParentAtTheMonitor) {
                                 filter + "}}"));
         EXPECT_THAT(bus->Waits(), ElementsAre(10'000'000));
     }
-    EXPECT_THAT(Outcome(handler, R"({"logging":true})"),
-                testing::EndsWith("oneResultParams: {}\nfindJobsEx final resultParams: {}\n"));
 }
 
 TEST_F(Listing, GivesWhatItHasWhenTheMonitorFails) {
@@ -104,6 +102,20 @@ TEST_F(Listing, GivesWhatItHasWhenTheMonitorFails) {
         EXPECT_EQ(Summary(R"({"limit":200})"), "98: 0..99");
         EXPECT_EQ(console.Text(), printed);
     }
+}
+
+TEST_F(Listing, LoggingShowsEveryStep) {
+    bus->On("findJobs", Results(R"({"results":[{"id":"j"}]})"));
+    const std::string page = "{\n  \"results\": [\n    {\n      \"id\": \"j\"\n    }\n  ]\n}\n";
+    EXPECT_EQ(Outcome(handler, R"({"logging":true,"limit":2})"),
+              "OK {\"results\":[{\"id\":\"j\"}]} | "
+              "findJobsEx - params: {\n  \"logging\": true,\n  \"limit\": 2\n}\n"
+              "\t ExtractIdentityIdFromMessage - contextParams: \n{}\n"
+              "\nPartTimeJobHandler - DoOneQueryToJobMonitor - Params follow: \n"
+              "{\n  \"offset\": 0,\n  \"limit\": 100,\n  \"body\": {}\n}\n"
+              "\nPartTimeJobHandler - AccumulateResults() called - itemCountOffset: 0 clientLimit: 2 "
+              "oneResultParams: " +
+                  page + "findJobsEx final resultParams: " + page);
 }
 
 class Removal : public AdminFixture {

@@ -107,6 +107,16 @@ TEST_F(Purge, RemovesSubtasksFirstAndCountsRemovals) {
     EXPECT_THAT(Told("removeJob"), ElementsAre(of("a1"), of("a2"), of("a"), of("b"), of("c")));
 }
 
+TEST_F(Purge, TakesTheIdentityFromTheTopLevelAlone) {
+    const std::string outer = R"("identity":{"identityId":"outer"}})";
+    const auto context = std::make_shared<PlatformAbstraction::Messaging::MessageContext>(
+        Json(R"({"context":{"identity":{"identityId":"inner"}},)" + outer), bus);
+    PlatformAbstraction::Messaging::ServiceMessageResponse response;
+    const ConsoleCapture console(std::cout);
+    RemoveObsoleteJobsHandler(connection, kRunInPlace).HandleMessage(context, Json(kRequest), response);
+    EXPECT_THAT(Told("findJobsByKind"), ElementsAre(R"({"kind":"k","offset":0,"limit":25,)" + outer));
+}
+
 TEST_F(Purge, StopsWithALineAndRemovesNothing) {
     const auto jobs = Results(Page(Job("j", "2001-01-01T00:00:00.000Z")));
     const std::string noTime = "Failed to parse as a date and time: ";
