@@ -83,12 +83,22 @@ TEST(HandlerTable, HoldsEachMessageOnceInItsPlaceAndNoOther) {
     EXPECT_EQ(messages.str() + "\n", kMessages);
 }
 
-TEST(HandlerTable, TheReadmeNamesThePathOfEachSubmission) {
+TEST(HandlerTable, TheReadmesTableOfSubmissionsIsThatOfTheOperations) {
+    std::string media;
+    std::string metadata;
+    std::string questions;
+    for (const SubmitOperations::Row* operation : SubmitOperations::kAll) {
+        std::string& paths = !operation->mediaTask.kind.empty()      ? media
+                             : operation->message.ends_with("Query") ? questions
+                                                                     : metadata;
+        paths.append(paths.empty() ? "`/" : ", `/").append(operation->restPath).append("`");
+    }
     std::ostringstream readme;
     readme << std::ifstream(QUILLON_README).rdbuf();
-    for (const SubmitOperations::Row* operation : SubmitOperations::kAll) {
-        EXPECT_THAT(readme.str(), testing::HasSubstr("`/" + std::string(operation->restPath) + "`"));
-    }
+    EXPECT_THAT(
+        readme.str(),
+        testing::HasSubstr("| path | job |\n|---|---|\n| " + media + " | media work |\n| " + metadata +
+                           " | work on metadata |\n| " + questions + " | questions, answered later |\n\n"));
 }
 
 }  // namespace
