@@ -78,12 +78,7 @@ Connection::Connection(asio::ip::tcp::socket socket, ConnectionCount::Slot slot,
     : m_loop(loop), m_slot(std::move(slot)), m_stream(std::move(socket), loop.GetCore().GetTls()) {}
 
 void Connection::Start() {
-    try {
-        m_serving.emplace(Serve());
-    } catch (...) {  // no memory for its coroutine
-        Close();
-        throw;
-    }
+    m_serving.emplace(Serve());
     m_serving->Start();
 }
 
@@ -381,8 +376,6 @@ void Connection::BeginStop() {
     }
 }
 
-// TLS reads a record in several steps. Between two of them there is nothing to cancel, and a client that
-// sends on and on goes on with the third: it is given no more time than a refusal takes.
 void Connection::Interrupt(GatewayFailure reason) {
     if (!m_interruption) {
         m_interruption = reason;
@@ -391,7 +384,6 @@ void Connection::Interrupt(GatewayFailure reason) {
     }
 }
 
-// What is under way ends with an error, and with it the connection.
 void Connection::Abort() {
     EnterPhase(Phase::Closed);
     m_stream.Close();

@@ -96,7 +96,10 @@ private:
 
     std::string_view Buffered() const { return {m_buffer.data() + m_begin, m_end - m_begin}; }
     void EnterPhase(Phase phase);
+    /// Ends the reading under way. TLS reads a record in several steps, and between two of them there is
+    /// nothing to cancel: a client that sends on and on is given no more time than a refusal takes.
     void Interrupt(GatewayFailure reason);
+    /// What is under way ends with an error, and with it the connection.
     void Abort();
     void Close();
 

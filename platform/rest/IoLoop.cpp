@@ -70,7 +70,12 @@ void IoLoop::Adopt(asio::ip::tcp::socket socket, ConnectionCount::Slot slot) {
     const auto connection = std::make_shared<Connection>(std::move(socket), std::move(slot), *this);
     m_connections.insert(connection);
     StartTicking();
-    connection->Start();
+    try {
+        connection->Start();
+    } catch (...) {  // no memory for its coroutine
+        Remove(connection);
+        throw;
+    }
 }
 
 void IoLoop::Remove(const std::shared_ptr<Connection>& connection) {
