@@ -79,10 +79,14 @@ class Service:
         return self.process.wait(DEADLINE_SECONDS)
 
     def close(self):
-        if self.process.poll() is None:
+        """In whatever state a story leaves it, a service ends in good order."""
+        try:
+            code = 0 if self.process.poll() is not None else self.end()
+        finally:
             self.process.kill()
             self.process.wait()
-        self._temporary.cleanup()
+            self._temporary.cleanup()
+        assert code == 0, "ended with %d" % code
 
     def connect(self, raw):
         """A connection on which these bytes were sent, or as many as the service wanted."""
