@@ -78,15 +78,14 @@ class Service:
     def exit_code(self):
         return self.process.wait(DEADLINE_SECONDS)
 
+    # In whatever state a story leaves it, a service ends in good order.
     def close(self):
-        """In whatever state a story leaves it, a service ends in good order."""
         try:
-            code = 0 if self.process.poll() is not None else self.end()
+            assert self.process.poll() is not None or self.end() == 0, "ended with %d" % self.process.returncode
         finally:
             self.process.kill()
             self.process.wait()
             self._temporary.cleanup()
-        assert code == 0, "ended with %d" % code
 
     def connect(self, raw):
         """A connection on which these bytes were sent, or as many as the service wanted."""

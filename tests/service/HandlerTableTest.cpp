@@ -84,9 +84,7 @@ TEST(HandlerTable, HoldsEachMessageOnceInItsPlaceAndNoOther) {
 }
 
 TEST(HandlerTable, TheReadmesTableOfSubmissionsIsThatOfTheOperations) {
-    std::string media;
-    std::string metadata;
-    std::string questions;
+    std::string media, metadata, questions;
     for (const SubmitOperations::Row* operation : SubmitOperations::kAll) {
         std::string& paths = !operation->mediaTask.kind.empty()      ? media
                              : operation->message.ends_with("Query") ? questions
