@@ -72,6 +72,13 @@ void ReadJson(benchmark::State& state) {
 }
 BENCHMARK(ReadJson);
 
+void BoundMemory(benchmark::State& state) {
+    for ([[maybe_unused]] const auto step : state)
+        benchmark::DoNotOptimize(Parameters::MostMemoryOf(kTranscodeRequest));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(kTranscodeRequest.size()));
+}
+BENCHMARK(BoundMemory);
+
 void WriteJson(benchmark::State& state) {
     const Parameters request = Parameters::fromJSON(kTranscodeRequest);
     std::size_t bytes = 0;

@@ -14,6 +14,7 @@
 #include "platform/stores/EventLog.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace {
 
@@ -29,7 +30,10 @@ public:
         m_directory = place != nullptr ? fs::path(place) : fs::temp_directory_path();
         m_directory /= "quillon-store-bench-" + std::to_string(::getpid());
         fs::remove_all(m_directory);
-        m_store = CommonServices::OpenEmbeddedStore((m_directory / "bench.db").string());
+        CommonServices::Sqlite::SqliteOptions options;
+        options.path = (m_directory / "bench.db").string();
+        options.compression = CommonServices::Sqlite::Compression::None;  // what counts is the bytes to write
+        m_store = CommonServices::OpenEmbeddedStore(options);
     }
     StoreOnDisk(const StoreOnDisk&) = delete;
     StoreOnDisk& operator=(const StoreOnDisk&) = delete;

@@ -51,7 +51,7 @@ public:
         return true;
     }
     std::vector<CommonServices::LoggedEvent> Read(const std::string&, std::int64_t, std::size_t,
-                                                  std::chrono::milliseconds) override {
+                                                  const CommonServices::EventWait&) override {
         return {};
     }
 };

@@ -15,6 +15,7 @@ import sqlite3
 import sys
 import time
 
+from packed_text import PackedTexts
 from service import CALLERS, PATH, arguments, running
 
 _SPACING_MS = 2000  # between a job and the next: a million jobs are three weeks
@@ -44,10 +45,12 @@ def _rows(database, table, topic):
 class _Template:
     """A row to be written again for other jobs."""
 
-    def __init__(self, row, key, dates):
+    def __init__(self, row, key, dates, texts):
         row.pop("eventOffset", None)
         self.names = list(row)
-        self._values = list(row.values())
+        self._packed = [n for n, value in enumerate(row.values()) if isinstance(value, bytes)]
+        self._texts = texts
+        self._values = [texts.text(value) for value in row.values()]
         self._key, self._dates = key, dates
         self._own = list(row).index("recordID")
         self._modified = list(row).index("recordModificationTime")
@@ -62,6 +65,8 @@ class _Template:
         for n in self._dated:
             for old in self._dates:
                 values[n] = values[n].replace(old, date)
+        for n in self._packed:
+            values[n] = self._texts.packed(values[n])
         values[self._own] = own_id
         values[self._modified] = modified
         return values
@@ -80,11 +85,12 @@ def _uuid(bits, milliseconds=None):
 
 def _templates(database):
     """For each job, those of its record and of its event."""
+    texts = PackedTexts(database)
     events = {json.loads(event["recordData"])["id"]: event for event in _rows(database, "events", "V2_WFJobEvents")}
     for record in _rows(database, "records", "V2_WFJobs"):
         key, public = record["recordID"], json.loads(record["recordPublicData"])
         dates = [text for name, text in public.items() if name.endswith("DateTime")]
-        yield _Template(record, key, dates), _Template(events[key], key, dates)
+        yield _Template(record, key, dates, texts), _Template(events[key], key, dates, texts)
 
 
 def _write(database, templates, count):

@@ -10,6 +10,7 @@ import sqlite3
 import sys
 import time
 
+from packed_text import unpack_rows
 from processes import spawn, wait_until
 
 PATH = "/submitTranscode"
@@ -64,7 +65,7 @@ def running(command, output):
 @contextlib.contextmanager
 def reading(store):
     with contextlib.closing(sqlite3.connect("file:%s?mode=ro" % store, uri=True)) as database:
-        database.row_factory = sqlite3.Row
+        unpack_rows(database)
         yield database
 
 

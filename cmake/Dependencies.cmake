@@ -6,6 +6,7 @@ find_package(OpenSSL REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(SQLite3 REQUIRED)
 find_package(SQLiteCpp REQUIRED)
+find_package(zstd REQUIRED)
 
 # RapidJSON ships headers alone.
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/writer.h REQUIRED)

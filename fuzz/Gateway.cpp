@@ -27,9 +27,10 @@ using CoreServices::Parameters;
 class EchoSink final : public Messaging::MessageSink {
 public:
     void Deliver(std::string_view /*operation*/, Parameters request, Parameters /*context*/,
-                 AnswerCallback onAnswer) override {
+                 std::unique_ptr<Messaging::AnswerReceiver> receiver) override {
         ++m_taken;
-        onAnswer(Messaging::MessageAnswer::OfResults(std::move(request)));
+        receiver->Prepare(Messaging::MessageAnswer::OfResults(std::move(request)));
+        receiver->Send();
     }
     /// How many messages came since the last call.
     int TakeCount() { return m_taken.exchange(0); }

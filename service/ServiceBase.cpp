@@ -34,6 +34,11 @@ bool Fail(std::string_view text) {
     return false;
 }
 
+bool FailToInitialize(Messaging::InitError error) {
+    return Fail("\nServiceBase::Startup() m_pMessagingService->Initialize() failed with error: " +
+                Messaging::BusConnection::InitErrorToStr(error));
+}
+
 // A faulty option leaves an entry without a value behind, which counts as absent.
 template <class Value>
 Value OptionOr(const po::variables_map& options, std::string_view name, Value otherwise) {
@@ -83,8 +88,8 @@ bool ServiceBase::Startup(const char* commandLine) {
     StoreStartupParameters(options, std::cout);
 
     // Messages arrive as soon as the bus is started: by then the stores are open and the handlers complete.
-    if (!CheckServiceName() || !MakeConnectionAndStores() || !RegisterService(enableOldHALPrototype) ||
-        !StartBus(busConfiguration)) {
+    if (!CheckServiceName() || !MakeConnectionAndStores(busConfiguration) ||
+        !RegisterService(enableOldHALPrototype) || !StartBus(busConfiguration)) {
         return false;
     }
     if (!AfterPlatformRunningStartupAction(m_pMessagingService)) {
@@ -126,13 +131,17 @@ bool ServiceBase::CheckServiceName() {
     return true;
 }
 
-bool ServiceBase::MakeConnectionAndStores() {
+bool ServiceBase::MakeConnectionAndStores(const std::string& busConfiguration) {
     const auto settings = PlatformAbstraction::GetConfigData();
     m_DeployMode = SettingOf(settings, Options::Deploy);
     if (!Messaging::InitializeDeploymentMode(m_DeployMode)) {
         return Fail("\nServiceBase::Startup() InitializeDeploymentMode() failed");
     }
     m_pMessagingService = std::make_shared<Messaging::BusConnection>();
+    if (const auto error = m_pMessagingService->ReadSettings(busConfiguration);
+        error != Messaging::InitError::None) {
+        return FailToInitialize(error);
+    }
 
     const std::string suffix = MakeStoreSuffix(SettingOf(settings, Options::Realm));
     if (!CommonServices::ObjectStore::Init(SettingOf(settings, Options::Deploy),
@@ -160,8 +169,7 @@ bool ServiceBase::StartBus(const std::string& busConfiguration) {
     }
     const auto error = m_pMessagingService->Initialize(busConfiguration, "");
     if (error != Messaging::InitError::None) {
-        return Fail("\nServiceBase::Startup() m_pMessagingService->Initialize() failed with error: " +
-                    Messaging::BusConnection::InitErrorToStr(error));
+        return FailToInitialize(error);
     }
     if (!m_pMessagingService->IsRunning()) {
         return Fail("\nServiceBase::Startup() m_pMessagingService->IsRunning() failed");

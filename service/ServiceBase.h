@@ -64,7 +64,7 @@ private:
 
     // The steps of `Startup`.
     bool CheckServiceName();
-    bool MakeConnectionAndStores();
+    bool MakeConnectionAndStores(const std::string& busConfiguration);
     bool RegisterService(bool enableOldHALPrototype);
     bool StartBus(const std::string& busConfiguration);
 

@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstdio>
 
+#include "base/concurrency/MemoryWatch.h"
 #include "farm/LocalFarm.h"
 #include "platform/messaging/BusTransport.h"
 #include "platform/standalone/StandaloneTransport.h"
@@ -9,6 +10,8 @@
 
 // The composition root: what is plugged into what stands here.
 int main(int argc, char* argv[]) {
+    PlatformAbstraction::KeepLargeBlocksApart();
+
     // Until there are callers to read anew.
     std::signal(SIGHUP, SIG_IGN);  // NOLINT(cert-err33-c): it cannot fail for a signal that exists
 

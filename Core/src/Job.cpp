@@ -5,6 +5,7 @@
 
 #include "Core/src/StructureFields.h"
 #include "Core/src/Vocabulary.h"
+#include "base/parameters/JsonObjectText.h"
 
 namespace Weftline::DataModel {
 
@@ -117,41 +118,42 @@ void Job::SetFailJobOnFirstFailedTask(bool fail) {
     PrivateData().failJobOnFirstFailedTask = fail;
 }
 
-void Job::SetIdentity(const Parameters& tree) {
-    PrivateData().identity = tree.toJSON();
+void Job::SetIdentity(Parameters tree) {
+    PrivateData().identity = std::move(tree);
 }
 
-void Job::SetEmailSettingsParams(const Parameters& tree) {
-    PrivateData().emailSettingsParams = tree.toJSON();
+void Job::SetEmailSettingsParams(Parameters tree) {
+    PrivateData().emailSettingsParams = std::move(tree);
 }
 
-void Job::SetProcessingData(const Parameters& tree) {
-    PrivateData().processingData = tree.toJSON();
+void Job::SetProcessingData(Parameters tree) {
+    PrivateData().processingData = std::move(tree);
 }
 
-void Job::SetJobRunCaseData(const Parameters& tree) {
-    PrivateData().jobRunCaseData = tree.toJSON();
+void Job::SetJobRunCaseData(Parameters tree) {
+    PrivateData().jobRunCaseData = std::move(tree);
 }
 
-void Job::SetJobBlueprintData(const Parameters& tree) {
-    PrivateData().jobBlueprintData = tree.toJSON();
+void Job::SetJobBlueprintData(Parameters tree) {
+    PrivateData().jobBlueprintData = std::move(tree);
 }
 
 Record Job::ToRecord() const {
     Record record = GetRecord();
-    record.recordData = WriteStructure(PrivateData()).toJSON();
-    record.SetPublicData(WriteStructure(PublicData()));
+    record.recordData = WriteStructureText(PrivateData());
+    // None of its fields is one that a record keeps beside its public data.
+    record.recordPublicData = WriteStructureText(PublicData());
     return record;
 }
 
 Record MakeJobCreatedEvent(const std::string& jobId, const std::string& jobQueue) {
     constexpr std::int32_t kVersion = 1;
-    Parameters body;
-    body.SetParameter(Keys::Id, jobId);
-    body.SetParameter(Keys::JobQueue, jobQueue);
+    CoreServices::JsonObjectText body;
+    body.AddText(Keys::Id, jobId);
+    body.AddText(Keys::JobQueue, jobQueue);
 
     Record event(std::string(RecordTypes::JobCreated), kVersion, std::string(Topics::JobEvents));
-    event.recordData = body.toJSON();
+    event.recordData = body.Finish();
     return event;
 }
 

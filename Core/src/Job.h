@@ -10,7 +10,7 @@
 
 namespace Weftline::DataModel {
 
-/// The private part of a job. The members that hold whole trees hold them as JSON text.
+/// The private part of a job. Its trees are stored as texts that hold their JSON.
 struct JobData {
     std::string parent;  ///< the compound job that this one belongs to
     std::string clientKey;
@@ -20,12 +20,12 @@ struct JobData {
     std::string clientMachine;
     std::string requiredWorkerMachine;
     std::string excludedWorkerMachine;
-    std::string identity;          ///< JSON text: who submitted the job
-    std::string processingData;    ///< JSON text: the request with its directories and its job parameters
-    std::string jobRunCaseData;    ///< JSON text: the same with the job parameters emptied
-    std::string jobBlueprintData;  ///< JSON text: the job parameters alone
+    CoreServices::Parameters identity;          ///< who submitted the job
+    CoreServices::Parameters processingData;    ///< the request with its directories and its job parameters
+    CoreServices::Parameters jobRunCaseData;    ///< the same with the job parameters emptied
+    CoreServices::Parameters jobBlueprintData;  ///< the job parameters alone
     std::string globalConfigContext;
-    std::string emailSettingsParams;  ///< JSON text
+    CoreServices::Parameters emailSettingsParams;
     bool failJobOnFirstFailedTask = true;
     bool storeJobSpecificOutputMetadataInJobMonitor = true;
 };
@@ -74,12 +74,12 @@ public:
     void SetStoreJobSpecificOutputMetadataInJobMonitor(bool store);
     void SetFailJobOnFirstFailedTask(bool fail);
 
-    // Private data that is kept as the tree's JSON text.
-    void SetIdentity(const CoreServices::Parameters& tree);
-    void SetEmailSettingsParams(const CoreServices::Parameters& tree);
-    void SetProcessingData(const CoreServices::Parameters& tree);
-    void SetJobRunCaseData(const CoreServices::Parameters& tree);
-    void SetJobBlueprintData(const CoreServices::Parameters& tree);
+    // Private data that is stored as the tree's JSON text.
+    void SetIdentity(CoreServices::Parameters tree);
+    void SetEmailSettingsParams(CoreServices::Parameters tree);
+    void SetProcessingData(CoreServices::Parameters tree);
+    void SetJobRunCaseData(CoreServices::Parameters tree);
+    void SetJobBlueprintData(CoreServices::Parameters tree);
 
     /// The record to store, with the JSON of both structures. The job does not change.
     Record ToRecord() const;

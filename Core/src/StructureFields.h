@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Core/src/TreeValues.h"
+#include "base/parameters/JsonObjectText.h"
 #include "base/parameters/Parameters.h"
 
 /// Plain structures to trees and back, from one list of keys and members for each structure. The list is
@@ -24,8 +25,9 @@
 ///     };
 ///
 /// Members may be texts, 32-bit integers, bools, described structures and optionals of these; where a
-/// structure is only written, also vectors of texts. Included where structures are described or walked, not
-/// in headers of wide use.
+/// structure is only written, also vectors of texts. Where it is only written to JSON text, they may be
+/// texts, integers, bools, and trees, which come out as texts that hold their JSON. Included where structures
+/// are described or walked, not in headers of wide use.
 namespace Weftline::DataModel {
 
 /// One member of a structure and the key it has in a tree.
@@ -65,6 +67,10 @@ void ForEachField(Structure& structure, Visitor&& visit) {
 template <DescribedStructure Structure>
 CoreServices::Parameters WriteStructure(const Structure& structure);
 
+/// The JSON text of the structure: that of the tree that `WriteStructure` gives, written without it.
+template <DescribedStructure Structure>
+std::string WriteStructureText(const Structure& structure);
+
 /// Throws `std::runtime_error` ("Failed to extract: " and the key) for a required value that is missing or of
 /// another type; an optional one may be missing, but not of another type. A structure that is missing reads
 /// as an empty tree, so the failure names the first required key inside it.
@@ -80,6 +86,9 @@ struct FieldValue<std::string> {
     static void Write(CoreServices::Parameters& tree, std::string_view key, const std::string& value) {
         tree.SetParameter(key, value);
     }
+    static void Write(CoreServices::JsonObjectText& text, std::string_view key, const std::string& value) {
+        text.AddText(key, value);
+    }
     static std::string Read(const CoreServices::Parameters& tree, std::string_view key) {
         return GetRequiredString(tree, key);
     }
@@ -89,6 +98,9 @@ template <>
 struct FieldValue<std::int32_t> {
     static void Write(CoreServices::Parameters& tree, std::string_view key, std::int32_t value) {
         tree.SetParameter(key, value);
+    }
+    static void Write(CoreServices::JsonObjectText& text, std::string_view key, std::int32_t value) {
+        text.AddInteger(key, value);
     }
     static std::int32_t Read(const CoreServices::Parameters& tree, std::string_view key) {
         return GetRequiredInt(tree, key);
@@ -100,8 +112,19 @@ struct FieldValue<bool> {
     static void Write(CoreServices::Parameters& tree, std::string_view key, bool value) {
         tree.SetParameter(key, value);
     }
+    static void Write(CoreServices::JsonObjectText& text, std::string_view key, bool value) {
+        text.AddFlag(key, value);
+    }
     static bool Read(const CoreServices::Parameters& tree, std::string_view key) {
         return GetRequiredBool(tree, key);
+    }
+};
+
+template <>
+struct FieldValue<CoreServices::Parameters> {
+    static void Write(CoreServices::JsonObjectText& text, std::string_view key,
+                      const CoreServices::Parameters& value) {
+        text.AddTextOf(key, value);
     }
 };
 
@@ -149,6 +172,15 @@ CoreServices::Parameters WriteStructure(const Structure& structure) {
         FieldValue<Value>::Write(tree, key, value);
     });
     return tree;
+}
+
+template <DescribedStructure Structure>
+std::string WriteStructureText(const Structure& structure) {
+    CoreServices::JsonObjectText text;
+    ForEachField(structure, [&text]<class Value>(std::string_view key, const Value& value) {
+        FieldValue<Value>::Write(text, key, value);
+    });
+    return text.Finish();
 }
 
 template <DescribedStructure Structure>

@@ -366,6 +366,9 @@ inline constexpr std::string_view ProxyEventStore = "proxyEventStore";
 inline constexpr std::string_view EventMaxPollingTimeoutMs = "eventMaxPollingTimeoutMs";
 inline constexpr std::string_view Config = "config";
 inline constexpr std::string_view EnableOldHALPrototype = "enableOldHALPrototype";
+
+// Of the file that `config` names, and no option of its own.
+inline constexpr std::string_view StoreCompression = "store.compression";
 }  // namespace Options
 
 }  // namespace Weftline

@@ -16,6 +16,11 @@ namespace {
 constexpr long kManyFaults = 32;
 constexpr std::size_t kMostIdleBytes = std::size_t{64} << 20U;
 
+#ifndef QUILLON_OTHER_ALLOCATOR
+// As large as only bodies, long answers and whole lists of results come; what is smaller is used again.
+constexpr int kLargeBlock = 1 << 20;
+#endif
+
 // Faults since the thread asked for the last time.
 long NewFaultsOfThread() noexcept {
     thread_local long t_told = 0;
@@ -38,6 +43,12 @@ std::size_t CountFreeBytes() noexcept {
 }
 
 }  // namespace
+
+void KeepLargeBlocksApart() noexcept {
+#ifndef QUILLON_OTHER_ALLOCATOR
+    mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+#endif
+}
 
 void ReturnFreeMemory() noexcept {
 #ifndef QUILLON_OTHER_ALLOCATOR

@@ -14,6 +14,11 @@ public:
     MemoryWatch& operator=(const MemoryWatch&) = delete;
 };
 
+/// From now on a large block lies in pages of its own, which go back to the system as soon as it is freed.
+/// Left to itself the C library's allocator learns, from the first one that is freed, to keep such blocks.
+/// For the start of the process.
+void KeepLargeBlocksApart() noexcept;
+
 /// Gives what was freed, and is only kept for later, back to the system, as far as it makes up whole pages.
 /// Any thread may call.
 void ReturnFreeMemory() noexcept;

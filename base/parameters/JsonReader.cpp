@@ -1,80 +1,127 @@
 #include "base/parameters/JsonReader.h"
 
-#include <iterator>
-#include <memory>
-#include <span>
+#include <algorithm>
+#include <limits>
+#include <new>
 #include <stdexcept>
-#include <utility>
 
 #include "base/parameters/JsonText.h"
-#include "base/parameters/Tree.h"
+#include "base/parameters/Number.h"
 
 namespace CoreServices::Tree {
 
 namespace {
 
-constexpr std::size_t kDeepestNesting = 512;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr bool IsDigit(char c) noexcept {
     return c >= '0' && c <= '9';
 }
 
-template <typename T>
-std::vector<T> TakeTail(std::vector<T>& stack, std::size_t first) {
-    const auto begin = stack.begin() + static_cast<std::ptrdiff_t>(first);
-    std::vector<T> tail(std::make_move_iterator(begin), std::make_move_iterator(stack.end()));
-    stack.erase(begin, stack.end());
-    return tail;
-}
-
 }  // namespace
 
-NodeRef JsonReader::Read() {
-    if (m_text.empty())
+JsonReader::Plan JsonReader::PlanOf(const JsonScan& scan) noexcept {
+    constexpr std::size_t kShortestLong = Value::kInlineCapacity + 1;
+    constexpr std::size_t kSlotsOfMember = 4 * sizeof(Slot);
+    constexpr std::size_t kIndexOfMember = kSlotsOfMember + 2;  // with the objects that hold the tables
+    constexpr std::size_t kLastKey = 2;                         // its colon may be what is missing
+    constexpr std::size_t kLastText = 64;                       // escapes need room that their text does not
+
+    const bool mayHaveTable = scan.members > kMostSearchedOneByOne;
+    const std::size_t values = scan.values + kLastKey;
+    const std::size_t texts =
+        scan.textBytes + std::min(scan.texts, scan.textBytes / kShortestLong) * DocumentBuilder::kTextHead;
+    const std::size_t tokens = 2 * scan.tokenBytes;  // of which the long ones are no shorter than their head
+    return {.document = DocumentBuilder::kHead + values * sizeof(Value) +
+                        scan.containers * DocumentBuilder::kNodeHead + texts + tokens + kLastText +
+                        (mayHaveTable ? scan.members * kSlotsOfMember : 0),
+            .stack = values,
+            .indices = mayHaveTable ? scan.members * kIndexOfMember : 0};
+}
+
+JsonReader::Plan JsonReader::UsualPlan(std::size_t textSize) noexcept {
+    return {.document = DocumentBuilder::kHead + 2 * textSize + 256, .stack = kSmallStack, .indices = 0};
+}
+
+std::size_t JsonReader::MostMemoryOf(std::string_view text) noexcept {
+    constexpr std::size_t kTextOfFailure = 512;
+    const Plan plan = PlanOf(ScanJson(text));
+    const std::size_t most = BlockCost(plan.document) + plan.indices +
+                             (plan.stack > kSmallStack ? BlockCost(plan.stack * sizeof(Value)) : 0);
+    const bool isSmall = text.size() <= kSmallText;
+    return kTextOfFailure +
+           std::max(most, isSmall ? BlockCost(UsualPlan(text.size()).document) + plan.indices : 0);
+}
+
+OwnedValue JsonReader::Read(std::string_view text) {
+    constexpr std::size_t kLongest = std::numeric_limits<std::uint32_t>::max();
+    if (text.empty())
         return {};
+    if (text.size() > kLongest)
+        Fail(kLongest, "a longer text is not read");
+    if (text.size() <= kSmallText) {
+        try {
+            return JsonReader(text, UsualPlan(text.size())).ReadDocument();
+        } catch (const OutOfRoom&) {
+            // The scan will tell.
+        }
+    }
+    return JsonReader(text, PlanOf(ScanJson(text))).ReadDocument();
+}
+
+JsonReader::JsonReader(std::string_view text, const Plan& plan)
+    : m_text(text), m_builder(plan.document), m_stackRoom(std::max(plan.stack, kSmallStack)) {
+    void* pStack = m_smallStack.data();
+    if (plan.stack > kSmallStack) {
+        const std::size_t size = plan.stack * sizeof(Value);
+        m_pLargeStack = UniqueBlock(AllocateBlock(size), BlockDeleter{size});
+        pStack = m_pLargeStack.get();
+    }
+    m_pStack = static_cast<Value*>(pStack);
+}
+
+OwnedValue JsonReader::ReadDocument() {
     if (m_text.starts_with(kByteOrderMark))
         Fail(0, "a byte order mark is not allowed");
     SkipSpace();
     if (!At('{') && !At('['))
         FailExpected("an object or an array");
-    m_members.reserve(32);
     Open();
-    while (!m_frames.empty())
+    while (m_depth != 0)
         ReadItemOrClose();
     SkipSpace();
     if (!AtEnd())
         Fail(m_at, "nothing more was expected after the end of the document");
-    return std::get<NodeRef>(std::move(m_root));
+    return m_builder.Finish(m_root);
 }
 
 void JsonReader::Open() {
-    if (m_frames.size() == kDeepestNesting)
+    if (m_depth == kDeepestNesting)
         Fail(m_at, "nesting deeper than " + std::to_string(kDeepestNesting) + " is not allowed");
     const bool isArray = m_text[m_at++] == '[';
-    m_frames.push_back({isArray, isArray ? m_elements.size() : m_members.size(), 0, {}});
+    m_frames[m_depth++] = {isArray, false, 0, m_stackSize, m_builder.Position()};
 }
 
 void JsonReader::Close() {
     ++m_at;
-    Frame frame = std::move(m_frames.back());
-    m_frames.pop_back();
-    NodeRef node;
-    if (frame.isArray)
-        node = NodeRef(std::make_unique<Node>(TakeTail(m_elements, frame.first)));
-    else if (m_members.size() != frame.first)
-        node = NodeRef(std::make_unique<Node>(TakeTail(m_members, frame.first), std::move(frame.index)));
-    // Only now: the place of the new node may lie on the stack whose tail was just taken.
-    Target().emplace<NodeRef>(std::move(node));
+    const Frame& frame = m_frames[--m_depth];
+    const Kind kind = frame.isArray ? Kind::Array : Kind::Object;
+    Value closed(kind);
+    if (m_stackSize != frame.first)
+        closed = m_builder.AddNode(kind, {m_pStack + frame.first, m_pStack + m_stackSize}, SlotsOf(frame),
+                                   frame.begin);
+    if (frame.hasIndex)
+        m_indices.pop_back();
+    m_stackSize = frame.first;
+    Put(closed);
 }
 
 void JsonReader::ReadItemOrClose() {
-    const Frame& frame = m_frames.back();
-    const bool isFirst = frame.first == (frame.isArray ? m_elements.size() : m_members.size());
+    const Frame& frame = m_frames[m_depth - 1];
     SkipSpace();
     if (At(frame.isArray ? ']' : '}'))
         return Close();
-    if (!isFirst) {
+    if (m_stackSize != frame.first) {
         if (!Take(','))
             FailExpected(frame.isArray ? "a comma or a closing bracket" : "a comma or a closing brace");
         SkipSpace();
@@ -87,20 +134,27 @@ void JsonReader::ReadItemOrClose() {
 void JsonReader::ReadKey() {
     if (!At('"'))
         FailExpected("a key in double quotes");
-    const std::string_view key = ReadText();
-    Frame& frame = m_frames.back();
-    const std::size_t position = frame.index.Find(key, std::span(m_members).subspan(frame.first));
-    if (position == KeyIndex::kNotFound) {
-        frame.target = m_members.size();
-        m_members.emplace_back(key);
-        frame.index.Appended(std::span(m_members).subspan(frame.first));
-    } else {
-        frame.target = frame.first + position;
-    }
+    AddKey(ReadText());
     SkipSpace();
     if (!Take(':'))
         FailExpected("a colon");
     SkipSpace();
+}
+
+void JsonReader::AddKey(std::string_view key) {
+    Frame& frame = m_frames[m_depth - 1];
+    std::size_t position = FindKey(key, MembersOf(frame), SlotsOf(frame));
+    if (position == kKeyNotFound) {
+        position = MembersOf(frame).size();
+        Push(m_builder.AddText(Kind::Text, key));
+        Push(Value());
+        if (position + 1 > kMostSearchedOneByOne) {
+            if (!std::exchange(frame.hasIndex, true))
+                m_indices.emplace_back();
+            m_indices.back().Appended(MembersOf(frame));
+        }
+    }
+    frame.target = static_cast<std::uint32_t>(frame.first + 2 * position + 1);
 }
 
 void JsonReader::ReadValue() {
@@ -109,20 +163,16 @@ void JsonReader::ReadValue() {
         case '[':
             return Open();
         case '"':
-            Target().emplace<Text>(ReadText());
-            return;
+            return Put(m_builder.AddText(Kind::Text, ReadText()));
         case 't':
             ReadWord("true");
-            Target().emplace<bool>(true);
-            return;
+            return Put(Value(Kind::True));
         case 'f':
             ReadWord("false");
-            Target().emplace<bool>(false);
-            return;
+            return Put(Value(Kind::False));
         case 'n':
             ReadWord("null");
-            Target().emplace<Null>();
-            return;
+            return Put(Value(Kind::Null));
         default:
             if (!At('-') && (AtEnd() || !IsDigit(m_text[m_at])))
                 FailExpected("a value");
@@ -130,12 +180,28 @@ void JsonReader::ReadValue() {
     }
 }
 
-Value& JsonReader::Target() {
-    if (m_frames.empty())
-        return m_root;
-    if (m_frames.back().isArray)
-        return m_elements.emplace_back();
-    return m_members[m_frames.back().target].value;
+void JsonReader::Put(const Value& value) {
+    if (m_depth == 0)
+        m_root = value;
+    else if (m_frames[m_depth - 1].isArray)
+        Push(value);
+    else
+        m_pStack[m_frames[m_depth - 1].target] = value;
+}
+
+void JsonReader::Push(const Value& value) {
+    if (m_stackSize == m_stackRoom)
+        throw OutOfRoom();
+    new (m_pStack + m_stackSize++) Value(value);
+}
+
+std::span<const Member> JsonReader::MembersOf(const Frame& frame) const noexcept {
+    const void* pFirst = m_pStack + frame.first;
+    return {static_cast<const Member*>(pFirst), (m_stackSize - frame.first) / 2};
+}
+
+std::span<const Slot> JsonReader::SlotsOf(const Frame& frame) const noexcept {
+    return frame.hasIndex ? m_indices.back().Slots() : std::span<const Slot>();
 }
 
 std::string_view JsonReader::ReadText() {
@@ -147,31 +213,41 @@ std::string_view JsonReader::ReadText() {
 }
 
 std::string_view JsonReader::ReadTextWithEscapes(std::size_t begin) {
-    m_unescaped.assign(m_text.substr(begin, m_at - begin));
+    const std::span<char> room = m_builder.TextRoom();
+    char* to = room.data();
+    const auto append = [&](std::string_view run) {
+        // And the escape behind it, which comes out shorter than it stands.
+        constexpr std::size_t kLongestCharacter = 4;
+        if (run.size() + kLongestCharacter > room.size() - static_cast<std::size_t>(to - room.data()))
+            throw OutOfRoom();
+        to = std::copy(run.begin(), run.end(), to);
+    };
+    append(m_text.substr(begin, m_at - begin));
     while (!Take('"')) {
         if (AtEnd())
             FailExpected("a closing quote");
         if (!Take('\\'))
             Fail(m_at, "a control character must be escaped");
-        ReadEscape();
+        to = ReadEscape(to);
         begin = m_at;
         SkipPlain();
-        m_unescaped.append(m_text.substr(begin, m_at - begin));
+        append(m_text.substr(begin, m_at - begin));
     }
-    return m_unescaped;
+    return {room.data(), to};
 }
 
 /// Behind a backslash.
-void JsonReader::ReadEscape() {
+char* JsonReader::ReadEscape(char* to) {
     static constexpr std::string_view kLetters = "\"\\/bfnrt";
     static constexpr std::string_view kMeanings = "\"\\/\b\f\n\r\t";
     if (Take('u'))
-        return AppendUtf8(m_unescaped, ReadCodePoint());
+        return WriteUtf8(to, ReadCodePoint());
     const std::size_t which = AtEnd() ? std::string_view::npos : kLetters.find(m_text[m_at]);
     if (which == std::string_view::npos)
         FailExpected("an escape character");
-    m_unescaped.push_back(kMeanings[which]);
     ++m_at;
+    *to++ = kMeanings[which];
+    return to;
 }
 
 /// Behind a backslash and a "u".
@@ -219,7 +295,8 @@ void JsonReader::ReadNumber() {
             Take('-');
         ReadDigits();
     }
-    SetNumber(Target(), m_text.substr(begin, m_at - begin));
+    const std::string_view token = m_text.substr(begin, m_at - begin);
+    Put(m_builder.AddText(KindOfNumber(token), token));
 }
 
 void JsonReader::ReadDigits() {

@@ -8,19 +8,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/parameters/ShortText.h"
+
 namespace CoreServices::Tree {
 
 namespace {
 
-using Word = std::uint64_t;
-
 constexpr Word Repeat(unsigned char byte) noexcept {
     return byte * Word{0x0101010101010101U};
-}
-
-constexpr bool IsPlain(char c) noexcept {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\';
 }
 
 /// The top bit of each byte that is zero; above the first such byte other top bits may be set too.
@@ -53,22 +48,18 @@ std::size_t PlainRun(std::string_view text, char* to) noexcept {
             return length + static_cast<std::size_t>(std::countr_zero(mask));
     }
 #endif
-    // Eight at a time: on the other byte order the first byte in memory is not the lowest one of the word.
-    if constexpr (std::endian::native == std::endian::little) {
-        for (; text.size() - length >= sizeof(Word); length += sizeof(Word)) {
-            Word word = 0;
-            std::memcpy(&word, text.data() + length, sizeof word);
-            if constexpr (copy)
-                std::memcpy(to + length, &word, sizeof word);
-            if (const Word special = SpecialBytes(word); special != 0)
-                return length + static_cast<std::size_t>(std::countr_zero(special)) / 8;
-        }
-    }
-    for (; length < text.size() && IsPlain(text[length]); ++length) {
+    for (; text.size() - length >= sizeof(Word); length += sizeof(Word)) {
+        const Word word = LoadPart<Word>(text.data() + length);
         if constexpr (copy)
-            to[length] = text[length];
+            std::memcpy(to + length, &word, sizeof word);
+        if (const Word special = SpecialBytes(word); special != 0)
+            return length + static_cast<std::size_t>(std::countr_zero(special)) / 8;
     }
-    return length;
+    // The zeros behind the end are no plain characters.
+    const Word word = LoadShort(text.substr(length));
+    if constexpr (copy)
+        StoreShort(word, text.size() - length, to + length);
+    return length + static_cast<std::size_t>(std::countr_zero(SpecialBytes(word))) / 8;
 }
 
 }  // namespace
@@ -128,24 +119,25 @@ std::size_t Utf8SequenceLength(std::string_view text) noexcept {
     return length;
 }
 
-void AppendUtf8(std::string& out, char32_t codePoint) {
-    const auto append = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    const auto appendContinuation = [&](unsigned shift) { append(0x80U | ((codePoint >> shift) & 0x3FU)); };
+char* WriteUtf8(char* to, char32_t codePoint) noexcept {
+    const auto write = [&to](char32_t byte) { *to++ = static_cast<char>(byte); };
+    const auto writeContinuation = [&](unsigned shift) { write(0x80U | ((codePoint >> shift) & 0x3FU)); };
     if (codePoint < 0x80) {
-        append(codePoint);
+        write(codePoint);
     } else if (codePoint < 0x800) {
-        append(0xC0U | (codePoint >> 6));
-        appendContinuation(0);
+        write(0xC0U | (codePoint >> 6));
+        writeContinuation(0);
     } else if (codePoint < 0x10000) {
-        append(0xE0U | (codePoint >> 12));
-        appendContinuation(6);
-        appendContinuation(0);
+        write(0xE0U | (codePoint >> 12));
+        writeContinuation(6);
+        writeContinuation(0);
     } else {
-        append(0xF0U | (codePoint >> 18));
-        appendContinuation(12);
-        appendContinuation(6);
-        appendContinuation(0);
+        write(0xF0U | (codePoint >> 18));
+        writeContinuation(12);
+        writeContinuation(6);
+        writeContinuation(0);
     }
+    return to;
 }
 
 }  // namespace CoreServices::Tree

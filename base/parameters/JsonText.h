@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 namespace CoreServices::Tree {
@@ -20,7 +19,7 @@ std::size_t CopyPlainRun(std::string_view text, char* to) noexcept;
 /// 0 where there is none: stray, missing or overlong bytes, surrogates, beyond U+10FFFF.
 std::size_t Utf8SequenceLength(std::string_view text) noexcept;
 
-/// `codePoint` is a Unicode scalar value.
-void AppendUtf8(std::string& out, char32_t codePoint);
+/// Writes the 1 to 4 bytes of a Unicode scalar value to `to`; the end of what was written.
+char* WriteUtf8(char* to, char32_t codePoint) noexcept;
 
 }  // namespace CoreServices::Tree

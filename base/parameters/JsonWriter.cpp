@@ -1,11 +1,11 @@
 #include "base/parameters/JsonWriter.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
 #include "base/parameters/JsonText.h"
-#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
 
@@ -15,10 +15,9 @@ constexpr std::string_view kIndent = "  ";
 // Deeper levels line up here: else the text of a deep tree would grow with the square of its depth.
 constexpr std::size_t kDeepestIndent = 40;
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
+constexpr std::string_view kEscapedQuote = "\\\"";
 constexpr std::size_t kPiece = 128;
-constexpr std::size_t kSmallest = 1024;
-
-constexpr std::size_t kLongestEscape = 6;  // of one byte, as \u001f
+constexpr std::size_t kLongestEscape = 7;  // of one byte, as \\u001f in a text within a text
 
 // The letter of an escaped character; 'u' for those that have none of their own.
 constexpr char ShortEscape(char c) noexcept {
@@ -46,87 +45,77 @@ char* Append(std::string_view text, char* to) noexcept {
     return to + text.size();
 }
 
-// Writes the character that `text` begins with and that does not stand for itself; cuts it off the text.
-char* WriteSpecial(std::string_view& text, char* to) noexcept {
-    static constexpr std::string_view kHexDigits = "0123456789abcdef";
-    const char c = text.front();
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= 0x80) {
-        const std::size_t length = Utf8SequenceLength(text);
-        to = Append(length != 0 ? text.substr(0, length) : kReplacementCharacter, to);
-        text.remove_prefix(std::max<std::size_t>(length, 1));
-        return to;
-    }
-    text.remove_prefix(1);
-    *to++ = '\\';
-    *to++ = ShortEscape(c);
-    if (to[-1] == 'u') {
-        to = Append("00", to);
-        *to++ = kHexDigits[byte >> 4U];
-        *to++ = kHexDigits[byte & 0xFU];
-    }
-    return to;
-}
-
 }  // namespace
 
-std::string JsonWriter::Write(const Node& root) {
-    Open(root);
-    while (!m_frames.empty())
+void JsonWriter::WriteTree(const Value& root) {
+    const std::size_t outside = m_depth;
+    WriteValue(root);
+    while (m_depth != outside)
         WriteNextOrClose();
-    return std::string(m_pText.get(), m_written);
 }
 
-void JsonWriter::Open(const Node& node) {
+void JsonWriter::Open(const Value& container) {
+    const Node& node = OwnedValue::NodeOf(container);
     Put(node.IsArray() ? '[' : '{');
-    m_frames.push_back({&node, 0});
+    if (m_depth == m_stackRoom)
+        GrowStack();
+    m_pStack[m_depth++] = {&node, 0};
 }
 
 void JsonWriter::Close() {
-    const Node& node = *m_frames.back().pNode;
-    m_frames.pop_back();
+    const Node& node = *m_pStack[--m_depth].pNode;
     if (node.Size() != 0)
         NewLine();
     Put(node.IsArray() ? ']' : '}');
 }
 
 void JsonWriter::WriteNextOrClose() {
-    Frame& frame = m_frames.back();
+    Frame& frame = m_pStack[m_depth - 1];
     const Node& node = *frame.pNode;
     if (frame.next == node.Size())
         return Close();
     const std::size_t current = frame.next++;
-    if (current != 0)
-        Put(',');
-    NewLine();
-    if (!node.IsArray()) {
-        WriteText(node.Members()[current].key.View());
-        Put(m_layout == Layout::Compact ? ":" : ": ");
+    const char separator = current != 0 ? ',' : '\0';
+    if (!node.IsArray() && m_layout == Layout::Compact) {
+        const Member& member = node.Members()[current];
+        WriteText(member.key.View(), separator, ':');
+        return WriteValue(member.value);
     }
-    const Value& value = node.IsArray() ? node.Elements()[current] : node.Members()[current].value;
-    if (const auto* pChild = std::get_if<NodeRef>(&value))
-        Open(**pChild);
-    else
-        WriteScalar(value);
+    if (separator != '\0')
+        Put(separator);
+    NewLine();
+    if (node.IsArray())
+        return WriteValue(node.Elements()[current]);
+    WriteText(node.Members()[current].key.View(), '\0', ':');
+    Put(' ');
+    WriteValue(node.Members()[current].value);
 }
 
-void JsonWriter::WriteScalar(const Value& value) {
-    if (const auto* pText = std::get_if<Text>(&value))
-        WriteText(pText->View());
-    else if (const auto* pInteger = std::get_if<Integer>(&value))
-        Put(pInteger->token.View());
-    else if (const auto* pDouble = std::get_if<Double>(&value))
-        Put(pDouble->token.View());
-    else if (const auto* pBool = std::get_if<bool>(&value))
-        Put(*pBool ? "true" : "false");
-    else
-        Put("null");
+void JsonWriter::WriteValue(const Value& value) {
+    switch (value.GetKind()) {
+        case Kind::Null:
+            return Put("null");
+        case Kind::False:
+            return Put("false");
+        case Kind::True:
+            return Put("true");
+        case Kind::Integer:
+        case Kind::Double:
+            return Put(value.View());
+        case Kind::Text:
+            return WriteText(value.View());
+        case Kind::Object:
+        case Kind::Array:
+            return Open(value);
+    }
 }
 
-void JsonWriter::WriteText(std::string_view text) {
-    constexpr std::size_t kQuotes = 2;
-    char* to = Room((kPiece + 1) * kLongestEscape + kQuotes);
-    *to++ = '"';
+void JsonWriter::WriteText(std::string_view text, char before, char after) {
+    constexpr std::size_t kRoom = (kPiece + 1) * kLongestEscape + 2 * (1 + kEscapedQuote.size());
+    char* to = Room(kRoom);
+    if (before != '\0')
+        *to++ = before;
+    to = WriteQuote(to);
     // Piece by piece, so that room for the longest form of each is cheap. A character that begins in a piece
     // is written with it.
     while (!text.empty()) {
@@ -139,19 +128,61 @@ void JsonWriter::WriteText(std::string_view text) {
                 to = WriteSpecial(text, to);
         }
         if (!text.empty()) {
-            m_written = static_cast<std::size_t>(to - m_pText.get());
-            to = Room((kPiece + 1) * kLongestEscape + kQuotes);
+            m_written = static_cast<std::size_t>(to - m_pText);
+            to = Room(kRoom);
         }
     }
-    *to++ = '"';
-    m_written = static_cast<std::size_t>(to - m_pText.get());
+    to = WriteQuote(to);
+    if (after != '\0')
+        *to++ = after;
+    m_written = static_cast<std::size_t>(to - m_pText);
+}
+
+char* JsonWriter::WriteQuote(char* to) const noexcept {
+    return m_isInText ? Append(kEscapedQuote, to) : Append("\"", to);
+}
+
+char* JsonWriter::WriteSpecial(std::string_view& text, char* to) const noexcept {
+    static constexpr std::string_view kHexDigits = "0123456789abcdef";
+    const char c = text.front();
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x80) {
+        const std::size_t length = Utf8SequenceLength(text);
+        to = Append(length != 0 ? text.substr(0, length) : kReplacementCharacter, to);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+        return to;
+    }
+    text.remove_prefix(1);
+    *to++ = '\\';
+    if (m_isInText)
+        *to++ = '\\';
+    const char letter = ShortEscape(c);
+    if (m_isInText && (letter == '"' || letter == '\\'))
+        *to++ = '\\';
+    *to++ = letter;
+    if (letter == 'u') {
+        to = Append("00", to);
+        *to++ = kHexDigits[byte >> 4U];
+        *to++ = kHexDigits[byte & 0xFU];
+    }
+    return to;
+}
+
+void JsonWriter::OpenText() {
+    Put('"');
+    m_isInText = true;
+}
+
+void JsonWriter::CloseText() {
+    m_isInText = false;
+    Put('"');
 }
 
 void JsonWriter::NewLine() {
     if (m_layout == Layout::Compact)
         return;
     Put('\n');
-    for (std::size_t level = std::min(m_frames.size(), kDeepestIndent); level > 0; --level)
+    for (std::size_t level = std::min(m_depth, kDeepestIndent); level > 0; --level)
         Put(kIndent);
 }
 
@@ -166,12 +197,20 @@ void JsonWriter::Put(std::string_view text) {
 }
 
 void JsonWriter::Grow(std::size_t count) {
-    const std::size_t room = std::max(2 * m_room, m_written + count + kSmallest);
-    std::unique_ptr<char[]> text(new char[room]);
-    if (m_written != 0)
-        std::memcpy(text.get(), m_pText.get(), m_written);
-    m_pText = std::move(text);
+    const std::size_t room = std::max(2 * m_room, m_written + count);
+    std::unique_ptr<char[]> pText(new char[room]);
+    std::memcpy(pText.get(), m_pText, m_written);
+    m_pLargeText = std::move(pText);
+    m_pText = m_pLargeText.get();
     m_room = room;
+}
+
+void JsonWriter::GrowStack() {
+    std::unique_ptr<Frame[]> pFrames(new Frame[2 * m_stackRoom]);
+    std::copy_n(m_pStack, m_depth, pFrames.get());
+    m_pManyFrames = std::move(pFrames);
+    m_pStack = m_pManyFrames.get();
+    m_stackRoom *= 2;
 }
 
 }  // namespace CoreServices::Tree

@@ -3,15 +3,10 @@
 #include <bit>
 #include <cstring>
 #include <random>
-#include <utility>
-
-#include "base/parameters/Tree.h"
 
 namespace CoreServices::Tree {
 
 namespace {
-
-constexpr std::size_t kMostSearchedLinearly = 64;
 
 struct SipKey {
     std::uint64_t k0;
@@ -78,61 +73,60 @@ private:
     std::uint64_t m_v0, m_v1, m_v2, m_v3;
 };
 
-std::uint32_t HashOf(std::string_view key) {
-    return static_cast<std::uint32_t>(SipHasher(SecretOfProcess()).Hash(key));
+std::size_t HashOf(std::string_view key) {
+    return static_cast<std::size_t>(SipHasher(SecretOfProcess()).Hash(key));
+}
+
+std::size_t FindOneByOne(std::string_view key, std::span<const Member> members) noexcept {
+    if (key.size() <= Value::kInlineCapacity) {
+        const Value wanted = Value::OfShort(Kind::Text, key);
+        for (std::size_t position = 0; position < members.size(); ++position)
+            if (members[position].key.IsSameAs(wanted))
+                return position;
+        return kKeyNotFound;
+    }
+    for (std::size_t position = 0; position < members.size(); ++position)
+        if (members[position].key.View() == key)
+            return position;
+    return kKeyNotFound;
+}
+
+void Insert(std::span<Slot> slots, std::span<const Member> members, std::size_t position) noexcept {
+    const std::size_t mask = slots.size() - 1;
+    std::size_t at = HashOf(members[position].key.View()) & mask;
+    while (slots[at] != 0)
+        at = (at + 1) & mask;
+    slots[at] = static_cast<Slot>(position + 1);
 }
 
 }  // namespace
 
-std::size_t KeyIndex::Find(std::string_view key, std::span<const Member> members) const noexcept {
-    if (m_slots.empty()) {
-        for (std::size_t position = 0; position < members.size(); ++position)
-            if (members[position].key.View() == key)
-                return position;
-        return kNotFound;
-    }
-    const std::uint32_t hash = HashOf(key);
-    const std::size_t mask = m_slots.size() - 1;
-    for (std::size_t at = hash & mask; m_slots[at].place != 0; at = (at + 1) & mask) {
-        const std::size_t position = m_slots[at].place - 1;
-        if (m_slots[at].hash == hash && members[position].key.View() == key)
-            return position;
-    }
-    return kNotFound;
+std::size_t FindKey(std::string_view key, std::span<const Member> members,
+                    std::span<const Slot> slots) noexcept {
+    if (slots.empty())
+        return FindOneByOne(key, members);
+    const std::size_t mask = slots.size() - 1;
+    for (std::size_t at = HashOf(key) & mask; slots[at] != 0; at = (at + 1) & mask)
+        if (members[slots[at] - 1].key.View() == key)
+            return slots[at] - 1;
+    return kKeyNotFound;
 }
 
 void KeyIndex::Appended(std::span<const Member> members) {
-    if (members.size() <= kMostSearchedLinearly)
-        return;
-    if (m_slots.empty())
+    if (NumSlots(members.size()) != m_slots.size())
         return Rebuild(members);
-    if (members.size() * 2 > m_slots.size())
-        Grow(members.size());
-    Insert(HashOf(members.back().key.View()), members.size() - 1);
+    if (!m_slots.empty())
+        Insert(m_slots, members, members.size() - 1);
 }
 
 void KeyIndex::Rebuild(std::span<const Member> members) {
-    m_slots.clear();
-    if (members.size() <= kMostSearchedLinearly)
+    // The old table goes first: it need not stand beside the new one.
+    m_slots = std::vector<Slot>();
+    m_slots.resize(NumSlots(members.size()));
+    if (m_slots.empty())
         return;
-    Grow(members.size());
     for (std::size_t position = 0; position < members.size(); ++position)
-        Insert(HashOf(members[position].key.View()), position);
-}
-
-void KeyIndex::Insert(std::uint32_t hash, std::size_t position) noexcept {
-    const std::size_t mask = m_slots.size() - 1;
-    std::size_t at = hash & mask;
-    while (m_slots[at].place != 0)
-        at = (at + 1) & mask;
-    m_slots[at] = {hash, static_cast<std::uint32_t>(position + 1)};
-}
-
-void KeyIndex::Grow(std::size_t members) {
-    const std::vector<Slot> old = std::exchange(m_slots, std::vector<Slot>(std::bit_ceil(members * 4)));
-    for (const Slot& slot : old)
-        if (slot.place != 0)
-            Insert(slot.hash, slot.place - 1);
+        Insert(m_slots, members, position);
 }
 
 }  // namespace CoreServices::Tree

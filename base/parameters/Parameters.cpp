@@ -5,55 +5,67 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "base/parameters/Document.h"
 #include "base/parameters/JsonReader.h"
 #include "base/parameters/JsonWriter.h"
+#include "base/parameters/LooseNode.h"
+#include "base/parameters/Number.h"
 #include "base/parameters/Tree.h"
 
 namespace CoreServices {
 
+using Tree::Kind;
 using Tree::Node;
-using Tree::NodeRef;
-using Tree::Text;
+using Tree::OwnedValue;
 using Tree::Value;
 
 namespace {
 
-const NodeRef* ChildIn(const Value* pValue) noexcept {
-    return pValue != nullptr ? std::get_if<NodeRef>(pValue) : nullptr;
+bool IsOf(const Value* pValue, Kind kind) noexcept {
+    return pValue != nullptr && pValue->GetKind() == kind;
 }
 
-const Value* ElementOf(const Node& node, std::size_t n) noexcept {
-    return n < node.Elements().size() ? &node.Elements()[n] : nullptr;
+/// The node of a child; null where the value is none.
+const Node* NodeIn(const Value* pValue) noexcept {
+    return pValue != nullptr && pValue->IsContainer() ? &OwnedValue::NodeOf(*pValue) : nullptr;
+}
+
+const Value* ElementOf(const Node* pNode, std::size_t n) noexcept {
+    return pNode != nullptr && n < pNode->Elements().size() ? &pNode->Elements()[n] : nullptr;
 }
 
 bool ReadText(const Value* pValue, std::string& out) {
-    const auto* pText = pValue != nullptr ? std::get_if<Text>(pValue) : nullptr;
-    if (pText == nullptr)
+    if (!IsOf(pValue, Kind::Text))
         return false;
-    out = pText->View();
+    out = pValue->View();
     return true;
 }
 
-/// The value under the key, for writing; made where there is none.
-Value& At(NodeRef& root, std::string_view key) {
-    if (root->IsArray())
-        throw std::logic_error("Parameters: an array holds no keys");
-    return root.Write().At(key);
+bool ReadChild(const Value* pValue, OwnedValue& out) {
+    if (pValue == nullptr || !pValue->IsContainer())
+        return false;
+    out = OwnedValue::Share(*pValue);
+    return true;
 }
 
-/// The array under the key, for writing. A value of another type is replaced by an empty array.
-Node& WriteArray(Value& value) {
-    auto* pChild = std::get_if<NodeRef>(&value);
-    if (pChild == nullptr || !(*pChild)->IsArray())
-        pChild = &value.emplace<NodeRef>(std::make_unique<Node>(std::vector<Value>()));
-    return pChild->Write();
+std::string Write(const OwnedValue& root, Tree::JsonWriter::Layout layout) {
+    Tree::JsonWriter writer(layout);
+    writer.WriteTree(root.Get());
+    return writer.Result();
+}
+
+/// For writing keys.
+Tree::LooseNode& WriteObject(OwnedValue& root) {
+    if (root->IsArray())
+        throw std::logic_error("Parameters: an array holds no keys");
+    return root.Write();
 }
 
 }  // namespace
 
 void Parameters::SetParameter(std::string_view key, std::string_view text) {
-    Text value(text);
-    At(m_root, key).emplace<Text>(std::move(value));
+    OwnedValue value(Kind::Text, text);
+    WriteObject(m_root).Set(key, std::move(value));
 }
 
 void Parameters::SetParameter(std::string_view key, const char* text) {
@@ -61,14 +73,14 @@ void Parameters::SetParameter(std::string_view key, const char* text) {
 }
 
 void Parameters::SetParameter(std::string_view key, bool value) {
-    At(m_root, key).emplace<bool>(value);
+    WriteObject(m_root).Set(key, OwnedValue(value ? Kind::True : Kind::False));
 }
 
 void Parameters::SetParameter(std::string_view key, std::int32_t value) {
     std::array<char, 16> token;
     const auto result = std::to_chars(token.data(), token.data() + token.size(), value);
-    Tree::Integer number({token.data(), result.ptr});
-    At(m_root, key).emplace<Tree::Integer>(std::move(number));
+    OwnedValue number(Kind::Integer, {token.data(), result.ptr});
+    WriteObject(m_root).Set(key, std::move(number));
 }
 
 void Parameters::SetParameter(std::string_view key, double value) {
@@ -79,24 +91,24 @@ void Parameters::SetParameter(std::string_view key, double value) {
     std::string text(token.data(), result.ptr);
     if (text.find_first_of(".e") == std::string::npos)
         text += ".0";
-    Tree::Double number(text);
-    At(m_root, key).emplace<Tree::Double>(std::move(number));
+    OwnedValue number(Kind::Double, text);
+    WriteObject(m_root).Set(key, std::move(number));
 }
 
 void Parameters::SetParameterNull(std::string_view key) {
-    At(m_root, key).emplace<Tree::Null>();
+    WriteObject(m_root).Set(key, OwnedValue(Kind::Null));
 }
 
 void Parameters::SetChildParameters(std::string_view key, Parameters child) {
-    At(m_root, key).emplace<NodeRef>(std::move(child.m_root));
+    WriteObject(m_root).Set(key, std::move(child.m_root));
 }
 
 bool Parameters::CopyValue(const Parameters& source, std::string_view sourceKey, std::string_view key) {
     const Value* pValue = source.m_root->Find(sourceKey);
     if (pValue == nullptr)
         return false;
-    Value copy(*pValue);
-    At(m_root, key) = std::move(copy);
+    OwnedValue copy = OwnedValue::Share(*pValue);
+    WriteObject(m_root).Set(key, std::move(copy));
     return true;
 }
 
@@ -106,28 +118,25 @@ bool Parameters::GetParameter(std::string_view key, std::string& out) const {
 
 bool Parameters::GetParameter(std::string_view key, bool& out) const {
     const Value* pValue = m_root->Find(key);
-    const auto* pBool = pValue != nullptr ? std::get_if<bool>(pValue) : nullptr;
-    if (pBool == nullptr)
+    if (!IsOf(pValue, Kind::True) && !IsOf(pValue, Kind::False))
         return false;
-    out = *pBool;
+    out = IsOf(pValue, Kind::True);
     return true;
 }
 
 bool Parameters::GetParameter(std::string_view key, std::int32_t& out) const {
     const Value* pValue = m_root->Find(key);
-    const auto* pInteger = pValue != nullptr ? std::get_if<Tree::Integer>(pValue) : nullptr;
-    if (pInteger == nullptr)
+    if (!IsOf(pValue, Kind::Integer))
         return false;
-    out = pInteger->Read();
+    out = Tree::ReadInteger(pValue->View());
     return true;
 }
 
 bool Parameters::GetParameter(std::string_view key, double& out) const {
     const Value* pValue = m_root->Find(key);
-    const auto* pDouble = pValue != nullptr ? std::get_if<Tree::Double>(pValue) : nullptr;
-    if (pDouble == nullptr)
+    if (!IsOf(pValue, Kind::Double))
         return false;
-    out = pDouble->Read();
+    out = Tree::ReadDouble(pValue->View());
     return true;
 }
 
@@ -136,11 +145,7 @@ bool Parameters::HasParameter(std::string_view key) const {
 }
 
 bool Parameters::GetChildParameters(std::string_view key, Parameters& out) const {
-    const NodeRef* pChild = ChildIn(m_root->Find(key));
-    if (pChild == nullptr)
-        return false;
-    out.m_root = *pChild;
-    return true;
+    return ReadChild(m_root->Find(key), out.m_root);
 }
 
 Parameters Parameters::GetChildParameters(std::string_view key) const {
@@ -150,39 +155,35 @@ Parameters Parameters::GetChildParameters(std::string_view key) const {
 }
 
 void Parameters::AddArrayParameter(std::string_view key, std::string_view text) {
-    Value value(std::in_place_type<Text>, text);
-    WriteArray(At(m_root, key)).Append(std::move(value));
+    OwnedValue element(Kind::Text, text);
+    WriteObject(m_root).WriteArray(key).Append(std::move(element));
 }
 
 void Parameters::AddArrayChildParameters(std::string_view key, Parameters child) {
-    WriteArray(At(m_root, key)).Append(Value(std::in_place_type<NodeRef>, std::move(child.m_root)));
+    WriteObject(m_root).WriteArray(key).Append(std::move(child.m_root));
 }
 
 void Parameters::AddEmptyArray(std::string_view key) {
-    NodeRef array(std::make_unique<Node>(std::vector<Value>()));
-    At(m_root, key).emplace<NodeRef>(std::move(array));
+    WriteObject(m_root).Set(key, OwnedValue(Kind::Array));
 }
 
 std::size_t Parameters::GetArrayNumValues(std::string_view key) const {
-    return GetChildParameters(key).GetArrayNumValues();
+    const Node* pChild = NodeIn(m_root->Find(key));
+    return pChild != nullptr ? pChild->Elements().size() : 0;
 }
 
 bool Parameters::GetArrayNthValue(std::string_view key, std::size_t n, std::string& out) const {
-    const NodeRef* pChild = ChildIn(m_root->Find(key));
-    return pChild != nullptr && ReadText(ElementOf(**pChild, n), out);
+    return ReadText(ElementOf(NodeIn(m_root->Find(key)), n), out);
 }
 
 bool Parameters::GetArrayNthChildParameters(std::string_view key, std::size_t n, Parameters& out) const {
-    const NodeRef* pChild = ChildIn(m_root->Find(key));
-    const NodeRef* pElement = pChild != nullptr ? ChildIn(ElementOf(**pChild, n)) : nullptr;
-    if (pElement == nullptr)
-        return false;
-    out.m_root = *pElement;
-    return true;
+    return ReadChild(ElementOf(NodeIn(m_root->Find(key)), n), out.m_root);
 }
 
 Parameters Parameters::GetArrayNthChildParameters(std::string_view key, std::size_t n) const {
-    return GetChildParameters(key).GetArrayNthChildParameters(n);
+    Parameters child;
+    GetArrayNthChildParameters(key, n, child);
+    return child;
 }
 
 bool Parameters::IsArray() const noexcept {
@@ -194,8 +195,9 @@ std::size_t Parameters::GetArrayNumValues() const noexcept {
 }
 
 Parameters Parameters::GetArrayNthChildParameters(std::size_t n) const {
-    const NodeRef* pElement = ChildIn(ElementOf(*m_root, n));
-    return pElement != nullptr ? Parameters(*pElement) : Parameters();
+    Parameters child;
+    ReadChild(ElementOf(&*m_root, n), child.m_root);
+    return child;
 }
 
 void Parameters::ClearParameter(std::string_view key) {
@@ -204,7 +206,7 @@ void Parameters::ClearParameter(std::string_view key) {
 }
 
 void Parameters::ClearParameters() noexcept {
-    m_root = NodeRef();
+    m_root = OwnedValue();
 }
 
 bool Parameters::IsEmpty() const noexcept {
@@ -220,19 +222,28 @@ std::vector<std::string> Parameters::GetTopLevelParameterNames() const {
 }
 
 std::string Parameters::toJSON() const {
-    return Tree::JsonWriter(Tree::JsonWriter::Layout::Compact).Write(*m_root);
+    return Write(m_root, Tree::JsonWriter::Layout::Compact);
 }
 
 Parameters Parameters::fromJSON(std::string_view text) {
-    return Parameters(Tree::JsonReader(text).Read());
+    return Parameters(Tree::JsonReader::Read(text));
+}
+
+std::size_t Parameters::MostMemoryOf(std::string_view text) noexcept {
+    return Tree::JsonReader::MostMemoryOf(text);
+}
+
+std::size_t Parameters::DocumentBytes() const noexcept {
+    const Tree::Document* const pDocument = m_root->GetDocument();
+    return pDocument != nullptr ? pDocument->Size() : 0;
 }
 
 std::string Parameters::debugString() const {
-    return Tree::JsonWriter(Tree::JsonWriter::Layout::Indented).Write(*m_root);
+    return Write(m_root, Tree::JsonWriter::Layout::Indented);
 }
 
 bool operator==(const Parameters& left, const Parameters& right) noexcept {
-    return Tree::AreEqual(*left.m_root, *right.m_root);
+    return Tree::AreEqual(left.m_root.Get(), right.m_root.Get());
 }
 
 }  // namespace CoreServices

@@ -1,237 +1,311 @@
 #include "base/parameters/Tree.h"
 
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <cmath>
+#include <limits>
+#include <memory>
 #include <new>
-#include <system_error>
+#include <stdexcept>
+#include <vector>
+
+#include "base/parameters/Document.h"
+#include "base/parameters/LooseNode.h"
 
 namespace CoreServices::Tree {
 
 namespace {
 
-// A block is this count with the characters right behind it.
-using Count = std::atomic<std::size_t>;
-
-Count* CountOf(const char* pChars) noexcept {
-    return std::launder(reinterpret_cast<Count*>(const_cast<char*>(pChars) - sizeof(Count)));
+/// Of a long text.
+template <class Head>
+Head* HeadOf(const Value& text) noexcept {
+    void* pHead = const_cast<char*>(text.View().data()) - sizeof(Head);
+    return std::launder(static_cast<Head*>(pHead));
 }
 
-const Node& EmptyObject() noexcept {
-    // Never destroyed: threads that outlive main may still read it.
-    alignas(Node) static std::array<std::byte, sizeof(Node)> memory;
-    static const Node& empty = *new (memory.data()) Node;
-    return empty;
+/// Of a value that points to something: the document that holds it; null where none does.
+Document* DocumentOf(const Value& value) noexcept {
+    if (value.IsContainer())
+        return value.GetNode()->GetDocument();
+    return value.IsInDocument() ? HeadOf<DocumentText>(value)->pDocument : nullptr;
 }
 
-}  // namespace
+/// Of a container that is no document's.
+LooseNode* LooseNodeOf(const Value& container) noexcept {
+    return static_cast<LooseNode*>(container.GetNode());
+}
 
-Text::Text(std::string_view text) {
-    if (text.size() <= kInlineCapacity) {
-        if (!text.empty())
-            std::memcpy(m_bytes, text.data(), text.size());
-        m_inlineSize = static_cast<std::uint8_t>(text.size());
+void Retain(const Value& value) noexcept {
+    if (!value.PointsToSomething())
         return;
-    }
-    char* pBlock = static_cast<char*>(::operator new(sizeof(Count) + text.size()));
-    new (pBlock) Count(1);
-    std::memcpy(pBlock + sizeof(Count), text.data(), text.size());
-    const Shared shared{pBlock + sizeof(Count), text.size()};
-    std::memcpy(m_bytes, &shared, sizeof shared);
-    m_inlineSize = kSharedMark;
-}
-
-void Text::Retain() const noexcept {
-    CountOf(LoadShared().pChars)->fetch_add(1, std::memory_order_relaxed);
-}
-
-void Text::Release() noexcept {
-    Count* pCount = CountOf(LoadShared().pChars);
-    if (pCount->fetch_sub(1, std::memory_order_acq_rel) == 1)
-        ::operator delete(pCount);
-}
-
-NodeRef::NodeRef(std::unique_ptr<Node> pFresh) noexcept : m_pNode(pFresh.release()) {}
-
-NodeRef::NodeRef(const NodeRef& other) noexcept : m_pNode(other.m_pNode) {
-    if (m_pNode != nullptr)
-        m_pNode->m_references.fetch_add(1, std::memory_order_relaxed);
-}
-
-const Node& NodeRef::operator*() const noexcept {
-    return m_pNode != nullptr ? *m_pNode : EmptyObject();
-}
-
-Node& NodeRef::Write() {
-    // Who sees a count of one is the only holder; acquire orders the reads of former holders before the
-    // write.
-    if (m_pNode == nullptr)
-        m_pNode = new Node;
-    else if (m_pNode->m_references.load(std::memory_order_acquire) != 1)
-        *this = NodeRef(std::make_unique<Node>(*m_pNode));
-    return *m_pNode;
-}
-
-void NodeRef::Release(Node* pNode) noexcept {
-    if (pNode->m_references.fetch_sub(1, std::memory_order_acq_rel) != 1)
-        return;
-    // A list of dead nodes instead of recursion: a tree may be nested deeper than the machine stack is.
-    Node* pDead = pNode;
-    const auto dropChild = [&pDead](Value& value) {
-        auto* pChild = std::get_if<NodeRef>(&value);
-        if (pChild == nullptr || pChild->m_pNode == nullptr)
-            return;
-        Node* pDropped = std::exchange(pChild->m_pNode, nullptr);
-        if (pDropped->m_references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-            pDropped->m_pNextDead = pDead;
-            pDead = pDropped;
-        }
-    };
-    while (pDead != nullptr) {
-        Node* pCurrent = std::exchange(pDead, pDead->m_pNextDead);
-        for (Member& member : pCurrent->m_members)
-            dropChild(member.value);
-        for (Value& element : pCurrent->m_elements)
-            dropChild(element);
-        delete pCurrent;
-    }
-}
-
-namespace {
-
-/// True for a token whose value lies above one, for tokens that no double can hold: those are far above or
-/// far below.
-bool IsLarge(std::string_view token) noexcept {
-    token.remove_prefix(token.front() == '-' ? 1 : 0);
-    const std::size_t mantissaEnd = std::min(token.find_first_of("eE"), token.size());
-    const std::string_view mantissa = token.substr(0, mantissaEnd);
-    const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
-    const std::size_t leading = mantissa.find_first_of("123456789");
-    // The power of ten of the leading digit, as the mantissa alone has it.
-    const auto power =
-        static_cast<std::int64_t>(point) - static_cast<std::int64_t>(leading) - (leading < point ? 1 : 0);
-    std::string_view exponentText = token.substr(std::min(mantissaEnd + 1, token.size()));
-    if (exponentText.starts_with('+'))
-        exponentText.remove_prefix(1);
-    std::int64_t exponent = 0;
-    const auto result =
-        std::from_chars(exponentText.data(), exponentText.data() + exponentText.size(), exponent);
-    if (result.ec == std::errc::result_out_of_range)
-        return !exponentText.starts_with('-');
-    return power > -exponent;
-}
-
-}  // namespace
-
-std::int32_t Integer::Read() const noexcept {
-    const std::string_view text = token.View();
-    std::int32_t value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
-double Double::Read() const noexcept {
-    const std::string_view text = token.View();
-    double value = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec == std::errc::result_out_of_range)
-        value = std::copysign(IsLarge(text) ? HUGE_VAL : 0.0, text.front() == '-' ? -1.0 : 1.0);
-    return value;
-}
-
-void SetNumber(Value& value, std::string_view token) {
-    std::int32_t integer = 0;
-    const char* pEnd = token.data() + token.size();
-    const auto [pStop, error] = std::from_chars(token.data(), pEnd, integer);
-    if (error == std::errc() && pStop == pEnd)
-        value.emplace<Integer>(token);
+    if (Document* pDocument = DocumentOf(value))
+        pDocument->Retain(1);
+    else if (value.IsContainer())
+        LooseNodeOf(value)->Retain();
     else
-        value.emplace<Double>(token);
+        HeadOf<LooseText>(value)->references.fetch_add(1, std::memory_order_relaxed);
 }
 
-Node::Node(std::vector<Member>&& members, KeyIndex&& index) noexcept
-    : m_members(std::move(members)), m_index(std::move(index)) {}
+/// Of a long text that is no document's.
+void ReleaseText(const Value& text) noexcept {
+    auto* pHead = HeadOf<LooseText>(text);
+    if (pHead->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        ::operator delete(pHead);
+}
 
-Node::Node(std::vector<Value>&& elements) noexcept : m_elements(std::move(elements)), m_isArray(true) {}
+void Release(const Value& value) noexcept {
+    if (!value.PointsToSomething())
+        return;
+    if (Document* pDocument = DocumentOf(value))
+        pDocument->Release(1);
+    else if (value.IsContainer())
+        LooseNode::Release(LooseNodeOf(value));
+    else
+        ReleaseText(value);
+}
 
-Node::Node(const Node& other)
-    : m_members(other.m_members),
-      m_elements(other.m_elements),
-      m_index(other.m_index),
-      m_isArray(other.m_isArray) {}
+/// Visits the keys and values that point to something.
+template <class Visitor>
+void ForEachPointer(const Node& node, const Visitor& visit) {
+    const auto visitPointer = [&visit](const Value& value) {
+        if (value.PointsToSomething())
+            visit(value);
+    };
+    for (const Member& member : node.Members()) {
+        visitPointer(member.key);
+        visitPointer(member.value);
+    }
+    for (const Value& element : node.Elements())
+        visitPointer(element);
+}
+
+/// Counts what is released of one document after the other, to tell each but once.
+class Releases {
+public:
+    Releases() noexcept = default;
+    Releases(const Releases&) = delete;
+    Releases& operator=(const Releases&) = delete;
+    ~Releases() { ReleaseAll(); }
+
+    void Add(Document* pDocument) noexcept {
+        if (pDocument != m_pDocument) {
+            ReleaseAll();
+            m_pDocument = pDocument;
+        }
+        ++m_references;
+    }
+
+private:
+    void ReleaseAll() noexcept {
+        if (m_references != 0)
+            m_pDocument->Release(std::exchange(m_references, 0));
+    }
+
+    Document* m_pDocument = nullptr;
+    std::size_t m_references = 0;
+};
+
+bool IsSmallBeside(std::size_t size, const Document& document) noexcept {
+    return document.Size() > kLeastShared && size < document.Size() / kSmallestShare;
+}
+
+}  // namespace
+
+std::span<const Slot> Node::Slots() const noexcept {
+    if (m_pDocument == nullptr)
+        return static_cast<const LooseNode*>(this)->KeySlots();
+    const std::span<const Member> members = Members();
+    const void* pBehind = members.data() + members.size();
+    return {static_cast<const Slot*>(pBehind), NumSlots(members.size())};
+}
 
 const Value* Node::Find(std::string_view key) const noexcept {
-    const std::size_t position = m_index.Find(key, m_members);
-    return position == KeyIndex::kNotFound ? nullptr : &m_members[position].value;
+    const std::span<const Member> members = Members();
+    const std::size_t position =
+        FindKey(key, members, members.size() > kMostSearchedOneByOne ? Slots() : std::span<const Slot>());
+    return position == kKeyNotFound ? nullptr : &members[position].value;
 }
 
-Value& Node::At(std::string_view key) {
-    const std::size_t position = m_index.Find(key, m_members);
-    if (position != KeyIndex::kNotFound)
+LooseNode::LooseNode(const Node& other) : Node(other.IsArray()) {
+    constexpr std::size_t kRoomToGrow = 2;
+    if (other.IsArray()) {
+        m_elements.reserve(other.Size() + kRoomToGrow);
+        m_elements.assign(other.Elements().begin(), other.Elements().end());
+        SetItems(m_elements.data(), m_elements.size());
+    } else {
+        m_members.reserve(other.Size() + kRoomToGrow);
+        m_members.assign(other.Members().begin(), other.Members().end());
+        SetItems(m_members.data(), m_members.size());
+        m_index.Assign(other.Slots());
+    }
+    // In one step where it can be, as the values of a document all point into it.
+    std::size_t numPointers = 0;
+    ForEachPointer(*this, [&](const Value& value) {
+        if (other.GetDocument() != nullptr)
+            ++numPointers;
+        else
+            Tree::Retain(value);
+    });
+    if (numPointers != 0)
+        other.GetDocument()->Retain(numPointers);
+}
+
+void LooseNode::Release(LooseNode* pNode) noexcept {
+    if (!pNode->IsLastReference())
+        return;
+    Releases releases;
+    // A list of dead nodes instead of recursion: a tree may be nested deeper than the machine stack is.
+    LooseNode* pDead = pNode;
+    while (pDead != nullptr) {
+        const std::unique_ptr<LooseNode> pCurrent(std::exchange(pDead, pDead->m_pNextDead));
+        ForEachPointer(*pCurrent, [&](const Value& value) {
+            if (Document* pDocument = DocumentOf(value))
+                return releases.Add(pDocument);
+            if (!value.IsContainer())
+                return ReleaseText(value);
+            LooseNode* pChild = LooseNodeOf(value);
+            if (pChild->IsLastReference()) {
+                pChild->m_pNextDead = pDead;
+                pDead = pChild;
+            }
+        });
+    }
+}
+
+Value& LooseNode::At(std::string_view key) {
+    const std::size_t position = FindKey(key, m_members, m_index.Slots());
+    if (position != kKeyNotFound)
         return m_members[position].value;
-    m_members.emplace_back(key);
+    if (Size() == kMostItems)
+        throw std::length_error("Parameters: too many keys");
+    OwnedValue owned(Kind::Text, key);
+    m_members.push_back({owned.Get(), Value()});
+    owned.Give();
+    SetItems(m_members.data(), m_members.size());
     m_index.Appended(m_members);
     return m_members.back().value;
 }
 
-void Node::Remove(std::string_view key) {
-    const std::size_t position = m_index.Find(key, m_members);
-    if (position == KeyIndex::kNotFound)
+void LooseNode::Set(std::string_view key, OwnedValue&& value) {
+    Tree::Release(std::exchange(At(key), value.Give()));
+}
+
+void LooseNode::Remove(std::string_view key) {
+    const std::size_t position = FindKey(key, m_members, m_index.Slots());
+    if (position == kKeyNotFound)
         return;
+    const Member removed = m_members[position];
     m_members.erase(m_members.begin() + static_cast<std::ptrdiff_t>(position));
+    SetItems(m_members.data(), m_members.size());
+    Tree::Release(removed.key);
+    Tree::Release(removed.value);
     m_index.Rebuild(m_members);
 }
 
-void Node::Append(Value&& element) {
-    m_elements.push_back(std::move(element));
+LooseNode& LooseNode::WriteArray(std::string_view key) {
+    Value& place = At(key);
+    if (place.GetKind() != Kind::Array)
+        Tree::Release(std::exchange(place, Value(Kind::Array)));
+    return Write(place);
+}
+
+void LooseNode::Append(OwnedValue&& element) {
+    if (Size() == kMostItems)
+        throw std::length_error("Parameters: too many elements");
+    m_elements.push_back(element.Get());
+    element.Give();
+    SetItems(m_elements.data(), m_elements.size());
+}
+
+LooseNode& LooseNode::Write(Value& container) {
+    const bool isLoose = container.GetNode() != nullptr && container.GetNode()->GetDocument() == nullptr;
+    if (isLoose && !LooseNodeOf(container)->IsShared())
+        return *LooseNodeOf(container);
+    const Kind kind = container.GetKind();
+    auto pOwn = container.GetNode() != nullptr ? std::make_unique<LooseNode>(*container.GetNode())
+                                               : std::make_unique<LooseNode>(kind == Kind::Array);
+    LooseNode& own = *pOwn;
+    Tree::Release(std::exchange(container, Value(kind, pOwn.release())));
+    return own;
+}
+
+OwnedValue::OwnedValue(Kind kind, std::string_view text) {
+    if (text.size() <= Value::kInlineCapacity) {
+        m_value = Value::OfShort(kind, text);
+        return;
+    }
+    if (text.size() > std::numeric_limits<std::uint32_t>::max())
+        throw std::length_error("Parameters: a text of 4 GiB or more");
+    char* pHead = static_cast<char*>(::operator new(sizeof(LooseText) + text.size()));
+    new (pHead) LooseText;
+    std::memcpy(pHead + sizeof(LooseText), text.data(), text.size());
+    m_value = Value::OfLong(kind, {pHead + sizeof(LooseText), text.size()}, false);
+}
+
+OwnedValue OwnedValue::Share(const Value& value) {
+    const Document* pDocument = value.PointsToSomething() ? DocumentOf(value) : nullptr;
+    if (pDocument != nullptr) {
+        if (!value.IsContainer() && IsSmallBeside(value.View().size(), *pDocument))
+            return OwnedValue(value.GetKind(), value.View());
+        if (value.IsContainer() && IsSmallBeside(value.GetNode()->Span(), *pDocument))
+            return CopyOut(*value.GetNode());
+    }
+    Retain(value);
+    return Adopt(value);
+}
+
+OwnedValue::OwnedValue(const OwnedValue& other) noexcept : m_value(other.m_value) {
+    Retain(m_value);
+}
+
+OwnedValue::~OwnedValue() {
+    Release(m_value);
+}
+
+const Node& OwnedValue::NodeOf(const Value& container) noexcept {
+    // Never destroyed: threads that outlive main may still read them.
+    static const Node& emptyObject = *new LooseNode(false);
+    static const Node& emptyArray = *new LooseNode(true);
+    if (container.GetNode() != nullptr)
+        return *container.GetNode();
+    return container.IsArray() ? emptyArray : emptyObject;
+}
+
+LooseNode& OwnedValue::Write() {
+    return LooseNode::Write(m_value);
 }
 
 namespace {
 
-using NodePair = std::pair<const Node*, const Node*>;
+using ValuePair = std::pair<Value, Value>;
 
-/// Compares what is not a child; children are left in `pending`.
-bool AreEqual(const Value& left, const Value& right, std::vector<NodePair>& pending) {
-    if (left.index() != right.index())
+/// Compares what holds no further values; the others are left in `pending`.
+bool AreEqual(const Value& left, const Value& right, std::vector<ValuePair>& pending) {
+    if (left.GetKind() != right.GetKind())
         return false;
-    if (const auto* pChild = std::get_if<NodeRef>(&left)) {
-        pending.emplace_back(&**pChild, &*std::get<NodeRef>(right));
-        return true;
-    }
-    if (const auto* pText = std::get_if<Text>(&left))
-        return *pText == std::get<Text>(right);
-    if (const auto* pInteger = std::get_if<Integer>(&left))
-        return pInteger->token == std::get<Integer>(right).token;
-    if (const auto* pDouble = std::get_if<Double>(&left))
-        return pDouble->token == std::get<Double>(right).token;
-    if (const auto* pBool = std::get_if<bool>(&left))
-        return *pBool == std::get<bool>(right);
+    if (left.IsContainer())
+        pending.emplace_back(left, right);
+    else
+        return left.View() == right.View();
     return true;
 }
 
 }  // namespace
 
-bool AreEqual(const Node& left, const Node& right) {
-    std::vector<NodePair> pending{{&left, &right}};
-    while (!pending.empty()) {
-        const auto [pLeft, pRight] = pending.back();
+bool AreEqual(const Value& left, const Value& right) {
+    std::vector<ValuePair> pending;
+    bool equal = AreEqual(left, right, pending);
+    while (equal && !pending.empty()) {
+        const Node& a = OwnedValue::NodeOf(pending.back().first);
+        const Node& b = OwnedValue::NodeOf(pending.back().second);
         pending.pop_back();
-        if (pLeft == pRight)
+        if (&a == &b)
             continue;
-        if (pLeft->IsArray() != pRight->IsArray() || pLeft->Size() != pRight->Size())
-            return false;
-        for (std::size_t i = 0; i < pLeft->Members().size(); ++i) {
-            const Member& a = pLeft->Members()[i];
-            const Member& b = pRight->Members()[i];
-            if (!(a.key == b.key) || !AreEqual(a.value, b.value, pending))
-                return false;
-        }
-        for (std::size_t i = 0; i < pLeft->Elements().size(); ++i)
-            if (!AreEqual(pLeft->Elements()[i], pRight->Elements()[i], pending))
-                return false;
+        equal = a.Size() == b.Size();
+        for (std::size_t i = 0; equal && i < a.Members().size(); ++i)
+            equal = a.Members()[i].key.View() == b.Members()[i].key.View() &&
+                    AreEqual(a.Members()[i].value, b.Members()[i].value, pending);
+        for (std::size_t i = 0; equal && i < a.Elements().size(); ++i)
+            equal = AreEqual(a.Elements()[i], b.Elements()[i], pending);
     }
-    return true;
+    return equal;
 }
 
 }  // namespace CoreServices::Tree

@@ -1,199 +1,126 @@
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <memory>
+#include <span>
 #include <string_view>
 #include <utility>
-#include <variant>
-#include <vector>
 
 #include "base/parameters/KeyIndex.h"
+#include "base/parameters/Value.h"
 
 namespace CoreServices::Tree {
 
-/// An immutable text in 24 bytes: up to 23 bytes lie inside, a longer one in a block that its copies share.
-/// So most keys, numbers and words need no memory of their own, and copying any text never copies a block.
-/// Copies may live on different threads.
-class Text {
-public:
-    Text() noexcept = default;
-    explicit Text(std::string_view text);
-    Text(const Text& other) noexcept : m_inlineSize(other.m_inlineSize) {
-        std::memcpy(m_bytes, other.m_bytes, sizeof m_bytes);
-        if (IsShared())
-            Retain();
-    }
-    Text(Text&& other) noexcept : m_inlineSize(other.m_inlineSize) {
-        std::memcpy(m_bytes, other.m_bytes, sizeof m_bytes);
-        other.m_inlineSize = 0;
-    }
-    Text& operator=(const Text& other) noexcept {
-        Text copy(other);
-        Swap(copy);
-        return *this;
-    }
-    Text& operator=(Text&& other) noexcept {
-        Text moved(std::move(other));
-        Swap(moved);
-        return *this;
-    }
-    ~Text() {
-        if (IsShared())
-            Release();
-    }
+class Document;
+class LooseNode;
 
-    /// Valid as long as this object, or any copy of a long one, is neither destroyed nor assigned to.
-    std::string_view View() const noexcept {
-        if (!IsShared())
-            return {m_bytes, m_inlineSize};
-        const Shared shared = LoadShared();
-        return {shared.pChars, shared.size};
-    }
-
-    friend bool operator==(const Text& left, const Text& right) noexcept {
-        return left.View() == right.View();
-    }
-
-private:
-    struct Shared {
-        const char* pChars;  // follow the block's count
-        std::size_t size;
-    };
-    static constexpr std::size_t kInlineCapacity = 23;
-    static constexpr std::uint8_t kSharedMark = 0xFF;
-
-    bool IsShared() const noexcept { return m_inlineSize == kSharedMark; }
-    Shared LoadShared() const noexcept {
-        Shared shared;
-        std::memcpy(&shared, m_bytes, sizeof shared);
-        return shared;
-    }
-    void Retain() const noexcept;
-    void Release() noexcept;
-    void Swap(Text& other) noexcept {
-        char bytes[kInlineCapacity];
-        std::memcpy(bytes, m_bytes, sizeof bytes);
-        std::memcpy(m_bytes, other.m_bytes, sizeof bytes);
-        std::memcpy(other.m_bytes, bytes, sizeof bytes);
-        std::swap(m_inlineSize, other.m_inlineSize);
-    }
-
-    alignas(Shared) char m_bytes[kInlineCapacity] = {};  // the text itself, or a Shared
-    std::uint8_t m_inlineSize = 0;                       // or kSharedMark
-};
-
-static_assert(sizeof(Text) == 24);
-
-class Node;
-
-/// A counted reference to one node of a tree; an empty reference stands for the empty object. What is shared
-/// is never written: `Write` clones the node first, so every reference behaves as a value of its own.
-/// A reference belongs to one thread at a time, references to one node may live on different threads.
-class NodeRef {
-public:
-    NodeRef() noexcept = default;
-    /// Takes over a fresh node, which begins with a count of one.
-    explicit NodeRef(std::unique_ptr<Node> pFresh) noexcept;
-    NodeRef(const NodeRef& other) noexcept;
-    NodeRef(NodeRef&& other) noexcept : m_pNode(std::exchange(other.m_pNode, nullptr)) {}
-    NodeRef& operator=(const NodeRef& other) noexcept {
-        NodeRef copy(other);
-        std::swap(m_pNode, copy.m_pNode);
-        return *this;
-    }
-    NodeRef& operator=(NodeRef&& other) noexcept {
-        NodeRef moved(std::move(other));
-        std::swap(m_pNode, moved.m_pNode);
-        return *this;
-    }
-    ~NodeRef() {
-        if (m_pNode != nullptr)
-            Release(m_pNode);
-    }
-
-    const Node& operator*() const noexcept;
-    const Node* operator->() const noexcept { return &**this; }
-    /// The node as this reference's own: made where there is none, cloned where others hold it too.
-    Node& Write();
-
-private:
-    static void Release(Node* pNode) noexcept;
-
-    Node* m_pNode = nullptr;
-};
-
-struct Null {};
-
-/// Numbers are kept as the text of their JSON token, so that none changes on its way through.
-struct Integer {
-    explicit Integer(std::string_view jsonToken) : token(jsonToken) {}
-    std::int32_t Read() const noexcept;
-
-    Text token;  // no fraction, no exponent, fits 32 bits
-};
-struct Double {
-    explicit Double(std::string_view jsonToken) : token(jsonToken) {}
-    /// Infinite where the token is too large for a double.
-    double Read() const noexcept;
-
-    Text token;  // any other number
-};
-
-using Value = std::variant<Null, bool, Integer, Double, Text, NodeRef>;
-
-struct Member {
-    explicit Member(std::string_view ofKey) : key(ofKey) {}
-
-    Text key;
-    Value value;
-};
-
-/// `token` is a JSON number.
-void SetNumber(Value& value, std::string_view token);
-
-/// One level of a tree: an object with its members in order, or an array with its elements. Held by
-/// `NodeRef` alone, which counts the references and keeps a shared node from being written.
+/// One level of a tree: an object with its members in order, or an array with its elements. Either a part of
+/// a document, which nobody writes, or a `LooseNode`.
 class Node {
 public:
-    /// An empty object.
-    Node() = default;
-    Node(std::vector<Member>&& members, KeyIndex&& index) noexcept;
-    explicit Node(std::vector<Value>&& elements) noexcept;
-    Node(const Node& other);
+    Node(const Node&) = delete;
     Node& operator=(const Node&) = delete;
-    ~Node() = default;
 
-    bool IsArray() const noexcept { return m_isArray; }
-    /// None in an array.
-    const std::vector<Member>& Members() const noexcept { return m_members; }
-    /// None in an object.
-    const std::vector<Value>& Elements() const noexcept { return m_elements; }
+    bool IsArray() const noexcept { return m_isArray != 0; }
     /// Of members or elements.
-    std::size_t Size() const noexcept { return m_isArray ? m_elements.size() : m_members.size(); }
-
+    std::size_t Size() const noexcept { return m_size; }
+    /// None in an array.
+    std::span<const Member> Members() const noexcept {
+        return {static_cast<const Member*>(m_pItems), IsArray() ? 0U : Size()};
+    }
+    /// None in an object.
+    std::span<const Value> Elements() const noexcept {
+        return {static_cast<const Value*>(m_pItems), IsArray() ? Size() : 0U};
+    }
     /// Null where there is no such key. Valid until the node is written.
     const Value* Find(std::string_view key) const noexcept;
-    /// The value under the key, which is appended where it is new. The node must be an object.
-    Value& At(std::string_view key);
-    void Remove(std::string_view key);
-    /// The node must be an array.
-    void Append(Value&& element);
+    /// The table of the keys, where there are many.
+    std::span<const Slot> Slots() const noexcept;
+
+    /// Null for a `LooseNode`.
+    Document* GetDocument() const noexcept { return m_pDocument; }
+    /// What a node of a document takes there with all below it, in bytes.
+    std::size_t Span() const noexcept { return m_span; }
+
+protected:
+    explicit Node(bool isArray) noexcept : m_size(0), m_isArray(isArray ? 1 : 0) {}
+    ~Node() = default;
+
+    static constexpr std::size_t kMostItems = 0x7FFFFFFF;
+
+    void SetItems(const void* pItems, std::size_t size) noexcept {
+        m_pItems = pItems;
+        m_size = static_cast<std::uint32_t>(size) & kMostItems;
+    }
 
 private:
-    friend class NodeRef;
+    friend class DocumentBuilder;
 
-    std::atomic<std::size_t> m_references{1};
-    Node* m_pNextDead = nullptr;  // links nodes that are being destroyed
-    std::vector<Member> m_members;
-    std::vector<Value> m_elements;
-    KeyIndex m_index;
-    bool m_isArray = false;
+    const void* m_pItems = nullptr;
+    Document* m_pDocument = nullptr;
+    std::uint32_t m_size : 31;
+    std::uint32_t m_isArray : 1;
+    std::uint32_t m_span = 0;
+};
+
+// How much of a document keeps all of it: whatever is taken out of a small one, and of a larger one what is
+// no smaller than this part of it.
+inline constexpr std::size_t kLeastShared = 64 * 1024;
+inline constexpr std::size_t kSmallestShare = 8;
+
+/// A value that counts what it points to, and so holds it: a node of its own, a text of its own, or a whole
+/// document. What is shared is never written: `Write` clones the node first, so every owner behaves as a
+/// value of its own. One object belongs to one thread at a time; what it shares may be held on other threads.
+class OwnedValue {
+public:
+    /// The empty object, which a value moved from is too.
+    OwnedValue() noexcept : m_value(Kind::Object) {}
+    /// Of a kind that needs no more, as the same constructor of `Value`.
+    explicit OwnedValue(Kind kind) noexcept : m_value(kind) {}
+    /// A text, or a number's token. Throws `std::length_error` for 4 GiB and more.
+    OwnedValue(Kind kind, std::string_view text);
+    /// Takes over what is counted already.
+    static OwnedValue Adopt(const Value& value) noexcept {
+        OwnedValue owned;
+        owned.m_value = value;
+        return owned;
+    }
+    /// Holds what another owner, or a node, holds too. What is small beside a large document is copied out of
+    /// it, so that nothing held keeps more than 64 KiB, or eight times what it is.
+    static OwnedValue Share(const Value& value);
+
+    OwnedValue(const OwnedValue& other) noexcept;
+    OwnedValue(OwnedValue&& other) noexcept : m_value(std::exchange(other.m_value, Value(Kind::Object))) {}
+    OwnedValue& operator=(const OwnedValue& other) noexcept {
+        OwnedValue copy(other);
+        std::swap(m_value, copy.m_value);
+        return *this;
+    }
+    OwnedValue& operator=(OwnedValue&& other) noexcept {
+        OwnedValue moved(std::move(other));
+        std::swap(m_value, moved.m_value);
+        return *this;
+    }
+    ~OwnedValue();
+
+    const Value& Get() const noexcept { return m_value; }
+    /// What was owned, for somebody else to hold.
+    Value Give() noexcept { return std::exchange(m_value, Value(Kind::Object)); }
+
+    // Of an object or an array.
+    const Node& operator*() const noexcept { return NodeOf(m_value); }
+    const Node* operator->() const noexcept { return &NodeOf(m_value); }
+    /// The node as this owner's own: made where there is none, cloned where it is a document's, or others
+    /// hold it too.
+    LooseNode& Write();
+
+    static const Node& NodeOf(const Value& container) noexcept;
+
+private:
+    Value m_value;
 };
 
 /// Equal keys in equal order with equal values.
-bool AreEqual(const Node& left, const Node& right);
+bool AreEqual(const Value& left, const Value& right);
 
 }  // namespace CoreServices::Tree

@@ -131,6 +131,6 @@ def memory(build, directory, waits=8):
             _all_at_once(service.port, 64)
 
     case("parallel", lambda service: _all_at_once(service.port, 64))
-    case("unfinished", lambda service: _unfinished(service.port, 4000, waits))
+    case("unfinished", lambda service: _unfinished(service.port, 4096, waits))
     case("waiting", while_the_store_waits)
     return results

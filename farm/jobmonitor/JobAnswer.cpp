@@ -1,10 +1,14 @@
 #include "farm/jobmonitor/JobAnswer.h"
 
+#include <array>
+#include <cstddef>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "Core/src/JobKinds.h"
 #include "Core/src/Vocabulary.h"
+#include "base/parameters/JsonTexts.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "platform/jobmanager/JobManagerMessages.h"
 
@@ -23,6 +27,14 @@ Parameters ReadTree(const std::string& json) {
     } catch (const std::runtime_error&) {
         return {};
     }
+}
+
+// Empty ones of broken JSON too.
+template <std::size_t kCount>
+std::array<std::string, kCount> ReadTexts(const std::string& json, const std::string_view (&keys)[kCount]) {
+    std::array<std::string, kCount> texts;
+    static_cast<void>(CoreServices::ReadTextsOfJson(json, keys, texts));
+    return texts;
 }
 
 std::string TextOf(const Parameters& tree, std::string_view key) {
@@ -83,10 +95,15 @@ std::string ManagerDate(const std::string& extendedIsoUtc) {
 }  // namespace
 
 IndexedJob MakeEntry(const Record& job, std::int64_t order) {
-    const Parameters privateData = ReadTree(job.recordData);
-    const Parameters identity = ReadTree(TextOf(privateData, Shared::Identity));
-    return {order, job.recordID, TextOf(identity, Shared::IdentityId), TextOf(privateData, Shared::Parent),
-            TextOf(ReadTree(job.recordPublicData), Shared::JobKind)};
+    auto [identity, parent] = ReadTexts(job.recordData, {Shared::Identity, Shared::Parent});
+    auto [identityId] = ReadTexts(identity, {Shared::IdentityId});
+    auto [kind] = ReadTexts(job.recordPublicData, {Shared::JobKind});
+    return {order, job.recordID, std::move(identityId), std::move(parent), std::move(kind)};
+}
+
+bool IsToldFromPrivateData(const Record& job) {
+    const auto [state] = ReadTexts(job.recordPublicData, {Shared::JobState});
+    return state == Weftline::JobStates::Failed;
 }
 
 Parameters DescribeJob(const ListedJob& listed, const SubTasks& subTasks) {

@@ -26,6 +26,9 @@ struct SubTasks {
 
 IndexedJob MakeEntry(const Weftline::Record& job, std::int64_t order);
 
+/// Whether `DescribeJob` reads the private data: of a failed job alone.
+bool IsToldFromPrivateData(const Weftline::Record& job);
+
 /// The job as every answer of the monitor tells it: the keys that clients of a job manager read
 /// (`CommonServices::WriteJobInfo`), then `description`, `jobQueue`, `createdDateTime` and `parent` with its
 /// `id`, null where there is none. A job that nobody has touched yet has the status "Created". `info` tells

@@ -42,8 +42,9 @@ public:
 };
 
 /// The jobs in the order of their announcement, by creator, parent and kind, in a small SQLite file of its
-/// own. A page costs the same however many jobs there are. All of it can be made anew from the event log, so
-/// a file that is damaged, or of another layout, is begun anew, and a power cut may take the last entries.
+/// own. A page costs the same however many jobs there are, once its lists are prepared. All of it can be made
+/// anew from the event log, so a file that is damaged, or of another layout, is begun anew, and a power cut
+/// may take the last entries.
 ///
 /// Any thread may call; one at a time is served. Damage is thrown as `JobIndexBegunAnew`, other faults of the
 /// file as another `std::runtime_error`.
@@ -68,6 +69,10 @@ public:
     void Remove(const std::vector<std::string>& ids);
     /// Back to the state without jobs.
     void Clear();
+    /// To be called when the jobs that were there are added. Before it was, in a file that is new or was
+    /// cleared, adding costs less and a page may cost a walk over all jobs. Seconds for a million jobs, and
+    /// nothing where it is done.
+    void PrepareLists();
 
     /// Jobs announced before the place, the newest first: at most `limit` after leaving out `skip`. What is
     /// left out costs as much as what is read, so whoever goes on page by page names the place.

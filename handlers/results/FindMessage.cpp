@@ -62,4 +62,11 @@ void DeleteResults(const std::vector<Record>& results) {
     }
 }
 
+std::vector<std::string> TakeResults(const FindMessage& message, const CoreServices::Parameters& request) {
+    const std::string queryID = GetRequiredString(request, Keys::QueryID);
+    return ObjectStore().TakeDataWithReferencedID(std::string(message.collection),
+                                                  std::string(message.recordType), std::string(Keys::QueryID),
+                                                  queryID);
+}
+
 }  // namespace Weftline::Services::Scheduler

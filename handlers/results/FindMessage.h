@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -10,8 +11,7 @@
 namespace Weftline::Services::Scheduler {
 
 /// What a find message is called, and which records it hands out: those in which the farm leaves the results
-/// of a query, each referring to the query's id. A fetch consumes them. Nothing guards them between finding
-/// and deleting: two fetches at once may both have them.
+/// of a query, each referring to the query's id. A fetch consumes them.
 struct FindMessage {
     std::string_view name;  ///< the REST path too
     std::string_view description;
@@ -29,7 +29,12 @@ PlatformAbstraction::RegistrationParams DescribeFindMessage(const FindMessage& m
 /// `std::runtime_error` when the request names none.
 std::vector<Record> FindResults(const FindMessage& message, const CoreServices::Parameters& request);
 
-/// A store that refuses is not noticed: the results then stay for the next fetch.
+/// Nothing guards results between finding and deleting: two fetches at once may both have them. A store that
+/// refuses is not noticed: the results then stay for the next fetch.
 void DeleteResults(const std::vector<Record>& results);
+
+/// The private data of the results that `FindResults` would give, which are deleted as `DeleteResults` does.
+/// The embedded store gives each of them to one fetch alone.
+std::vector<std::string> TakeResults(const FindMessage& message, const CoreServices::Parameters& request);
 
 }  // namespace Weftline::Services::Scheduler

@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <future>
 #include <set>
 #include <stdexcept>
 #include <string_view>
 
 #include "Core/src/Vocabulary.h"
+#include "base/parameters/JsonTexts.h"
 #include "handlers/results/Formats.h"
 #include "handlers/results/ResultPage.h"
 #include "handlers/results/StructureJson.h"
@@ -28,17 +28,17 @@ using PlatformAbstraction::Messaging::ServiceMessageResponse;
 namespace {
 
 constexpr std::int32_t kLargestPage = 60;
-// From here on the deletion takes long enough to be worth a thread.
-constexpr std::size_t kManyResults = 500;
 
-/// The trees of the results that `page` shows, in order. The others are parsed too and dropped: a result that
-/// is not JSON fails here, wherever it stands.
-std::vector<Parameters> ParseResults(const std::vector<Record>& results, const ResultPage& page) {
+/// The trees of the results that `page` shows, in order. A result that is not JSON fails here, wherever it
+/// stands.
+std::vector<Parameters> ParseResults(const std::vector<std::string>& results, const ResultPage& page) {
     std::vector<Parameters> trees;
     for (std::size_t place = 0; place < results.size(); ++place) {
-        auto tree = Parameters::fromJSON(results[place].recordData);
+        const std::string& json = results[place];
         if (page.begin <= place && place < page.end) {
-            trees.push_back(std::move(tree));
+            trees.push_back(Parameters::fromJSON(json));
+        } else if (!CoreServices::IsJson(json)) {
+            static_cast<void>(Parameters::fromJSON(json));  // its failure says what is wrong
         }
     }
     return trees;
@@ -77,7 +77,7 @@ std::string WriteFormats(const Parameters& request, std::vector<Format> formats,
     }
 }
 
-void AnswerWithVideoFormats(const std::vector<Record>& results, const Parameters& request,
+void AnswerWithVideoFormats(const std::vector<std::string>& results, const Parameters& request,
                             ServiceMessageResponse& response) {
     std::int32_t offset = 0;
     std::int32_t size = kLargestPage;
@@ -102,7 +102,7 @@ void AnswerWithVideoFormats(const std::vector<Record>& results, const Parameters
         }));
 }
 
-void AnswerWithAudioFormats(const std::vector<Record>& results, const Parameters& request,
+void AnswerWithAudioFormats(const std::vector<std::string>& results, const Parameters& request,
                             ServiceMessageResponse& response) {
     // All are parsed before the first is read: which of two bad records is reported follows from that.
     const std::vector<Parameters> trees = ParseResults(results, {0, results.size()});
@@ -115,12 +115,9 @@ void AnswerWithAudioFormats(const std::vector<Record>& results, const Parameters
 
 // Many workers report the same types. Texts that are equal byte for byte fold into one, and the order is that
 // of their bytes, whoever wrote first.
-void AnswerWithExportTypes(const std::vector<Record>& results, const Parameters& /*request*/,
+void AnswerWithExportTypes(const std::vector<std::string>& results, const Parameters& /*request*/,
                            ServiceMessageResponse& response) {
-    std::set<std::string_view> texts;
-    for (const Record& result : results) {
-        texts.insert(result.recordData);
-    }
+    const std::set<std::string_view> texts(results.begin(), results.end());
     Parameters answer;
     for (const std::string_view text : texts) {
         answer.AddArrayChildParameters(Keys::ExportTypesList, Parameters::fromJSON(text));
@@ -129,25 +126,6 @@ void AnswerWithExportTypes(const std::vector<Record>& results, const Parameters&
     answer.SetParameter(Keys::Status, AnswerStatus::Completed);
     response.AssignParameters(std::move(answer));
     response.RespondOK();
-}
-
-// As if the deletion came first: its failure counts before that of the answer, and nothing is said until it
-// is through.
-void DeleteWhileAnswering(const FormatResults& row, const std::vector<Record>& results,
-                          const Parameters& request, ServiceMessageResponse& response) {
-    std::future<void> deletion = std::async([&results] { DeleteResults(results); });
-    ServiceMessageResponse prepared;
-    std::exception_ptr failure;
-    try {
-        row.answer(results, request, prepared);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    deletion.get();
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
-    response = std::move(prepared);
 }
 
 }  // namespace
@@ -185,15 +163,12 @@ constexpr FormatResults kExportTypeResults{
 bool RespondWithFormatResults(const FormatResults& row, const Parameters& request,
                               ServiceMessageResponse& response) {
     try {
-        const std::vector<Record> results = FindResults(row.message, request);
+        const std::vector<std::string> results = TakeResults(row.message, request);
         if (results.empty()) {
             response.GetParameters().SetParameter(Keys::Status, AnswerStatus::Failed);
             response.RespondOK();
-        } else if (results.size() < kManyResults) {
-            DeleteResults(results);
-            row.answer(results, request, response);
         } else {
-            DeleteWhileAnswering(row, results, request, response);
+            row.answer(results, request, response);
         }
     } catch (const std::exception& failure) {
         response.RespondGenericError(std::string("Exception: ") + failure.what());

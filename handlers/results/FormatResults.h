@@ -13,8 +13,8 @@ namespace Weftline::Services::Scheduler {
 /// A find message that looks into its results and answers through a response.
 struct FormatResults {
     FindMessage message;
-    /// Answers from results that are in the store no more.
-    void (*answer)(const std::vector<Record>& results, const CoreServices::Parameters& request,
+    /// Answers from the texts of results that are in the store no more.
+    void (*answer)(const std::vector<std::string>& results, const CoreServices::Parameters& request,
                    PlatformAbstraction::Messaging::ServiceMessageResponse& response);
 };
 

@@ -9,6 +9,7 @@
 #include "Core/src/Job.h"
 #include "Core/src/TimeText.h"
 #include "Core/src/Vocabulary.h"
+#include "base/concurrency/HeldOutput.h"
 #include "handlers/submit/IdentityLookup.h"
 #include "handlers/submit/SubmissionRequest.h"
 #include "platform/messaging/BusMessaging.h"
@@ -22,6 +23,7 @@ using CommonServices::EventStore;
 using CommonServices::ObjectStore;
 using CoreServices::Parameters;
 using DataModel::Job;
+using PlatformAbstraction::HeldOutput;
 using PlatformAbstraction::Messaging::BusConnection;
 using PlatformAbstraction::Messaging::MessageContext;
 
@@ -77,14 +79,14 @@ void FillFromRequest(Job& job, SubmissionRequest request) {
     job.SetExcludedWorkerMachine(std::move(request.excludedWorkerMachine));
     job.SetStoreJobSpecificOutputMetadataInJobMonitor(request.storeJobSpecificOutputMetadataInJobMonitor);
     job.SetDescription(std::move(request.description));
-    job.SetEmailSettingsParams(request.emailSettings);
+    job.SetEmailSettingsParams(std::move(request.emailSettings));
     job.SetFailJobOnFirstFailedTask(request.failJobOnFirstFailedTask);
 }
 
-void FillFromTrees(Job& job, const JobTrees& trees) {
-    job.SetProcessingData(trees.processing);
-    job.SetJobRunCaseData(trees.runCase);
-    job.SetJobBlueprintData(trees.blueprint);
+void FillFromTrees(Job& job, JobTrees trees) {
+    job.SetProcessingData(std::move(trees.processing));
+    job.SetJobRunCaseData(std::move(trees.runCase));
+    job.SetJobBlueprintData(std::move(trees.blueprint));
 }
 
 /// An event never announces a job that is not stored. Where the events lie in another place than the jobs, a
@@ -92,9 +94,11 @@ void FillFromTrees(Job& job, const JobTrees& trees) {
 void StoreAndAnnounce(const Job& job, const std::string& clientKey, const std::string& name) {
     const EventStore eventStore{Parameters()};
     const ObjectStore objectStore;
-    const Record event = DataModel::MakeJobCreatedEvent(clientKey, job.GetJobQueue());
-    if (!objectStore.UpsertOneAndProduce(job.ToRecord(), eventStore, event)) {
-        throw std::domain_error(name + " - upsert record into Object Store failed");
+    Record event = DataModel::MakeJobCreatedEvent(clientKey, job.GetJobQueue());
+    const std::string failure = name + " - upsert record into Object Store failed";
+    const HeldOutput::Tail tail(failure);  // all that comes after this is the answer
+    if (!objectStore.UpsertOneAndProduce(job.ToRecord(), eventStore, std::move(event))) {
+        throw std::domain_error(failure);
     }
 }
 

@@ -28,6 +28,10 @@ bool BusConnection::AssignServiceInfo(std::shared_ptr<ServiceInfoApi> info) {
     return true;
 }
 
+InitError BusConnection::ReadSettings(const std::string& configuration) {
+    return m_pTransport->ReadSettings(configuration);
+}
+
 InitError BusConnection::Initialize(const std::string& configuration, const std::string& /*reserved*/) {
     if (m_isInitialized) {
         return InitError::AlreadyInitialized;

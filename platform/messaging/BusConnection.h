@@ -23,6 +23,9 @@ public:
 
     /// False on an empty pointer, an unnamed service, or after `Initialize`.
     bool AssignServiceInfo(std::shared_ptr<ServiceInfoApi> info);
+    /// Leaves in the configuration store what those settings say about others than the bus. Comes before the
+    /// stores are opened; `Initialize` does without it.
+    InitError ReadSettings(const std::string& configuration);
     /// Connects and starts delivery. `configuration` is the path of a file of bus settings, or empty; the
     /// second argument is reserved.
     InitError Initialize(const std::string& configuration, const std::string& reserved);

@@ -32,6 +32,9 @@ public:
     BusTransport& operator=(const BusTransport&) = delete;
     virtual ~BusTransport() = default;
 
+    /// Reads what counts before the bus does, above all for the stores, and leaves it in the configuration
+    /// store. Comes before `Start` with the same `configuration`. The log tells a person what was refused.
+    virtual InitError ReadSettings(const std::string& /*configuration*/) { return InitError::None; }
     /// Joins `service` and starts delivery; messages may arrive before this returns. `configuration` is the
     /// path of a file of bus settings, or empty. The log tells a person what went wrong.
     virtual InitError Start(std::shared_ptr<ServiceInfoApi> service, const std::string& configuration) = 0;

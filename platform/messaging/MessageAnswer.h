@@ -16,6 +16,7 @@ inline constexpr char kServiceNotFound[] = "SERVICE_NOT_FOUND";
 inline constexpr char kOperationNotFound[] = "OPERATION_NOT_FOUND";
 inline constexpr char kQueueFull[] = "QUEUE_FULL";
 inline constexpr char kServiceStopping[] = "SERVICE_STOPPING";
+inline constexpr char kBusAway[] = "BUS_AWAY";
 
 /// How one message ended, whatever brought it: a result tree, a ready JSON text, or an error. A value, moved
 /// from the handler's thread to whoever waits.

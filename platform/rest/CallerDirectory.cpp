@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 
 #include <cstddef>
+#include <functional>
 #include <stdexcept>
 
 #include "Core/src/Vocabulary.h"
@@ -59,13 +60,15 @@ Sha256Digest Sha256(std::string_view text) {
 
 CallerDirectory::CallerDirectory(const std::vector<Caller>& callers) {
     for (const Caller& caller : callers) {
-        m_entries.push_back(Entry{caller.tokenSha256, ContextOf(caller)});
+        m_entries.push_back(
+            Entry{caller.tokenSha256, {ContextOf(caller), std::hash<std::string>()(caller.identityId)}});
     }
 }
 
-std::optional<Parameters> CallerDirectory::FindContext(std::optional<std::string_view> authorization) const {
+std::optional<CallerDirectory::Known> CallerDirectory::Find(
+    std::optional<std::string_view> authorization) const {
     if (IsOpen()) {
-        return Parameters();
+        return Known();
     }
     if (!authorization || authorization->size() <= kScheme.size() ||
         !EqualsIgnoringCase(authorization->substr(0, kScheme.size()), kScheme)) {
@@ -78,7 +81,7 @@ std::optional<Parameters> CallerDirectory::FindContext(std::optional<std::string
             found = &entry;
         }
     }
-    return found == nullptr ? std::nullopt : std::optional(found->context);
+    return found == nullptr ? std::nullopt : std::optional(found->known);
 }
 
 }  // namespace PlatformAbstraction::Rest

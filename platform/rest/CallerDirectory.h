@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/parameters/Parameters.h"
+#include "platform/rest/TurnQueue.h"
 
 namespace PlatformAbstraction::Rest {
 
@@ -31,15 +32,19 @@ public:
     /// Without callers everybody is let in, anonymously.
     bool IsOpen() const { return m_entries.empty(); }
 
-    /// The context tree of the messages of the caller whose token the value of the header `Authorization`
-    /// holds; empty where it is nobody's. The time it takes does not tell how near a wrong token was, for it
-    /// is compared as a digest, in constant time and with all of them.
-    std::optional<CoreServices::Parameters> FindContext(std::optional<std::string_view> authorization) const;
+    struct Known {
+        CoreServices::Parameters context;  ///< the context tree of his messages
+        CallerKey key = 0;                 ///< of his identity; 0 for everybody who is let in anonymously
+    };
+    /// The caller whose token the value of the header `Authorization` holds; empty where it is nobody's. The
+    /// time it takes does not tell how near a wrong token was, for it is compared as a digest, in constant
+    /// time and with all of them.
+    std::optional<Known> Find(std::optional<std::string_view> authorization) const;
 
 private:
     struct Entry {
         Sha256Digest tokenSha256;
-        CoreServices::Parameters context;
+        Known known;
     };
     std::vector<Entry> m_entries;
 };

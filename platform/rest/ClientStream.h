@@ -6,6 +6,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/asio/write.hpp>
+#include <cstddef>
 #include <memory>
 #include <utility>
 
@@ -34,6 +35,7 @@ public:
           m_pTls(tls == nullptr ? nullptr : std::make_unique<TlsStream>(m_socket, *tls)) {
         ErrorCode ignored;
         m_socket.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+        m_socket.non_blocking(true, ignored);  // for `TryWrite`
     }
 
     bool IsSecure() const { return m_pTls != nullptr; }
@@ -61,6 +63,18 @@ public:
         } else {
             boost::asio::async_write(m_socket, buffers, std::move(handler));
         }
+    }
+
+    /// Writes what the system takes at once, as a rule all of a short answer. Gives the number of bytes: 0
+    /// for a secure one, and where an `AsyncWrite` will tell the error.
+    template <typename Buffers>
+    std::size_t TryWrite(const Buffers& buffers) {
+        if (m_pTls) {
+            return 0;
+        }
+        ErrorCode error;
+        const std::size_t bytes = m_socket.write_some(buffers, error);
+        return error ? 0 : bytes;
     }
 
     /// Of a secure one: tells the client within TLS that nothing more will come.

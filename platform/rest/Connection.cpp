@@ -1,15 +1,11 @@
 #include "platform/rest/Connection.h"
 
 #include <algorithm>
-#include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
-#include <cstring>
 #include <exception>
 #include <utility>
 
-#include "base/failpoint/Failpoint.h"
 #include "base/log/PlatformLog.h"
-#include "platform/rest/ChunkedBody.h"
 #include "platform/rest/IoLoop.h"
 
 namespace PlatformAbstraction::Rest {
@@ -17,53 +13,17 @@ namespace PlatformAbstraction::Rest {
 namespace {
 
 namespace asio = boost::asio;
-using Messaging::MessageAnswer;
-
-constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
-
-// A body claims memory as it arrives, whatever length its head promises.
-constexpr std::size_t kBodyStep = 65536;
-// A larger body's memory is not kept for the next one.
-constexpr std::size_t kMostKeptBytes = 65536;
 
 constexpr std::chrono::milliseconds kLongestLinger{1000};
 
 // Of an answer; a client has to take each piece within the idle timeout.
 constexpr std::size_t kSentAtOnce = 262144;
 
-HttpReply ReplyOfAnswer(MessageAnswer answer, std::string_view pathMethods) {
-    try {
-        return ReplyOf(std::move(answer), pathMethods);
-    } catch (const std::exception& error) {
-        Log::Error(std::string("An answer could not be written: ") + error.what());
-        return ReplyOf(GatewayFailure::InternalError);
-    }
-}
-
 void LogFailure(const std::exception& error) {
     Log::Error(std::string("A request of the gateway failed: ") + error.what());
 }
 
 }  // namespace
-
-auto Connection::Read(asio::mutable_buffer into) {
-    return IoOperation(*this, [this, into](auto onEnd) { m_stream.AsyncReadSome(into, std::move(onEnd)); });
-}
-
-auto Connection::ReadIntoBuffer() {
-    if (m_begin > 0) {
-        std::memmove(m_buffer.data(), m_buffer.data() + m_begin, m_end - m_begin);
-        m_end -= m_begin;
-        m_begin = 0;
-    }
-    return Read(asio::buffer(m_buffer.data() + m_end, m_buffer.size() - m_end));
-}
-
-template <typename Buffers>
-auto Connection::Write(const Buffers& buffers) {
-    return IoOperation(*this,
-                       [this, buffers](auto onEnd) { m_stream.AsyncWrite(buffers, std::move(onEnd)); });
-}
 
 /// Awaits the answer of the service, which `OnAnswer` brings.
 struct Connection::Answer {
@@ -112,6 +72,9 @@ Task<Connection::Step> Connection::ServeRequest() {
         if (step == Step::Next && m_request->hasBody) {
             step = co_await ReadBody();
         }
+        if (step == Step::Next && !TryClaimTree()) {
+            step = co_await WaitForTree();
+        }
         if (step == Step::Next) {
             step = HandIn();
         }
@@ -123,6 +86,7 @@ Task<Connection::Step> Connection::ServeRequest() {
         LogFailure(error);
         step = Refuse(GatewayFailure::InternalError);
     }
+    GiveUpBody();  // of a request that was refused
     if (step == Step::Reply) {
         step = co_await WriteReply();
     }
@@ -132,10 +96,6 @@ Task<Connection::Step> Connection::ServeRequest() {
 void Connection::BeginRequest() {
     ++m_requestNumber;
     m_request.reset();
-    m_body.clear();
-    if (m_body.capacity() > kMostKeptBytes) {
-        m_body.shrink_to_fit();
-    }
     m_corsFields.clear();
     m_isHttp10 = false;
     m_isHead = false;
@@ -150,7 +110,7 @@ Task<Connection::Step> Connection::ReadHead() {
         if (Buffered().size() == m_buffer.size()) {
             co_return Refuse(GatewayFailure::HeadTooLarge);
         }
-        const IoResult more = co_await ReadIntoBuffer();
+        const IoResult more = co_await ReadIntoBuffer(m_buffer.size());
         if (const Step step = After(more); step != Step::Next) {
             co_return step;
         }
@@ -194,89 +154,6 @@ Connection::Step Connection::TakeHead(std::string_view text) {
     return Step::Next;
 }
 
-Task<Connection::Step> Connection::ReadBody() {
-    if (m_request->expectsContinue && m_begin == m_end) {
-        const IoResult told = co_await Write(asio::buffer(kContinue));
-        if (const Step step = After(told); step != Step::Next) {
-            co_return step;
-        }
-    }
-    if (m_request->chunked) {
-        co_return co_await ReadChunks();
-    }
-    const std::string_view there = Buffered().substr(0, m_request->contentLength);
-    m_body.append(there);
-    m_begin += there.size();
-    while (m_body.size() < m_request->contentLength) {
-        const std::size_t size = m_body.size();
-        m_body.resize(size + std::min<std::size_t>(m_request->contentLength - size, kBodyStep));
-        const IoResult more = co_await Read(asio::buffer(m_body.data() + size, m_body.size() - size));
-        if (const Step step = After(more); step != Step::Next) {
-            co_return step;
-        }
-        m_body.resize(size + more.bytes);
-    }
-    co_return Step::Next;
-}
-
-Task<Connection::Step> Connection::ReadChunks() {
-    ChunkedBody chunks(m_loop.GetCore().settings.maxBodyBytes);
-    while (true) {
-        std::string_view input = Buffered();
-        const ChunkedBody::Progress progress = chunks.Read(input, m_body);
-        m_begin = m_end - input.size();
-        switch (progress) {
-            case ChunkedBody::Progress::Incomplete:
-                break;
-            case ChunkedBody::Progress::Complete:
-                co_return Step::Next;
-            case ChunkedBody::Progress::Malformed:
-                co_return Refuse(GatewayFailure::MalformedRequest);
-            case ChunkedBody::Progress::TooLarge:
-                co_return Refuse(GatewayFailure::BodyTooLarge);
-        }
-        const IoResult more = co_await ReadIntoBuffer();
-        if (const Step step = After(more); step != Step::Next) {
-            co_return step;
-        }
-        m_end += more.bytes;
-    }
-}
-
-// The answer may come when the connection or the whole gateway is gone. While it holds the loop, the loop
-// holds the routes.
-Connection::Step Connection::HandIn() {
-    auto made = RequestGate::MakeRequest(m_request->admitted, m_body);
-    if (auto* const refusal = std::get_if<HttpReply>(&made)) {
-        m_reply = std::move(*refusal);
-        return Step::Reply;
-    }
-    EnterPhase(Phase::Handling);
-    const Route& route = m_request->admitted.route;
-    auto onAnswer = [loop = m_loop.weak_from_this(), connection = weak_from_this(), number = m_requestNumber,
-                     methods = route.pathMethods](MessageAnswer answer) {
-        if (const auto held = loop.lock()) {
-            asio::post(held->GetContext(),
-                       [connection, number, reply = ReplyOfAnswer(std::move(answer), methods)]() mutable {
-                           if (const auto target = connection.lock()) {
-                               target->OnAnswer(number, std::move(reply));
-                           }
-                       });
-        }
-    };
-    m_loop.GetCore().sink.Deliver(route.operation, std::get<CoreServices::Parameters>(std::move(made)),
-                                  std::move(m_request->admitted.context), std::move(onAnswer));
-    return Step::Next;
-}
-
-void Connection::OnAnswer(std::uint64_t request, HttpReply reply) {
-    if (m_phase == Phase::Handling && request == m_requestNumber) {
-        QUILLON_FAILPOINT("before-answer");
-        m_reply = std::move(reply);
-        m_awaitsAnswer.resume();
-    }
-}
-
 // The time for writing is one for each piece, so that it ends those who stop reading and not those who read a
 // long answer slowly.
 Task<Connection::Step> Connection::WriteReply() {
@@ -290,16 +167,22 @@ Task<Connection::Step> Connection::WriteReply() {
     std::string_view head = m_replyHead;
     std::string_view body = m_isHead ? std::string_view() : m_reply.body;
     do {
-        EnterPhase(Phase::Writing);
-        const std::array piece{asio::buffer(head), asio::buffer(body.substr(0, kSentAtOnce))};
-        const IoResult sent = co_await Write(piece);
-        if (const Step step = After(sent); step != Step::Next) {
-            co_return step;
+        std::string_view part = body.substr(0, kSentAtOnce);
+        body.remove_prefix(part.size());
+        std::size_t sent = m_stream.TryWrite(std::array{asio::buffer(head), asio::buffer(part)});
+        if (sent < head.size() + part.size()) {
+            part.remove_prefix(sent - std::min(sent, head.size()));
+            head.remove_prefix(std::min(sent, head.size()));
+            EnterPhase(Phase::Writing);
+            const IoResult rest = co_await Write(std::array{asio::buffer(head), asio::buffer(part)});
+            if (const Step step = After(rest); step != Step::Next) {
+                co_return step;
+            }
         }
         head = {};
-        body.remove_prefix(std::min(body.size(), kSentAtOnce));
     } while (!body.empty());
     m_reply = HttpReply();
+    m_replyShare.Release();
     co_return m_closeAfterAnswer ? Step::Goodbye : Step::Next;
 }
 
@@ -338,7 +221,7 @@ Connection::Step Connection::After(const IoResult& result) {
 
 void Connection::EnterPhase(Phase phase) {
     const RestGatewaySettings& settings = m_loop.GetCore().settings;
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = m_loop.Now();
     m_phase = phase;
     switch (phase) {
         case Phase::Idle:
@@ -348,6 +231,9 @@ void Connection::EnterPhase(Phase phase) {
         case Phase::Handshaking:
         case Phase::Reading:
             m_deadline = now + settings.requestTimeout;
+            break;
+        case Phase::Waiting:  // for longer than anybody who stalls can hold what he waits for
+            m_deadline = now + 2 * settings.requestTimeout;
             break;
         case Phase::Lingering:
             m_deadline = now + std::min(settings.requestTimeout, kLongestLinger);
@@ -360,7 +246,9 @@ void Connection::EnterPhase(Phase phase) {
 }
 
 void Connection::OnLate() {
-    if (!m_interruption && (m_phase == Phase::Idle || m_phase == Phase::Reading)) {
+    if (m_phase == Phase::Waiting) {
+        Interrupt(GatewayFailure::TooBusy);
+    } else if (!m_interruption && (m_phase == Phase::Idle || m_phase == Phase::Reading)) {
         Interrupt(GatewayFailure::RequestTimeout);
     } else {
         Abort();
@@ -369,7 +257,7 @@ void Connection::OnLate() {
 
 void Connection::BeginStop() {
     m_closeAfterAnswer = true;
-    if (m_phase == Phase::Idle || m_phase == Phase::Reading) {
+    if (m_phase == Phase::Idle || m_phase == Phase::Reading || m_phase == Phase::Waiting) {
         Interrupt(GatewayFailure::Stopping);
     } else if (m_phase == Phase::Handshaking) {
         Abort();
@@ -379,8 +267,14 @@ void Connection::BeginStop() {
 void Connection::Interrupt(GatewayFailure reason) {
     if (!m_interruption) {
         m_interruption = reason;
-        m_deadline = std::chrono::steady_clock::now() + kLongestLinger;
-        m_stream.Cancel();
+        m_deadline = m_loop.Now() + kLongestLinger;
+        if (m_phase == Phase::Waiting) {
+            asio::post(m_loop.GetContext(), [self = shared_from_this(), wait = m_waitNumber] {
+                self->OnShare(wait, RequestMemory::Share());
+            });
+        } else {
+            m_stream.Cancel();
+        }
     }
 }
 

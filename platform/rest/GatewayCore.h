@@ -13,7 +13,9 @@
 
 #include "base/concurrency/Mutex.h"
 #include "platform/messaging/MessageSink.h"
+#include "platform/rest/BodyReaders.h"
 #include "platform/rest/RequestGate.h"
+#include "platform/rest/RequestMemory.h"
 #include "platform/rest/RestGateway.h"
 
 namespace PlatformAbstraction::Rest {
@@ -82,17 +84,23 @@ private:
 /// gateway has stopped.
 struct GatewayCore {
     GatewayCore(RestGatewaySettings theSettings, Messaging::MessageSink& theSink)
-        : settings(std::move(theSettings)), sink(theSink) {}
+        : settings(std::move(theSettings)),
+          sink(theSink),
+          plan(settings.maxRequestMemoryBytes, settings.maxBodyBytes),
+          memory(std::make_shared<RequestMemory>(plan)) {}
 
     /// Null where connections are plain.
     boost::asio::ssl::context* GetTls() { return tls ? &*tls : nullptr; }
 
     const RestGatewaySettings settings;
     Messaging::MessageSink& sink;
+    const MemoryPlan plan;
+    const std::shared_ptr<RequestMemory> memory;
     std::optional<RequestGate> gate;  ///< made when the port is known, before the first connection
     std::optional<boost::asio::ssl::context> tls;  ///< likewise, unless connections are plain
     ConnectionCount connections;
     std::atomic<bool> isStopping{false};
+    BodyReaders readers;  // use all of the above, so they go first
 };
 
 }  // namespace PlatformAbstraction::Rest

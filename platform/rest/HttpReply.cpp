@@ -111,6 +111,9 @@ FailureOnTheWire Describe(GatewayFailure failure) {
         case GatewayFailure::UnknownTransferCoding:
             return {HttpStatus::NotImplemented, "UNKNOWN_TRANSFER_CODING",
                     "A body may be chunked and in no other transfer coding."};
+        case GatewayFailure::TooBusy:
+            return {HttpStatus::ServiceUnavailable, Messaging::kQueueFull,
+                    "There is no room for the request at the moment; try again later."};
         case GatewayFailure::Stopping:
             return {HttpStatus::ServiceUnavailable, Messaging::kServiceStopping, "The service is stopping."};
         case GatewayFailure::UnknownVersion:
@@ -134,6 +137,7 @@ HttpStatus StatusOfErrorCode(std::string_view code) {
         Row{Messaging::kMethodNotAllowed, HttpStatus::MethodNotAllowed},
         Row{Messaging::kQueueFull, HttpStatus::ServiceUnavailable},
         Row{Messaging::kServiceStopping, HttpStatus::ServiceUnavailable},
+        Row{Messaging::kBusAway, HttpStatus::ServiceUnavailable},
     };
     const auto* const row = std::find_if(kRows.begin(), kRows.end(),
                                          [code](const Row& candidate) { return candidate.code == code; });

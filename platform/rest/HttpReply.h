@@ -46,6 +46,7 @@ enum class GatewayFailure {
     HeadTooLarge,
     InternalError,
     UnknownTransferCoding,
+    TooBusy,
     Stopping,
     UnknownVersion,
 };

@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/concurrency/MemoryWatch.h"
 #include "base/log/PlatformLog.h"
 #include "platform/rest/Connection.h"
 
@@ -15,6 +16,10 @@ namespace {
 
 namespace asio = boost::asio;
 using std::chrono::milliseconds;
+
+// When half of so many have gone, their memory lies between that of those which stay, and goes back to the
+// system in one walk.
+constexpr std::size_t kManyConnections = 256;
 
 // Deadlines are looked at in steps, a tenth of the shortest of them: one timer does for all connections.
 milliseconds TickPeriod(const RestGatewaySettings& settings) {
@@ -66,9 +71,44 @@ void IoLoop::BeginStop() {
     });
 }
 
+void IoLoop::HandOver(ReadyAnswer answer) {
+    bool isDueAlready = false;
+    {
+        const MutexLock lock(m_mutex);
+        m_ready.push_back(std::move(answer));
+        isDueAlready = std::exchange(m_isHandOutDue, true);
+    }
+    if (isDueAlready) {
+        return;
+    }
+    try {
+        asio::post(m_context, [this] { HandOutAnswers(); });
+    } catch (...) {  // no memory: what is there goes out with the next answer
+        const MutexLock lock(m_mutex);
+        m_isHandOutDue = false;
+        throw;
+    }
+}
+
+// The vectors change hands, so that their memory serves again.
+void IoLoop::HandOutAnswers() {
+    {
+        const MutexLock lock(m_mutex);
+        m_handedOut.swap(m_ready);
+        m_isHandOutDue = false;
+    }
+    for (ReadyAnswer& answer : m_handedOut) {
+        if (const auto connection = answer.connection.lock()) {
+            connection->OnAnswer(answer.request, std::move(answer.reply), std::move(answer.share));
+        }
+    }
+    m_handedOut.clear();
+}
+
 void IoLoop::Adopt(asio::ip::tcp::socket socket, ConnectionCount::Slot slot) {
     const auto connection = std::make_shared<Connection>(std::move(socket), std::move(slot), *this);
     m_connections.insert(connection);
+    m_mostConnections = std::max(m_mostConnections, m_connections.size());
     StartTicking();
     try {
         connection->Start();
@@ -97,11 +137,17 @@ void IoLoop::StartTicking() {
 }
 
 void IoLoop::Tick() {
-    const auto now = std::chrono::steady_clock::now();
+    m_lostTime +=
+        std::max(std::chrono::steady_clock::now() - m_tick.expiry(), std::chrono::steady_clock::duration(0));
+    const auto now = Now();
     for (const auto& connection : m_connections) {  // it removes itself later, when its I/O has ended
         if (connection->IsLate(now)) {
             connection->OnLate();
         }
+    }
+    if (m_connections.size() < m_mostConnections / 2 && m_mostConnections >= kManyConnections) {
+        m_mostConnections = m_connections.size();
+        ReturnFreeMemory();
     }
     if (!m_connections.empty()) {
         StartTicking();

@@ -7,15 +7,27 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <thread>
 #include <unordered_set>
+#include <vector>
 
+#include "base/concurrency/Mutex.h"
 #include "platform/rest/GatewayCore.h"
+#include "platform/rest/HttpReply.h"
 
 namespace PlatformAbstraction::Rest {
 
 class Connection;
+
+/// An answer on its way to its connection, which may have gone meanwhile.
+struct ReadyAnswer {
+    std::weak_ptr<Connection> connection;
+    std::uint64_t request = 0;  ///< of the connection's requests
+    HttpReply reply;
+    RequestMemory::Share share{};  ///< of the reply
+};
 
 /// One thread with the connections that belong to it, so that none of them needs a lock. Owned by the
 /// gateway; an answer on its way holds it for a moment.
@@ -33,6 +45,8 @@ public:
     /// Any thread: closes the connections that wait for a request, and the others once they have their
     /// answer.
     void BeginStop();
+    /// Any thread: hands the answer to its connection, together with those that come at about the same time.
+    void HandOver(ReadyAnswer answer);
 
     // On the loop's own thread.
     void Adopt(boost::asio::ip::tcp::socket socket, ConnectionCount::Slot slot);
@@ -41,11 +55,18 @@ public:
     void SetCallers(std::shared_ptr<const CallerDirectory> callers) { m_pCallers = std::move(callers); }
     const CallerDirectory& GetCallers() const { return *m_pCallers; }
 
+    /// The time by which deadlines go. While the loop itself does not come round, it stands still: what a
+    /// client has sent lies unread then, and that is no fault of his.
+    std::chrono::steady_clock::time_point Now() const {
+        return std::chrono::steady_clock::now() - m_lostTime;
+    }
+
     boost::asio::io_context& GetContext() { return m_context; }
     GatewayCore& GetCore() { return *m_pCore; }
 
 private:
     void Run();
+    void HandOutAnswers();
     void StartTicking();
     void Tick();
 
@@ -57,11 +78,18 @@ private:
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> m_work;
     std::thread m_thread;
 
+    Mutex m_mutex;
+    std::vector<ReadyAnswer> m_ready QUILLON_GUARDED_BY(m_mutex);
+    bool m_isHandOutDue QUILLON_GUARDED_BY(m_mutex) = false;
+
     // For the loop's own thread.
+    std::vector<ReadyAnswer> m_handedOut;
     boost::asio::steady_timer m_tick;
     bool m_isTicking = false;
+    std::chrono::steady_clock::duration m_lostTime{0};
     std::shared_ptr<const CallerDirectory> m_pCallers;
     std::unordered_set<std::shared_ptr<Connection>> m_connections;
+    std::size_t m_mostConnections = 0;  // since memory was given back
 };
 
 }  // namespace PlatformAbstraction::Rest

@@ -125,8 +125,8 @@ std::variant<AdmittedRequest, HttpReply> RequestGate::Decide(const RequestHead& 
     if (head.method == kOptions && head.origin && head.requestedMethod) {
         return NoContentReply(kPreflightFields);
     }
-    auto context = callers.FindContext(head.authorization);
-    if (!context) {
+    auto caller = callers.Find(head.authorization);
+    if (!caller) {
         return ReplyOf(GatewayFailure::Unauthorized);
     }
     if (head.path == kWholeServer) {  // only OPTIONS comes with it
@@ -149,7 +149,7 @@ std::variant<AdmittedRequest, HttpReply> RequestGate::Decide(const RequestHead& 
         return ReplyOf(GatewayFailure::BodyTooLarge);
     }
     AdmittedRequest admitted{
-        *std::move(found.route), *std::move(query), *std::move(context),
+        *std::move(found.route), *std::move(query), std::move(caller->context), caller->key,
         head.contentType && IsJsonContentType(*head.contentType) && IsPlainEncoding(head.contentEncoding)};
     if (head.contentLength > 0 && !admitted.bodyIsJson) {
         return ReplyOf(GatewayFailure::UnsupportedMediaType);
@@ -157,8 +157,8 @@ std::variant<AdmittedRequest, HttpReply> RequestGate::Decide(const RequestHead& 
     return admitted;
 }
 
-std::variant<Parameters, HttpReply> RequestGate::MakeRequest(const AdmittedRequest& admitted,
-                                                             std::string_view body) {
+std::variant<MadeRequest, HttpReply> RequestGate::MakeRequest(const AdmittedRequest& admitted,
+                                                              std::string_view body) {
     if (!body.empty() && !admitted.bodyIsJson) {  // of a chunked body only its end tells whether there is any
         return ReplyOf(GatewayFailure::UnsupportedMediaType);
     }
@@ -177,7 +177,8 @@ std::variant<Parameters, HttpReply> RequestGate::MakeRequest(const AdmittedReque
     for (const auto& [name, text] : admitted.route.placeholders) {
         request.SetParameter(name, text);
     }
-    return request;
+    const std::size_t documentBytes = request.DocumentBytes();  // none where it was written to
+    return MadeRequest{std::move(request), documentBytes};
 }
 
 }  // namespace PlatformAbstraction::Rest

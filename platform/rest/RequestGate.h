@@ -22,7 +22,14 @@ struct AdmittedRequest {
     Route route;
     CoreServices::Parameters query;
     CoreServices::Parameters context;
+    CallerKey caller = 0;    ///< 0 where callers are not told apart
     bool bodyIsJson = true;  ///< as far as its head says
+};
+
+/// The message that a request is.
+struct MadeRequest {
+    CoreServices::Parameters tree;
+    std::size_t documentBytes = 0;  ///< what the tree takes; 0 where only the bound of it is known
 };
 
 /// What the gate makes of a request's head.
@@ -43,8 +50,8 @@ public:
     [[nodiscard]] Verdict Judge(const RequestHead& head, const CallerDirectory& callers) const;
 
     /// The message: the body, the query string, then the placeholders, each overriding the one before.
-    [[nodiscard]] static std::variant<CoreServices::Parameters, HttpReply> MakeRequest(
-        const AdmittedRequest& admitted, std::string_view body);
+    [[nodiscard]] static std::variant<MadeRequest, HttpReply> MakeRequest(const AdmittedRequest& admitted,
+                                                                          std::string_view body);
 
 private:
     bool IsOurHost(const HostAndPort& given) const;

@@ -5,12 +5,14 @@
 #include <future>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include "platform/rest/ClientStream.h"
 #include "platform/rest/GatewayCore.h"
 #include "platform/rest/IoLoop.h"
 #include "platform/rest/Listener.h"
+#include "platform/rest/RequestMemory.h"
 
 namespace PlatformAbstraction::Rest {
 
@@ -21,6 +23,9 @@ public:
         : m_registrations(std::move(registrations)),
           m_onBroken(std::move(onBroken)),
           m_pCore(std::make_shared<GatewayCore>(std::move(settings), sink)) {
+        if (m_pCore->settings.maxRequestMemoryBytes < LeastRequestMemory(m_pCore->settings.maxBodyBytes)) {
+            throw std::invalid_argument("The memory for requests is too small for the largest body.");
+        }
         const unsigned threads = std::max(1U, m_pCore->settings.threads);
         for (unsigned n = 0; n < threads; ++n) {
             m_loops.push_back(std::make_shared<IoLoop>(m_pCore));
@@ -34,6 +39,8 @@ public:
     void SetCallers(const std::vector<Caller>& callers);
     void StopAccepting();
     void Stop(std::chrono::milliseconds patience);
+
+    std::size_t GetRequestMemory() const noexcept { return m_pCore->memory->InUse(); }
 
 private:
     template <typename Action>
@@ -63,6 +70,7 @@ std::uint16_t RestGateway::Impl::Start() {
     auto acceptors = OpenListeners(first.GetContext(), m_pCore->settings);
     const std::uint16_t port = acceptors.front().local_endpoint().port();
     m_pCore->gate.emplace(m_pCore->settings, port, m_registrations);
+    m_pCore->readers.Start(std::max(1U, std::thread::hardware_concurrency() / 2));
     m_listener.emplace(std::move(acceptors), m_loops, ConnectionsThatFit(m_pCore->settings.maxConnections),
                        m_onBroken);
     m_pCore->connections.SetOnRoom([this, loop = m_loops.front()->weak_from_this()] {
@@ -110,6 +118,8 @@ void RestGateway::Impl::StopAccepting() {
         return;
     }
     RunOn(*m_loops.front(), [this] { m_listener->Close(); });
+    m_pCore->readers.BeginStop();
+    m_pCore->memory->Close();
     // Behind the accepts that were under way, which hold sockets of other loops.
     RunOn(*m_loops.front(), [] {});
     for (const auto& loop : m_loops) {
@@ -126,7 +136,12 @@ void RestGateway::Impl::Stop(std::chrono::milliseconds patience) {
     for (const auto& loop : m_loops) {
         loop->Stop();
     }
+    m_pCore->readers.Stop();
     m_isRunning = false;
+}
+
+std::size_t LeastRequestMemory(std::size_t maxBodyBytes) noexcept {
+    return MemoryPlan::LeastBudget(maxBodyBytes);
 }
 
 RestGateway::RestGateway(RestGatewaySettings settings, std::vector<RegistrationParams> registrations,
@@ -150,6 +165,10 @@ void RestGateway::StopAccepting() {
 
 void RestGateway::Stop(std::chrono::milliseconds patience) {
     m_pImpl->Stop(patience);
+}
+
+std::size_t RestGateway::GetRequestMemory() const noexcept {
+    return m_pImpl->GetRequestMemory();
 }
 
 }  // namespace PlatformAbstraction::Rest

@@ -23,14 +23,22 @@ struct TlsFiles {
     bool IsUsed() const { return !certificateFile.empty(); }
 };
 
+/// The least `maxRequestMemoryBytes` that goes with this `maxBodyBytes`: the largest body with the largest
+/// tree that can be made of it finds room in it, beside what is kept for small requests.
+[[nodiscard]] std::size_t LeastRequestMemory(std::size_t maxBodyBytes) noexcept;
+
 /// How a gateway listens and what it puts up with.
 struct RestGatewaySettings {
     /// A name or an address. "localhost" stands for 127.0.0.1 and ::1. It must be a loopback address unless
     /// there are `callers`, and `tls` or `behindProxy`.
     std::string host = "localhost";
-    std::uint16_t port = 9900;                        ///< 0: any free one
-    std::size_t maxBodyBytes = 4194304;               ///< a larger body gets 413
-    std::size_t maxConnections = 4096;                ///< further ones wait in the listen queue
+    std::uint16_t port = 9900;           ///< 0: any free one
+    std::size_t maxBodyBytes = 4194304;  ///< a larger body gets 413
+    std::size_t maxConnections = 4096;   ///< further ones wait in the listen queue
+    /// What requests may take together: bodies, the trees made of them, and answers. At least
+    /// `LeastRequestMemory`. Whoever finds no room waits before his body is read, and gets 503 after the
+    /// request timeout.
+    std::size_t maxRequestMemoryBytes = 268435456;
     std::chrono::milliseconds requestTimeout{10000};  ///< a request that takes longer to arrive gets 408
     /// A connection without a request is closed after it, and so is one whose client does not take its
     /// answer.
@@ -56,7 +64,8 @@ class RestGateway {
 public:
     /// `sink` must live until `Stop` has returned. `onBroken` is called once, on a thread of the gateway,
     /// when it can accept no more connections though nobody asked it to stop. Throws `std::invalid_argument`
-    /// for a registration with a method that REST does not have.
+    /// for a registration with a method that REST does not have, and for a budget of memory that is too
+    /// small.
     RestGateway(
         RestGatewaySettings settings, std::vector<RegistrationParams> registrations,
         Messaging::MessageSink& sink, std::function<void()> onBroken = [] {});
@@ -81,6 +90,9 @@ public:
     /// Waits until the last answers are written, at most that long, and ends. An answer that comes after it
     /// goes nowhere.
     void Stop(std::chrono::milliseconds patience);
+
+    /// What requests hold at the moment of `maxRequestMemoryBytes`. Any thread.
+    std::size_t GetRequestMemory() const noexcept;
 
 private:
     class Impl;

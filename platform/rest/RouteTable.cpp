@@ -20,7 +20,7 @@ void AppendMethod(std::string& methods, std::string_view more) {
 
 RouteTable::RouteTable(const std::vector<RegistrationParams>& registrations) {
     for (const RegistrationParams& registration : registrations) {
-        m_names.insert(registration.name);
+        m_messages.try_emplace(registration.name, std::make_unique<AnswerSize>());
         if (!registration.restPath.empty()) {
             Add(registration);
         }
@@ -50,8 +50,8 @@ bool RouteTable::Matches(const Path& path, const std::vector<std::string>& segme
 }
 
 Route RouteTable::MakeRoute(const Path& path, const std::string& operation,
-                            const std::vector<std::string>& segments) {
-    Route route{operation, path.methods, {}};
+                            const std::vector<std::string>& segments) const {
+    Route route{operation, path.methods, m_messages.at(operation).get(), {}};
     for (std::size_t n = 0; n < segments.size(); ++n) {
         if (path.pattern[n].isPlaceholder) {
             route.placeholders.emplace_back(path.pattern[n].text, segments[n]);
@@ -82,12 +82,12 @@ RouteTable::Answer RouteTable::Find(std::string_view method, const std::vector<s
 
 RouteTable::Answer RouteTable::FindMessage(std::string_view method, const std::string& name) const {
     Answer answer;
-    const auto known = m_names.find(name);
-    if (known == m_names.end()) {
+    const auto known = m_messages.find(name);
+    if (known == m_messages.end()) {
         return answer;
     }
     if (method == kMessagesMethod) {
-        answer.route = Route{*known, kMessagesMethod, {}};
+        answer.route = Route{known->first, kMessagesMethod, known->second.get(), {}};
     } else {
         answer.allowedMethods = kMessagesMethod;
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
@@ -23,6 +24,7 @@ using std::chrono::milliseconds;
 constexpr std::int32_t kMostThreads = 1024;
 constexpr std::int32_t kMostQueuedMessages = 1'000'000;
 constexpr std::int32_t kMostBodyBytes = 1 << 30;
+constexpr double kMostRequestMemory = 1099511627776;  // a TiB
 constexpr std::int32_t kMostConnections = 1'000'000;
 constexpr std::int32_t kLongestTimeout = 3'600'000;
 
@@ -36,6 +38,8 @@ public:
     const std::string& GetFullName() const { return m_fullName; }
 
     std::int32_t Whole(std::int32_t least, std::int32_t most) const;
+    /// For what may be larger than 32 bits hold.
+    std::size_t Bytes(double most) const;
     bool Flag() const;
     std::string Text() const;
     std::vector<std::string> Texts() const;
@@ -60,6 +64,20 @@ std::int32_t SettingValue::Whole(std::int32_t least, std::int32_t most) const {
         Refuse("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
     }
     return value;
+}
+
+std::size_t SettingValue::Bytes(double most) const {
+    std::int32_t small = 0;
+    double value = 0;
+    if (m_tree.GetParameter(m_key, small)) {
+        value = small;
+    } else if (!m_tree.GetParameter(m_key, value)) {
+        value = 0;
+    }
+    if (!(value >= 1 && value <= most) || value != std::floor(value)) {
+        Refuse("a whole number of bytes, from 1 to " + std::to_string(static_cast<std::uint64_t>(most)));
+    }
+    return static_cast<std::size_t>(value);
 }
 
 bool SettingValue::Flag() const {
@@ -218,7 +236,7 @@ bool IsOrigin(const std::string& text) {
            Rest::ReadHostAndPort(std::string_view(text).substr(scheme.size() + 3)).has_value();
 }
 
-constexpr std::array<Setting<BusSettings>, 14> kTable{{
+constexpr std::array<Setting<BusSettings>, 16> kTable{{
     {"threads",
      [](const SettingValue& value, BusSettings& settings) {
          settings.bus.threads = static_cast<std::size_t>(value.Whole(1, kMostThreads));
@@ -234,6 +252,10 @@ constexpr std::array<Setting<BusSettings>, 14> kTable{{
     {"rest.maxConnections",
      [](const SettingValue& value, BusSettings& settings) {
          settings.rest.maxConnections = static_cast<std::size_t>(value.Whole(1, kMostConnections));
+     }},
+    {"rest.maxRequestMemoryBytes",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.rest.maxRequestMemoryBytes = value.Bytes(kMostRequestMemory);
      }},
     {"rest.requestTimeoutMs",
      [](const SettingValue& value, BusSettings& settings) {
@@ -272,7 +294,25 @@ constexpr std::array<Setting<BusSettings>, 14> kTable{{
      [](const SettingValue& value, BusSettings& settings) {
          settings.farm.catalogueDirectory = value.Text();
      }},
+    {"store.compression",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.store.compression = value.Text();
+         if (settings.store.compression != "zstd" && settings.store.compression != "none") {
+             value.Refuse("\"zstd\" or \"none\"");
+         }
+     }},
 }};
+
+// Else the largest body would wait for ever.
+void CheckRequestMemory(const Rest::RestGatewaySettings& rest) {
+    const std::size_t least = Rest::LeastRequestMemory(rest.maxBodyBytes);
+    if (rest.maxRequestMemoryBytes < least) {
+        throw BusSettingsError("The bus setting \"rest.maxRequestMemoryBytes\" must be " +
+                               std::to_string(least) + " at the least where \"rest.maxBodyBytes\" is " +
+                               std::to_string(rest.maxBodyBytes) + ", and is " +
+                               std::to_string(rest.maxRequestMemoryBytes) + ".");
+    }
+}
 
 // Empty where the file cannot be read to its end. A directory can be opened; reading it fails.
 std::optional<std::string> ReadFile(const std::string& path) {
@@ -312,6 +352,7 @@ BusSettings ParseBusSettings(std::string_view json) {
             "The bus setting \"rest.tls\" wants both files, \"rest.tls.certificateFile\" and "
             "\"rest.tls.privateKeyFile\"; leave it out to serve without TLS.");
     }
+    CheckRequestMemory(settings.rest);
     return settings;
 }
 

@@ -17,11 +17,17 @@ struct FarmSettings {
     std::string catalogueDirectory;           ///< empty: the catalogues that are built in
 };
 
+/// What the record store takes from it; the values are checked.
+struct StoreSettings {
+    std::string compression = "zstd";  ///< or "none"
+};
+
 /// The settings of the bus of one process. Host and port of the gateway come from the service, not from here.
 struct BusSettings {
     Messaging::InProcessBusSettings bus;
     Rest::RestGatewaySettings rest;
     FarmSettings farm;
+    StoreSettings store;
 };
 
 /// A setting was refused. The text names its key.

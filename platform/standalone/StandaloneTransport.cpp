@@ -61,6 +61,7 @@ public:
         : m_farm(std::move(farm)), m_pMessaging(Messaging::InProcessBus::Create()->GetMessaging()) {}
     ~StandaloneTransport() override { EndRunning(steady_clock::now()); }
 
+    InitError ReadSettings(const std::string& configuration) override;
     InitError Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
                     const std::string& configuration) override;
     bool IsRunning() const override { return m_running.has_value(); }
@@ -91,6 +92,15 @@ private:
     // Of no bus at first.
     std::shared_ptr<Messaging::BusMessaging> m_pMessaging QUILLON_GUARDED_BY(m_mutex);
 };
+
+InitError StandaloneTransport::ReadSettings(const std::string& configuration) try {
+    AddConfigData(std::string(Weftline::Options::StoreCompression),
+                  ReadBusSettings(configuration).store.compression);
+    return InitError::None;
+} catch (const BusSettingsError& refused) {
+    Log::Error(refused.what());
+    return InitError::BadConfiguration;
+}
 
 InitError StandaloneTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
                                      const std::string& configuration) {

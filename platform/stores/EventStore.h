@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Core/src/wf_Record.h"
+#include "base/concurrency/HeldOutput.h"
 #include "base/parameters/Parameters.h"
 #include "platform/stores/EventLog.h"
 #include "platform/stores/StoreChoice.h"
@@ -20,6 +21,7 @@ public:
     /// Appends to the topic `record.recordTopic`; with `durable` it returns once the event is on disk. False
     /// on failure.
     bool Produce(const Weftline::Record& record, bool durable) const {
+        PlatformAbstraction::HeldOutput::Settle();
         return m_pLog->Produce(record, durable);
     }
 

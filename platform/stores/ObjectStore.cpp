@@ -2,13 +2,17 @@
 
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
+#include "base/concurrency/HeldOutput.h"
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/PlatformIdentifiers.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/StoreChoice.h"
 
 namespace CommonServices {
+
+using PlatformAbstraction::HeldOutput;
 
 namespace {
 
@@ -47,6 +51,11 @@ std::string PathOf(const std::string& database, const std::string& uri, const st
         "name its file with sqlite:PATH");
 }
 
+std::shared_ptr<RecordStore> SettledRecords() {
+    HeldOutput::Settle();
+    return StoreChoice::Records();
+}
+
 }  // namespace
 
 bool ObjectStore::Init(const std::string& /*deploy*/, const std::string& database, const std::string& uri,
@@ -61,39 +70,55 @@ bool ObjectStore::Init(const std::string& /*deploy*/, const std::string& databas
 }
 
 bool ObjectStore::UpsertOne(const Weftline::Record& record) const {
-    return StoreChoice::Records()->UpsertOne(record);
+    return SettledRecords()->UpsertOne(record);
 }
 
-bool ObjectStore::UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
-                                      const Weftline::Record& event) const {
-    return StoreChoice::Records()->UpsertOneAndProduce(record, *events.m_pLog, event);
+bool ObjectStore::UpsertOneAndProduce(Weftline::Record record, const EventStore& events,
+                                      Weftline::Record event) const {
+    if (HeldOutput* const output = HeldOutput::OfTail()) {
+        return SettledRecords()->UpsertOneAndProduceHeld(std::move(record), *events.m_pLog, std::move(event),
+                                                         *output);
+    }
+    return SettledRecords()->UpsertOneAndProduce(record, *events.m_pLog, event);
 }
 
 std::optional<Weftline::Record> ObjectStore::FindByID(const std::string& id,
                                                       const std::string& collection) const {
-    return StoreChoice::Records()->FindByID(id, collection);
+    return SettledRecords()->FindByID(id, collection);
 }
 
 std::vector<std::optional<Weftline::Record>> ObjectStore::FindManyByID(const std::vector<std::string>& ids,
                                                                        const std::string& collection) const {
-    return StoreChoice::Records()->FindManyByID(ids, collection);
+    return SettledRecords()->FindManyByID(ids, collection);
+}
+
+std::vector<std::optional<Weftline::Record>> ObjectStore::FindManyWithoutData(
+    const std::vector<std::string>& ids, const std::string& collection) const {
+    return SettledRecords()->FindManyWithoutData(ids, collection);
 }
 
 std::vector<Weftline::Record> ObjectStore::FindRecordsOfType(const std::string& collection,
                                                              const std::string& type, std::int32_t offset,
                                                              std::int32_t limit) const {
-    return StoreChoice::Records()->FindRecordsOfType(collection, type, offset, limit);
+    return SettledRecords()->FindRecordsOfType(collection, type, offset, limit);
 }
 
 std::vector<Weftline::Record> ObjectStore::FindRecordsWithReferencedID(
     const std::string& collection, const std::string& type, const std::string& referenceKey,
     const std::string& referenceValue, std::int32_t offset, std::int32_t limit) const {
-    return StoreChoice::Records()->FindRecordsWithReferencedID(collection, type, referenceKey, referenceValue,
-                                                               offset, limit);
+    return SettledRecords()->FindRecordsWithReferencedID(collection, type, referenceKey, referenceValue,
+                                                         offset, limit);
 }
 
 bool ObjectStore::DeleteMany(const std::vector<std::string>& ids) const {
-    return StoreChoice::Records()->DeleteMany(ids);
+    return SettledRecords()->DeleteMany(ids);
+}
+
+std::vector<std::string> ObjectStore::TakeDataWithReferencedID(const std::string& collection,
+                                                               const std::string& type,
+                                                               const std::string& referenceKey,
+                                                               const std::string& referenceValue) const {
+    return SettledRecords()->TakeDataWithReferencedID(collection, type, referenceKey, referenceValue);
 }
 
 }  // namespace CommonServices

@@ -15,7 +15,8 @@ class EventStore;
 /// The client of the record store: a value without state of its own, made wherever one is needed. All values
 /// reach the one store of the process, which `Init` chooses. Any thread may call.
 ///
-/// Where no store is there the operations throw `ObjectStoreException`.
+/// Where no store is there the operations throw `ObjectStoreException`. On a thread whose output is held for
+/// a write (`HeldOutput`) they wait for that write first.
 class ObjectStore {
 public:
     /// Chooses and opens the store of the process, once: an empty `uri` gives the embedded store
@@ -29,13 +30,16 @@ public:
     [[nodiscard]] bool UpsertOne(const Weftline::Record& record) const;
     /// As `UpsertOne`, and where that gives true as `events.Produce(event, true)`, whose result is not told.
     /// Where records and events lie in one file they are committed together, and a failure of either leaves
-    /// neither.
-    [[nodiscard]] bool UpsertOneAndProduce(const Weftline::Record& record, const EventStore& events,
-                                           const Weftline::Record& event) const;
+    /// neither. In a `HeldOutput::Tail` true may mean that the write is under way and holds the output.
+    [[nodiscard]] bool UpsertOneAndProduce(Weftline::Record record, const EventStore& events,
+                                           Weftline::Record event) const;
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) const;
     /// One place for each id, empty where there is no such record.
     std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
                                                               const std::string& collection) const;
+    /// The same, with `recordData` left empty.
+    std::vector<std::optional<Weftline::Record>> FindManyWithoutData(const std::vector<std::string>& ids,
+                                                                     const std::string& collection) const;
     std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
                                                     std::int32_t offset, std::int32_t limit) const;
     std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,
@@ -44,6 +48,9 @@ public:
                                                               const std::string& referenceValue,
                                                               std::int32_t offset, std::int32_t limit) const;
     [[nodiscard]] bool DeleteMany(const std::vector<std::string>& ids) const;
+    std::vector<std::string> TakeDataWithReferencedID(const std::string& collection, const std::string& type,
+                                                      const std::string& referenceKey,
+                                                      const std::string& referenceValue) const;
 };
 
 }  // namespace CommonServices

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Core/src/wf_Record.h"
+#include "base/concurrency/HeldOutput.h"
 #include "base/log/PlatformLog.h"
 #include "platform/stores/EventLog.h"
 
@@ -51,6 +54,15 @@ public:
         return true;
     }
 
+    /// As `UpsertOneAndProduce`, but may return before the record is durable: true then means that the write
+    /// is under way, that `output.Begin()` was called for it and that `output.End` follows from whatever
+    /// thread with how it went. A store that has no such way blocks.
+    virtual bool UpsertOneAndProduceHeld(Weftline::Record&& record, EventLog& events,
+                                         Weftline::Record&& event,
+                                         PlatformAbstraction::HeldOutput& /*output*/) {
+        return UpsertOneAndProduce(record, events, event);
+    }
+
     virtual std::optional<Weftline::Record> FindByID(const std::string& id,
                                                      const std::string& collection) = 0;
 
@@ -61,6 +73,18 @@ public:
         found.reserve(ids.size());
         for (const std::string& id : ids) {
             found.push_back(FindByID(id, collection));
+        }
+        return found;
+    }
+
+    /// As `FindManyByID`, with `recordData` left empty: for those who would read it for nothing.
+    virtual std::vector<std::optional<Weftline::Record>> FindManyWithoutData(
+        const std::vector<std::string>& ids, const std::string& collection) {
+        std::vector<std::optional<Weftline::Record>> found = FindManyByID(ids, collection);
+        for (std::optional<Weftline::Record>& record : found) {
+            if (record) {
+                record->recordData.clear();
+            }
         }
         return found;
     }
@@ -79,6 +103,23 @@ public:
 
     /// All or nothing; ids that are not there are no failure. False when nothing was deleted for a fault.
     [[nodiscard]] virtual bool DeleteMany(const std::vector<std::string>& ids) = 0;
+
+    /// The private data of the records that `FindRecordsWithReferencedID` gives without a limit, which are
+    /// deleted; returns once that is durable. Records that a fault kept from being deleted are given all the
+    /// same. A store may promise that of several callers at once one alone gets each record.
+    virtual std::vector<std::string> TakeDataWithReferencedID(const std::string& collection,
+                                                              const std::string& type, const std::string& key,
+                                                              const std::string& value) {
+        std::vector<std::string> ids;
+        std::vector<std::string> data;
+        for (Weftline::Record& record : FindRecordsWithReferencedID(
+                 collection, type, key, value, 0, std::numeric_limits<std::int32_t>::max())) {
+            ids.push_back(std::move(record.recordID));
+            data.push_back(std::move(record.recordData));
+        }
+        static_cast<void>(DeleteMany(ids));
+        return data;
+    }
 };
 
 }  // namespace CommonServices

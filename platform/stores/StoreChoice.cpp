@@ -12,6 +12,7 @@
 #include "platform/stores/EventLog.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
+#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace CommonServices::StoreChoice {
 
@@ -44,6 +45,15 @@ EmbeddedStore LetGoOfEmbedded(Choice& choice) QUILLON_REQUIRES(choice.mutex) {
     return std::exchange(choice.embedded, {});
 }
 
+Sqlite::Compression ReadCompression() {
+    const std::string text =
+        PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::StoreCompression));
+    if (!text.empty() && text != "zstd" && text != "none") {
+        throw ObjectStoreException("store.compression is \"zstd\" or \"none\", and not \"" + text + "\"");
+    }
+    return text == "none" ? Sqlite::Compression::None : Sqlite::Compression::Zstd;
+}
+
 }  // namespace
 
 void OpenEmbedded(const std::string& path) {
@@ -58,7 +68,10 @@ void OpenEmbedded(const std::string& path) {
         former = LetGoOfEmbedded(choice);
     }
     former = {};
-    EmbeddedStore opened = OpenEmbeddedStore(path);
+    Sqlite::SqliteOptions options;
+    options.path = path;
+    options.compression = ReadCompression();
+    EmbeddedStore opened = OpenEmbeddedStore(options);
     const MutexLock lock(choice.mutex);
     choice.records = opened.records;
     choice.embedded = std::move(opened);

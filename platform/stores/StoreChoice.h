@@ -14,8 +14,9 @@ class RecordStore;
 /// disk by then. Failures are thrown as `ObjectStoreException`.
 namespace StoreChoice {
 
-/// Chooses the embedded store in the file `path`: its records, and its events for `Events`. Where it is
-/// chosen already it stays open; another one is let go first, and closes once nobody holds it.
+/// Chooses the embedded store in the file `path`: its records, and its events for `Events`. It packs texts
+/// unless `store.compression` of the configuration store is "none". Where it is chosen already it stays open;
+/// another one is let go first, and closes once nobody holds it.
 void OpenEmbedded(const std::string& path);
 
 /// The file of the embedded store; empty while none is chosen.

@@ -13,6 +13,8 @@ import subprocess
 import tempfile
 import time
 
+from packed_text import unpack_rows
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BINARY = os.environ.get("QUILLON_SCHEDULER", str(ROOT / "build/release/bin/quillon-scheduler"))
 SERVICE_NAME = "orvik.quillon.processing.scheduler"
@@ -112,7 +114,7 @@ class Service:
     def query(self, sql, *values):
         """Rows of the store as another program reads them: from a process of its own, read only."""
         with contextlib.closing(sqlite3.connect("file:%s?mode=ro" % self.store, uri=True)) as database:
-            database.row_factory = sqlite3.Row
+            unpack_rows(database)
             return database.execute(sql, values).fetchall()
 
     def jobs(self):

@@ -12,7 +12,7 @@
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
 #include "platform/stores/StoreChoice.h"
-#include "tests/inprocess/BusStories.h"
+#include "tests/bus/BusStories.h"
 #include "tests/stores/TempDirectory.h"
 
 namespace TestSupport {

@@ -11,6 +11,8 @@
 #include <tuple>
 #include <vector>
 
+#include "base/parameters/JsonObjectText.h"
+#include "base/parameters/JsonTexts.h"
 #include "base/parameters/Parameters.h"
 
 namespace {
@@ -32,6 +34,7 @@ TEST(JsonReading, AcceptsWhatTheGrammarAllows) {
         {R"(["\ud800\udc00\uDBFF\uDFFF"])", "[\"\U00010000\U0010FFFF\"]"}};
     for (const auto& [text, written] : changed) {
         EXPECT_EQ(Parameters::fromJSON(text).toJSON(), written);
+        EXPECT_TRUE(CoreServices::IsJson(text)) << text;
     }
     for (const std::string& same :
          Texts{"{}", R"(["",0,-1.5e+3,true,false,null,{"k":[]}])", R"({"":0})", R"({"\u0000":"a\u0000b"})",
@@ -40,6 +43,7 @@ TEST(JsonReading, AcceptsWhatTheGrammarAllows) {
                R"(["/*x*/ //"])", R"(["12345678\n1234567\"123456789012345"])",
                kAsDeepAsAllowed + std::string(512, ']')}) {
         EXPECT_EQ(Parameters::fromJSON(same).toJSON(), same);
+        EXPECT_TRUE(CoreServices::IsJson(same)) << same;
     }
 }
 
@@ -84,7 +88,27 @@ TEST(JsonReading, RefusesAllElseAndNamesThePlace) {
             const std::string failure = "JSON: byte " + std::to_string(place) + ": " + error;
             EXPECT_THAT([&text] { Parameters::fromJSON(text); },
                         testing::ThrowsMessage<std::runtime_error>(failure));
+            EXPECT_FALSE(CoreServices::IsJson(text)) << text;
         }
+    }
+}
+
+TEST(JsonReading, TextsUnderTopLevelKeysAreReadWithoutATree) {
+    const std::vector<std::string_view> keys{"a", "b"};
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {R"({"a":"x","b":"\\\"\u00e4"})", "x", "\\\"\u00e4"},
+        {R"({"c":{"a":"inner","b":["b"]},"\\a":"","\u0061" : "escaped key"})", "escaped key", ""},
+        {R"({"a":"first","b":"gone","b":{"a":"inner"},"a":"last"})", "last", ""},
+        {R"({"a":null,"b":1})", "", ""},
+        {R"(["a","b"])", "", ""},
+        {"", "", ""},
+    };
+    for (const auto& [json, a, b] : rows) {
+        Texts texts(2, "old");
+        EXPECT_TRUE(CoreServices::ReadTextsOfJson(json, keys, texts));
+        EXPECT_EQ(texts, Texts({a, b})) << json;
+        EXPECT_FALSE(CoreServices::ReadTextsOfJson(json + "x"s, keys, texts));
+        EXPECT_EQ(texts, Texts(2)) << json;
     }
 }
 
@@ -98,6 +122,28 @@ TEST(JsonWriting, WhateverTextsAndKeysHoldComesOutAsValidJson) {
         Parameters tree;
         tree.SetParameter(text, text);
         EXPECT_EQ(tree.toJSON(), "{" + written + ":" + written + "}");
+    }
+}
+
+TEST(JsonWriting, WithoutATreeGivesTheTextThatATreeGives) {
+    EXPECT_EQ(CoreServices::JsonObjectText().Finish(), "{}");
+    std::string odd;
+    for (int c = 0; c < 256; ++c)
+        odd.push_back(static_cast<char>(c));
+    for (const std::string& text : Texts{"", "\"", "\\", odd, std::string(1000, '"'), "\u00e9\U0001F600"}) {
+        auto inner = Parameters::fromJSON(R"({"n":[1e400,-0,{},[],null,true],"o":{"x":false}})");
+        inner.SetParameter(text, text);
+        Parameters tree;
+        tree.SetParameter(text, text);
+        tree.SetParameter("tree", inner.toJSON());
+        tree.SetParameter("flag", true);
+        tree.SetParameter("least", std::numeric_limits<std::int32_t>::min());
+        CoreServices::JsonObjectText straight;
+        straight.AddText(text, text);
+        straight.AddTextOf("tree", inner);
+        straight.AddFlag("flag", true);
+        straight.AddInteger("least", std::numeric_limits<std::int32_t>::min());
+        EXPECT_EQ(straight.Finish(), tree.toJSON());
     }
 }
 

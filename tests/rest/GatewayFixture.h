@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -18,17 +19,19 @@ namespace PlatformAbstraction::Rest {
 class FakeSink final : public Messaging::MessageSink {
 public:
     void Deliver(std::string_view operation, CoreServices::Parameters request,
-                 CoreServices::Parameters context, AnswerCallback onAnswer) override {
+                 CoreServices::Parameters context,
+                 std::unique_ptr<Messaging::AnswerReceiver> receiver) override {
         const MutexLock lock(m_mutex);
         if (throws) {
             throw std::runtime_error("secret of the process");
         }
         m_lastMessage = std::string(operation) + " " + request.toJSON() + " " + context.toJSON();
         if (holds) {
-            m_held.push_back(std::move(onAnswer));
+            m_held.push_back(std::move(receiver));
             m_arrived.NotifyAll();
         } else {
-            onAnswer(m_answer);
+            receiver->Prepare(m_answer);
+            receiver->Send();
         }
     }
 
@@ -38,14 +41,34 @@ public:
     }
 
     /// The oldest answer that is held back, once there is one.
-    AnswerCallback TakeHeld() {
+    std::function<void(Messaging::MessageAnswer)> TakeHeld() {
         MutexLock lock(m_mutex);
         while (m_held.empty()) {
             m_arrived.Wait(lock);
         }
-        AnswerCallback callback = std::move(m_held.front());
+        std::shared_ptr<Messaging::AnswerReceiver> receiver = std::move(m_held.front());
         m_held.pop_front();
-        return callback;
+        return [receiver](Messaging::MessageAnswer answer) {
+            receiver->Prepare(std::move(answer));
+            receiver->Send();
+        };
+    }
+
+    /// All that are held back by now.
+    void AnswerHeld() {
+        const MutexLock lock(m_mutex);
+        for (const auto& receiver : m_held) {
+            receiver->Prepare(m_answer);
+            receiver->Send();
+        }
+        m_held.clear();
+    }
+
+    /// Whoever hands something in meanwhile waits.
+    template <typename Action>
+    void WhileBusy(const Action& action) {
+        const MutexLock lock(m_mutex);
+        action();
     }
 
     /// "operation request context" of the last message.
@@ -61,7 +84,7 @@ private:
     Mutex m_mutex;
     Condition m_arrived;
     Messaging::MessageAnswer m_answer QUILLON_GUARDED_BY(m_mutex);
-    std::deque<AnswerCallback> m_held QUILLON_GUARDED_BY(m_mutex);
+    std::deque<std::unique_ptr<Messaging::AnswerReceiver>> m_held QUILLON_GUARDED_BY(m_mutex);
     std::string m_lastMessage QUILLON_GUARDED_BY(m_mutex);
 };
 

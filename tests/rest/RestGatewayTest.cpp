@@ -109,9 +109,9 @@ TEST_F(GatewayTest, BuildsTheRequestFromBodyQueryAndPath) {
 
 TEST_F(GatewayTest, GivesEachErrorOfTheServiceItsStatusAndTellsNothingOfTheProcess) {
     Start();
-    const std::pair<const char*, int> rows[] = {{"QUEUE_FULL", 503},         {"SERVICE_STOPPING", 503},
-                                                {"NOT_FOUND", 404},          {"BAD_REQUEST", 400},
-                                                {"METHOD_NOT_ALLOWED", 405}, {"ANY", 500}};
+    const std::pair<const char*, int> rows[] = {
+        {"QUEUE_FULL", 503},         {"SERVICE_STOPPING", 503}, {"NOT_FOUND", 404}, {"BAD_REQUEST", 400},
+        {"METHOD_NOT_ALLOWED", 405}, {"BUS_AWAY", 503},         {"ANY", 500}};
     for (const auto& [code, status] : rows) {
         sink.RespondWith(MessageAnswer::OfError(code, "not \0 now"s));
         const RawResponse response = Ask(port, GetVideo());

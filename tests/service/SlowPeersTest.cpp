@@ -8,7 +8,7 @@
 #include "Core/src/Vocabulary.h"
 #include "base/concurrency/BlockingRegion.h"
 #include "platform/rest/RestGateway.h"
-#include "tests/inprocess/BusStories.h"
+#include "tests/bus/BusStories.h"
 #include "tests/rest/RawClient.h"
 #include "tests/service/DescribedScheduler.h"
 

@@ -13,7 +13,7 @@
 
 #include "platform/messaging/BusConnection.h"
 #include "platform/messaging/ConfigurationStore.h"
-#include "tests/inprocess/BusStories.h"
+#include "tests/bus/BusStories.h"
 #include "tests/rest/RawClient.h"
 
 namespace PlatformAbstraction::Standalone {

@@ -28,7 +28,7 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
     const std::string base = directory.Path().string() + "/";
     ASSERT_EQ(::chmod(base.c_str(), 0755), 0);
     std::ofstream(base + "text.db") << std::string(5000, 'x');
-    ForeignProgram(base + "newer.db").Ask("PRAGMA application_id = 0x51535354; PRAGMA user_version = 7");
+    ForeignProgram(base + "newer.db").Ask("PRAGMA application_id = 0x51535354; PRAGMA user_version = 3");
     ForeignProgram(base + "other.db").Ask("CREATE TABLE t (a)");
     ASSERT_EQ(::chmod((base + "other.db").c_str(), 0664), 0);
     ForeignProgram(base + "marked.db").Ask("PRAGMA user_version = 1");
@@ -37,12 +37,13 @@ TEST_F(EmbeddedFile, RefusesWhatItCannotOrMayNotUse) {
     Open();
     const CommonServices::EmbeddedStore inUse = store;
 
-    const std::pair<std::string, const char*> rows[] = {{"text.db", "is no database"},
-                                                        {"newer.db", "layout version 7"},
-                                                        {"other.db", "database of another program"},
-                                                        {"marked.db", "database of another program"},
-                                                        {"directory.db", "Is a directory"},
-                                                        {"used.db", "in use by another service"}};
+    const std::pair<std::string, const char*> rows[] = {
+        {"text.db", "is no database"},
+        {"newer.db", "layout version 3, and this program knows versions up to 2"},
+        {"other.db", "database of another program"},
+        {"marked.db", "database of another program"},
+        {"directory.db", "Is a directory"},
+        {"used.db", "in use by another service"}};
     for (const auto& [file, words] : rows) {
         options.path = base + file;
         EXPECT_THAT([this] { Open(); },
@@ -87,6 +88,9 @@ TEST_F(EmbeddedFile, ReadsRowsOfOtherProgramsWhateverTheyHold) {
     EXPECT_EQ(all[1].recordVersion, 0);
     EXPECT_EQ(all[1].tags, std::string("\0\xff", 2));
     EXPECT_TRUE(all[1].systemCreated);
+    program.Ask(R"(UPDATE records SET recordPublicData = '{"queryID":"odd"}' WHERE recordID IN ('n', '7'))");
+    EXPECT_THAT(store.records->TakeDataWithReferencedID("V2_WFMobIDs", "MobID", "queryID", "odd"),
+                ElementsAre("", "{}"));
     EXPECT_THROW(
         program.Ask("INSERT INTO records (recordID, recordType, recordTopic) VALUES (x'00', 'a', 'b')"),
         std::runtime_error);

@@ -4,12 +4,14 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <future>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "base/concurrency/HeldOutput.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
 #include "platform/stores/sqlite/SqliteOptions.h"
@@ -68,9 +70,34 @@ public:
         return rows;
     }
 
+    void Load(const std::string& extension) {
+        sqlite3_db_config(m_pDatabase, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 1, nullptr);
+        if (sqlite3_load_extension(m_pDatabase, extension.c_str(), nullptr, nullptr) != SQLITE_OK) {
+            throw std::runtime_error(sqlite3_errmsg(m_pDatabase));
+        }
+    }
+
 private:
     sqlite3* m_pDatabase = nullptr;
 };
+
+/// Stores and announces as a handler at work beside others does: the answer waits for the disk, and the
+/// thread does not.
+inline std::future<bool> AnnounceHeld(CommonServices::RecordStore& records, CommonServices::EventLog& events,
+                                      const std::string& id, const std::string& topic) {
+    struct Output final : PlatformAbstraction::HeldOutput {
+        void GoOut(const std::string* failure) noexcept override {
+            const std::unique_ptr<Output> self(this);
+            isStored.set_value(failure == nullptr);
+        }
+        std::promise<bool> isStored;
+    };
+    auto* const output = new Output;
+    auto isStored = output->isStored.get_future();
+    output->End(records.UpsertOneAndProduceHeld(RecordOf(id, topic), events,
+                                                RecordOf("event of " + id, "V2_WFJobEvents"), *output));
+    return isStored;
+}
 
 /// An embedded store in a directory of the test's own, which can be closed and opened anew.
 class EmbeddedFixture : public testing::Test {
@@ -88,6 +115,9 @@ protected:
         Weftline::Record job = RecordOf(id);
         job.recordData = std::string(bytes, 'x');
         return store.records->UpsertOne(job);
+    }
+    std::future<bool> Announce(const std::string& id, const std::string& topic = "V2_WFJobs") {
+        return AnnounceHeld(*store.records, *store.events, id, topic);
     }
     std::vector<std::string> Jobs() {
         return IdsOf(store.records->FindRecordsOfType("V2_WFJobs", "Job", 0, kAll));

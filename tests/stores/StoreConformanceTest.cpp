@@ -1,10 +1,11 @@
 // What every record store and every event log promises.
 
 #include <future>
+#include <thread>
 #include <tuple>
 
 #include "tests/stores/EmbeddedFixture.h"
-#include "tests/support/FakeStores.h"
+#include "tests/stores/StoresUnderTest.h"
 
 namespace {
 
@@ -16,18 +17,12 @@ using Names = std::vector<std::string>;
 
 const std::string kTopic = "V2_WFJobEvents";
 
-/// A store and a log under test: a new implementation is added here and to the values below.
-class Stores : public testing::TestWithParam<std::string> {
+class Stores : public testing::TestWithParam<StoresUnderTest> {
 protected:
     Stores() {
-        if (GetParam() == "Embedded") {
-            const auto embedded = CommonServices::OpenEmbeddedStore(directory.File("store.db"));
-            records = embedded.records;
-            log = embedded.events;
-        } else {
-            records = std::make_shared<TestSupport::FakeRecordStore>();
-            log = std::make_shared<TestSupport::FakeEventLog>();
-        }
+        auto opened = GetParam().open(directory);
+        records = std::move(opened.records);
+        log = std::move(opened.log);
     }
 
     bool Upsert(const std::string& id, const std::string& topic = "V2_WFJobs",
@@ -63,8 +58,8 @@ protected:
     std::shared_ptr<CommonServices::EventLog> log;
 };
 
-INSTANTIATE_TEST_SUITE_P(All, Stores, testing::Values("Embedded", "Fake"),
-                         [](const auto& row) { return row.param; });
+INSTANTIATE_TEST_SUITE_P(All, Stores, testing::ValuesIn(AllStoresUnderTest()),
+                         [](const auto& row) { return row.param.name; });
 
 auto FieldsOf(const Record& record) {
     return std::tuple(record.recordID, record.recordType, record.recordVersion, record.recordTopic,
@@ -86,6 +81,10 @@ TEST_P(Stores, GiveBackWhatTheyTook) {
     ASSERT_EQ(many.size(), 4U);
     EXPECT_FALSE(many[0].has_value() || many[2].has_value());
     EXPECT_EQ(FieldsOf(many[1].value()), FieldsOf(many[3].value()));
+    record.recordData.clear();
+    const auto parts = records->FindManyWithoutData({record.recordID, "nobody"}, "V2_WFJobs");
+    EXPECT_EQ(FieldsOf(parts.at(0).value()), FieldsOf(record));
+    EXPECT_FALSE(parts.at(1).has_value());
 }
 
 TEST_P(Stores, AnUpsertReplacesAndKeepsThePlaceAndADeletionFreesIt) {
@@ -104,6 +103,21 @@ TEST_P(Stores, AnUpsertReplacesAndKeepsThePlaceAndADeletionFreesIt) {
     EXPECT_THAT(Jobs("Other"), ElementsAre("b"));
     EXPECT_TRUE(records->DeleteMany({"a"}) && Upsert("a", "V2_WFProfiles"));
     EXPECT_THAT(Jobs(), ElementsAre("c"));
+}
+
+TEST_P(Stores, ARecordIsThereBeforeItsEventWhicheverWayItIsWritten) {
+    EXPECT_TRUE(records->UpsertOneAndProduce(RecordOf("a"), *log, RecordOf("event of a", kTopic)));
+    EXPECT_TRUE(AnnounceHeld(*records, *log, "b", "V2_WFJobs").get());
+    EXPECT_FALSE(AnnounceHeld(*records, *log, "b", "V2_WFProfiles").get());
+    EXPECT_FALSE(
+        records->UpsertOneAndProduce(RecordOf("a", "V2_WFProfiles"), *log, RecordOf("event of a", kTopic)));
+    EXPECT_THAT(Jobs(), ElementsAre("a", "b"));
+    // A store may announce after it has answered.
+    for (const auto deadline = std::chrono::steady_clock::now() + 60s;
+         Texts(0, 10).size() < 2 && std::chrono::steady_clock::now() < deadline;) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(Texts(0, 10).size(), 2U);
 }
 
 TEST_P(Stores, ListsHaveOffsetAndLimit) {
@@ -157,6 +171,25 @@ TEST_P(Stores, AReferenceIsATextAtTheTopOfThePublicJson) {
         ASSERT_TRUE(UpsertResult(json));
         EXPECT_THAT(Referring("queryID", value), IsEmpty()) << json;
     }
+}
+
+TEST_P(Stores, WhatIsTakenIsGoneAndComesInOrder) {
+    Names data;
+    for (int n = 0; n < 300; ++n) {
+        Record record = ResultOf(std::to_string(n % 2 == 0 ? 1000 - n : n), R"({"queryID":"q"})");
+        record.recordData =
+            data.emplace_back(std::to_string(n) + std::string(static_cast<std::size_t>(n) * 10, 'x'));
+        ASSERT_TRUE(records->UpsertOne(record));
+    }
+    ASSERT_TRUE(records->UpsertOne(ResultOf("other", R"({"queryID":"other"})")) && Upsert("job"));
+    const auto take = [&](const std::string& type) {
+        return records->TakeDataWithReferencedID("V2_WFMobIDs", type, "queryID", "q");
+    };
+    EXPECT_THAT(take("Other"), IsEmpty());
+    EXPECT_EQ(take("MobID"), data);
+    EXPECT_THAT(take("MobID"), IsEmpty());
+    EXPECT_THAT(Referring("queryID", "other"), ElementsAre("other"));
+    EXPECT_THAT(Jobs(), ElementsAre("job"));
 }
 
 TEST_P(Stores, KeepEventsInOrderByTopic) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/messaging/MessageAnswer.h"
+#include "platform/messaging/inprocess/MessagePosting.h"
 #include "platform/messaging/inprocess/QueuedMessage.h"
 #include "platform/messaging/inprocess/ServiceEndpoint.h"
 
@@ -13,61 +14,8 @@ namespace PlatformAbstraction::Messaging {
 
 namespace {
 
-using Instances = std::vector<std::shared_ptr<ServiceEndpoint>>;
-
 // Longer patience is cut to this, so that no deadline overflows the clock.
 constexpr std::chrono::hours kLongestPatience{24};
-
-std::string Quoted(const std::string& text) {
-    return '"' + text + '"';
-}
-
-MessageAnswer ServiceNotFound(const ServiceMessageDispatch& dispatch) {
-    return MessageAnswer::OfError(
-        kServiceNotFound, "The service " + Quoted(dispatch.service) + ", realm " + Quoted(dispatch.realm) +
-                              ", version " + std::to_string(dispatch.version) + ", is not on the bus.");
-}
-
-std::optional<MessageAnswer> ErrorOf(Acceptance acceptance, const ServiceMessageDispatch& dispatch) {
-    const std::string service = "The service " + Quoted(dispatch.service);
-    const std::string operation = Quoted(dispatch.operation);
-    switch (acceptance) {
-        case Acceptance::Accepted:
-            return std::nullopt;
-        case Acceptance::NotFound:
-            return MessageAnswer::OfError(kOperationNotFound,
-                                          service + " has no operation " + operation + ".");
-        case Acceptance::QueueFull:
-            return MessageAnswer::OfError(
-                kQueueFull, service + " did not take " + operation + ": too many messages are waiting.");
-        case Acceptance::Stopping:
-            return MessageAnswer::OfError(kServiceStopping,
-                                          service + " did not take " + operation + ": it stops.");
-    }
-    return MessageAnswer::OfError(kGenericServiceError, service + " did not take " + operation + ".");
-}
-
-/// To the first instance that takes the message.
-Acceptance PostToOne(const Instances& instances, const std::string& operation,
-                     std::unique_ptr<QueuedMessage>& message) {
-    auto result = Acceptance::NotFound;
-    for (const auto& instance : instances) {
-        const Acceptance one = instance->Post(operation, message);
-        if (one == Acceptance::Accepted) {
-            return one;
-        }
-        // An instance that is full or stopping tells the sender more than one that does not know the
-        // operation.
-        result = one == Acceptance::NotFound ? result : one;
-    }
-    return result;
-}
-
-std::shared_ptr<MessageResultsFuture> EndedFuture(std::optional<MessageAnswer> error) {
-    auto exchange = std::make_shared<MessageExchange>();
-    exchange->End(error ? std::move(*error) : MessageAnswer());
-    return std::make_shared<MessageResultsFuture>(std::move(exchange));
-}
 
 }  // namespace
 
@@ -91,7 +39,11 @@ std::shared_ptr<MessageSink> InProcessBus::Attach(const std::shared_ptr<ServiceI
         throw std::logic_error("The service \"" + service->GetName() +
                                "\" was attached to a bus that has stopped.");
     }
-    auto endpoint = std::make_shared<ServiceEndpoint>(*service, m_settings, weak_from_this());
+    auto endpoint = std::make_shared<ServiceEndpoint>(
+        *service, m_settings,
+        [bus = weak_from_this()](const CoreServices::Parameters& context, MessageId handled) {
+            return std::make_shared<InProcessMessaging>(bus, context, handled);
+        });
     m_services[{service->GetName(), service->GetRealm(), service->GetVersion()}].instances.push_back(
         endpoint);
     return endpoint;
@@ -118,16 +70,7 @@ void InProcessBus::Stop(std::chrono::steady_clock::duration patience) {
     const Instances endpoints = MarkStopped();
     const auto deadline = std::chrono::steady_clock::now() +
                           std::min<std::chrono::steady_clock::duration>(patience, kLongestPatience);
-    // All are drained before any is closed: a message under way in one may need an answer of another.
-    for (const auto& endpoint : endpoints) {
-        endpoint->GetPool().Drain();
-    }
-    for (const auto& endpoint : endpoints) {
-        endpoint->GetPool().WaitUntilQuiet(deadline);
-    }
-    for (const auto& endpoint : endpoints) {
-        endpoint->Close(deadline);
-    }
+    StopInstances(endpoints, deadline);
 }
 
 Instances InProcessBus::MarkStopped() {
@@ -147,6 +90,7 @@ InProcessMessaging::InProcessMessaging(std::weak_ptr<InProcessBus> bus,
 
 std::shared_ptr<MessageResultsFuture> InProcessMessaging::SendRequest(
     const ServiceMessageDispatch& dispatch) {
+    HeldOutput::Settle();
     auto exchange = std::make_shared<MessageExchange>();
     auto message = MakeMessage(dispatch, exchange);
     message->isPartOfWorkUnderWay = WorkerPool::IsOnWorkerThread();
@@ -158,19 +102,22 @@ std::shared_ptr<MessageResultsFuture> InProcessMessaging::SendRequest(
 
 std::shared_ptr<MessageResultsFuture> InProcessMessaging::SendNotification(
     const ServiceMessageDispatch& dispatch) {
+    HeldOutput::Settle();
     return EndedFuture(Send(dispatch, MakeMessage(dispatch, nullptr)));
 }
 
 std::shared_ptr<MessageResultsFuture> InProcessMessaging::BroadcastNotification(
     const ServiceMessageDispatch& dispatch) {
+    HeldOutput::Settle();
     const auto bus = m_pBus.lock();
     if (!bus) {
-        return EndedFuture(ErrorOf(Acceptance::Stopping, dispatch));
+        return EndedFuture(ErrorOf(Acceptance::Stopping, dispatch.service, dispatch.operation));
     }
     std::optional<MessageAnswer> firstError;
     for (const auto& instance : bus->InstancesAt(dispatch.service, dispatch.realm, dispatch.version)) {
         auto message = MakeMessage(dispatch, nullptr);
-        auto error = ErrorOf(instance->Post(dispatch.operation, message), dispatch);
+        auto error =
+            ErrorOf(instance->Post(dispatch.operation, message), dispatch.service, dispatch.operation);
         firstError = firstError ? std::move(firstError) : std::move(error);
     }
     return EndedFuture(std::move(firstError));
@@ -178,10 +125,7 @@ std::shared_ptr<MessageResultsFuture> InProcessMessaging::BroadcastNotification(
 
 std::unique_ptr<QueuedMessage> InProcessMessaging::MakeMessage(
     const ServiceMessageDispatch& dispatch, std::shared_ptr<MessageExchange> exchange) const {
-    QueuedMessage::Receiver receiver;
-    if (exchange) {
-        receiver = std::move(exchange);
-    }
+    auto receiver = exchange ? std::make_unique<ExchangeEnd>(std::move(exchange)) : nullptr;
     auto message =
         std::make_unique<QueuedMessage>(dispatch.parameters, m_contextParameters, std::move(receiver));
     message->parent = m_handled;
@@ -192,11 +136,12 @@ std::optional<MessageAnswer> InProcessMessaging::Send(const ServiceMessageDispat
                                                       std::unique_ptr<QueuedMessage> message) const {
     const auto bus = m_pBus.lock();
     if (!bus) {
-        return ErrorOf(Acceptance::Stopping, dispatch);
+        return ErrorOf(Acceptance::Stopping, dispatch.service, dispatch.operation);
     }
     const Instances instances = bus->InstancesAt(dispatch.service, dispatch.realm, dispatch.version);
-    return instances.empty() ? ServiceNotFound(dispatch)
-                             : ErrorOf(PostToOne(instances, dispatch.operation, message), dispatch);
+    return instances.empty() ? ServiceNotFound(dispatch.service, dispatch.realm, dispatch.version)
+                             : ErrorOf(PostToOne(instances, dispatch.operation, message), dispatch.service,
+                                       dispatch.operation);
 }
 
 }  // namespace PlatformAbstraction::Messaging

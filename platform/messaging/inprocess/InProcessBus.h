@@ -13,6 +13,7 @@
 
 #include "base/concurrency/Mutex.h"
 #include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageBus.h"
 #include "platform/messaging/MessageContext.h"
 #include "platform/messaging/MessageSink.h"
 #include "platform/messaging/ServiceInfo.h"
@@ -32,33 +33,18 @@ struct InProcessBusSettings {
     std::size_t maxQueuedMessages = 4096;
 };
 
-/// The bus of one process: the directory of its services. A service is addressed by name, realm and version,
-/// a message by the name of its registration; several instances of a service may be attached, which then get
-/// the requests in turn and the broadcasts all. Owned by whoever started the services; what `GetMessaging`
-/// and `Attach` gave outlives it. Thread-safe, though `Stop` on a thread of the bus would wait for itself.
-class InProcessBus : public std::enable_shared_from_this<InProcessBus> {
+/// The bus of one process: the directory of its services. The instances of a service get the requests in
+/// turn.
+class InProcessBus final : public MessageBus, public std::enable_shared_from_this<InProcessBus> {
 public:
     /// Throws `std::invalid_argument` for settings that let no message through.
     static std::shared_ptr<InProcessBus> Create(const InProcessBusSettings& settings = {});
     /// Stops without patience, if nobody has stopped the bus before.
-    ~InProcessBus();
-    InProcessBus(const InProcessBus&) = delete;
-    InProcessBus& operator=(const InProcessBus&) = delete;
+    ~InProcessBus() override;
 
-    /// Joins a service that has all its handlers; messages may arrive before this returns. Gives the place
-    /// for messages from outside to this instance; letting it go does not detach the service. Throws
-    /// `std::invalid_argument` for a service that is not there or has no name, `std::logic_error` after
-    /// `Stop`, `std::system_error` when no thread can be started.
-    std::shared_ptr<MessageSink> Attach(const std::shared_ptr<ServiceInfo>& service);
-
-    /// A sender whose messages carry an empty context tree. Never empty; after `Stop` its messages fail.
-    std::shared_ptr<BusMessaging> GetMessaging();
-
-    /// Takes no further message from outside and returns once those under way and waiting have their answers,
-    /// or when the patience is over: those still waiting are then answered with an error, and handlers still
-    /// at work are left to their threads, which touch nothing that is gone. Requests that a handler at work
-    /// sends are part of its work and are taken until it is done. Lets the handlers go. Idempotent.
-    void Stop(std::chrono::steady_clock::duration patience);
+    std::shared_ptr<MessageSink> Attach(const std::shared_ptr<ServiceInfo>& service) override;
+    std::shared_ptr<BusMessaging> GetMessaging() override;
+    void Stop(std::chrono::steady_clock::duration patience) override;
 
     /// For senders: the instances at the address, the one whose turn it is first. Empty where there is none.
     std::vector<std::shared_ptr<ServiceEndpoint>> InstancesAt(const std::string& service,

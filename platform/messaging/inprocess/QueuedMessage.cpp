@@ -5,20 +5,18 @@
 #include <utility>
 
 #include "base/log/PlatformLog.h"
+#include "platform/messaging/inprocess/HeldMessages.h"
 
 namespace PlatformAbstraction::Messaging {
 
-QueuedMessage::QueuedMessage(CoreServices::Parameters body, CoreServices::Parameters context,
-                             Receiver receiver)
-    : request(std::move(body)), contextParameters(std::move(context)), m_receiver(std::move(receiver)) {}
+namespace {
 
-void QueuedMessage::End(MessageAnswer answer) noexcept {
+using CoreServices::Parameters;
+
+template <typename Step>
+void Guarded(Step step) noexcept {
     try {
-        if (const auto* exchange = std::get_if<std::shared_ptr<MessageExchange>>(&m_receiver)) {
-            (*exchange)->End(std::move(answer));
-        } else if (const auto* callback = std::get_if<MessageSink::AnswerCallback>(&m_receiver)) {
-            (*callback)(std::move(answer));
-        }
+        step();
     } catch (const std::exception& error) {
         Log::Error(std::string("An answer was lost, for its receiver failed: ") + error.what());
     } catch (...) {
@@ -26,8 +24,59 @@ void QueuedMessage::End(MessageAnswer answer) noexcept {
     }
 }
 
-bool QueuedMessage::IsWithoutReceiver() const noexcept {
-    return std::holds_alternative<std::monostate>(m_receiver);
+}  // namespace
+
+void Answer(AnswerReceiver* receiver, MessageAnswer answer) noexcept {
+    if (receiver != nullptr) {
+        Guarded([&] {
+            receiver->Prepare(std::move(answer));
+            receiver->Send();
+        });
+    }
+}
+
+QueuedMessage::QueuedMessage(Parameters body, Parameters context, std::unique_ptr<AnswerReceiver> receiver)
+    : request(std::move(body)), contextParameters(std::move(context)), m_pReceiver(std::move(receiver)) {}
+
+void QueuedMessage::SetReceiver(std::unique_ptr<AnswerReceiver> receiver) noexcept {
+    m_pReceiver = std::move(receiver);
+}
+
+void QueuedMessage::Refuse(std::unique_ptr<QueuedMessage> message, MessageAnswer answer) noexcept {
+    Answer(message->m_pReceiver.get(), std::move(answer));
+}
+
+void QueuedMessage::EndWork(std::unique_ptr<QueuedMessage> message, MessageAnswer answer,
+                            const std::shared_ptr<HeldMessages>& held) noexcept {
+    if (message->m_pReceiver) {
+        Guarded([&] { message->m_pReceiver->Prepare(std::move(answer)); });
+    }
+    // Here, and not on a thread that has many others to send.
+    message->request = Parameters();
+    message->contextParameters = Parameters();
+    if (message->IsHeld()) {
+        message->m_pHeldBy = held;
+        held->Add(*message);
+    }
+    message.release()->End(true);
+}
+
+void QueuedMessage::GoOut(const std::string* failure) noexcept {
+    const std::unique_ptr<QueuedMessage> self(this);
+    if (m_pHeldBy) {
+        m_pReceiver = m_pHeldBy->Remove(*this);
+    }
+    if (m_pReceiver) {
+        Guarded([&] {
+            if (failure != nullptr) {
+                m_pReceiver->Prepare(MessageAnswer::OfError(kGenericServiceError, *failure));
+            }
+            m_pReceiver->Send();
+        });
+    }
+    if (m_pHeldBy) {
+        m_pHeldBy->Left();
+    }
 }
 
 }  // namespace PlatformAbstraction::Messaging

@@ -17,26 +17,51 @@ struct Operation {
     HandlerFunction answer;
 };
 
-// What the threads of a service share: its handlers, and how these talk. It goes with the last thread.
-class MessageRunner {
+// A notification has nobody who hears of its end, so an error goes to the log.
+class NotificationEnd final : public AnswerReceiver {
 public:
-    MessageRunner(std::string service, std::vector<Operation> operations, std::weak_ptr<InProcessBus> bus)
-        : m_service(std::move(service)), m_operations(std::move(operations)), m_pBus(std::move(bus)) {}
+    NotificationEnd(std::string operation, std::string service)
+        : m_operation(std::move(operation)), m_service(std::move(service)) {}
 
-    void Run(QueuedMessage& message) const noexcept {
-        const Operation& operation = m_operations[message.operation];
-        MessageAnswer answer = AnswerOf(operation, message);
-        if (message.IsWithoutReceiver() && answer.kind == MessageAnswer::Kind::Error) {
-            LogLostError(operation, answer);
+    void Prepare(MessageAnswer answer) override { m_answer = std::move(answer); }
+    void Send() override {
+        if (m_answer.kind == MessageAnswer::Kind::Error) {
+            Log::Warning("The notification \"" + m_operation + "\" to \"" + m_service + "\" failed: [" +
+                         m_answer.code + "] " + m_answer.message);
         }
-        message.End(std::move(answer));
     }
 
 private:
-    MessageAnswer AnswerOf(const Operation& operation, const QueuedMessage& message) const noexcept {
+    const std::string m_operation;
+    const std::string m_service;
+    MessageAnswer m_answer;
+};
+
+// What the threads of a service share: its handlers, and how these talk. It goes with the last thread.
+class MessageRunner {
+public:
+    MessageRunner(std::string service, std::vector<Operation> operations, MessagingFactory messaging)
+        : m_service(std::move(service)),
+          m_operations(std::move(operations)),
+          m_makeMessaging(std::move(messaging)) {}
+
+    void Run(WorkerPool::Work message, const std::shared_ptr<HeldMessages>& held) const noexcept {
+        const Operation& operation = m_operations[message->operation];
+        MessageAnswer answer;
+        {
+            const HeldOutput::Work work(*message);
+            answer = AnswerOf(operation, *message);
+        }
+        QueuedMessage::EndWork(std::move(message), std::move(answer), held);
+    }
+
+private:
+    MessageAnswer AnswerOf(const Operation& operation, QueuedMessage& message) const noexcept {
         try {
-            auto messaging =
-                std::make_shared<InProcessMessaging>(m_pBus, message.contextParameters, NewMessageId());
+            if (!message.HasReceiver()) {
+                message.SetReceiver(std::make_unique<NotificationEnd>(operation.name, m_service));
+            }
+            auto messaging = m_makeMessaging(message.contextParameters, NewMessageId());
             auto context = std::make_shared<MessageContext>(message.contextParameters, std::move(messaging),
                                                             message.parent);
             return operation.answer(message.request, std::move(context));
@@ -45,18 +70,9 @@ private:
         }
     }
 
-    void LogLostError(const Operation& operation, const MessageAnswer& answer) const noexcept {
-        try {
-            Log::Warning("The notification \"" + operation.name + "\" to \"" + m_service + "\" failed: [" +
-                         answer.code + "] " + answer.message);
-        } catch (...) {  // memory is out; the message ends all the same
-            return;
-        }
-    }
-
     const std::string m_service;
     const std::vector<Operation> m_operations;
-    const std::weak_ptr<InProcessBus> m_pBus;
+    const MessagingFactory m_makeMessaging;
 };
 
 // For clients, who know nothing of services.
@@ -85,25 +101,29 @@ std::vector<Operation> OperationsOf(const ServiceInfo& service) {
 }  // namespace
 
 ServiceEndpoint::ServiceEndpoint(const ServiceInfo& service, const InProcessBusSettings& settings,
-                                 std::weak_ptr<InProcessBus> bus)
+                                 MessagingFactory messaging)
     : m_name(service.GetName()) {
     auto operations = OperationsOf(service);
     for (const Operation& operation : operations) {
         m_operations.emplace(operation.name, m_operations.size());
     }
-    auto runner = std::make_shared<const MessageRunner>(m_name, std::move(operations), std::move(bus));
+    auto runner = std::make_shared<const MessageRunner>(m_name, std::move(operations), std::move(messaging));
     m_pPool = WorkerPool::Create(
-        settings, [runner = std::move(runner)](QueuedMessage& message) { runner->Run(message); });
+        settings,
+        [runner = std::move(runner)](WorkerPool::Work message, const std::shared_ptr<HeldMessages>& held) {
+            runner->Run(std::move(message), held);
+        });
 }
 
 ServiceEndpoint::~ServiceEndpoint() = default;
 
 void ServiceEndpoint::Deliver(std::string_view operation, CoreServices::Parameters request,
-                              CoreServices::Parameters contextParameters, AnswerCallback onAnswer) {
+                              CoreServices::Parameters contextParameters,
+                              std::unique_ptr<AnswerReceiver> receiver) {
     auto message = std::make_unique<QueuedMessage>(std::move(request), std::move(contextParameters),
-                                                   std::move(onAnswer));
+                                                   std::move(receiver));
     if (auto refusal = RefusalOf(Post(operation, message))) {
-        message->End(std::move(*refusal));
+        QueuedMessage::Refuse(std::move(message), std::move(*refusal));
     }
 }
 
@@ -117,9 +137,17 @@ Acceptance ServiceEndpoint::Post(std::string_view operation, std::unique_ptr<Que
 }
 
 void ServiceEndpoint::Close(WorkerPool::Clock::time_point deadline) {
-    for (const auto& message : m_pPool->Close(deadline)) {
-        message->End(MessageAnswer::OfError(
-            kServiceStopping, "The service \"" + m_name + "\" stopped before it came to the message."));
+    for (auto& message : m_pPool->Close(deadline)) {
+        QueuedMessage::Refuse(
+            std::move(message),
+            MessageAnswer::OfError(kServiceStopping,
+                                   "The service \"" + m_name + "\" stopped before it came to the message."));
+    }
+    for (const auto& receiver : m_pPool->TakeHeld()) {
+        Answer(receiver.get(), MessageAnswer::OfError(
+                                   kServiceStopping,
+                                   "The service \"" + m_name +
+                                       "\" stopped before what the message stores was seen to be on disk."));
     }
 }
 

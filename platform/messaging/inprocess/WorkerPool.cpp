@@ -30,6 +30,7 @@ WorkerPool::WorkerPool(const InProcessBusSettings& settings, Runner runner)
     : m_maxActive(settings.threads),
       m_maxWorkers(settings.threads + settings.maxStandIns),
       m_maxQueued(settings.maxQueuedMessages),
+      m_pHeld(std::make_shared<HeldMessages>()),
       m_pRunner(std::make_shared<const Runner>(std::move(runner))) {}
 
 Acceptance WorkerPool::Post(Work& work) {
@@ -39,7 +40,7 @@ Acceptance WorkerPool::Post(Work& work) {
         if (m_isClosed || (m_isDraining && !work->isPartOfWorkUnderWay)) {
             return Acceptance::Stopping;
         }
-        if (m_queue.size() >= m_maxQueued) {
+        if (m_queue.size() + m_pHeld->Count() >= m_maxQueued) {
             return Acceptance::QueueFull;
         }
         m_queue.push_back(std::move(work));
@@ -56,10 +57,17 @@ void WorkerPool::Drain() {
     m_isDraining = true;
 }
 
+// A message is held before its thread is done with it, so none is missed between the two. Whoever gets an
+// answer that was held may send the next message.
 void WorkerPool::WaitUntilQuiet(Clock::time_point deadline) {
-    MutexLock lock(m_mutex);
-    while (!IsQuiet() && m_quiet.WaitUntil(lock, deadline)) {
-    }
+    bool isOver = false;
+    do {
+        m_pHeld->WaitUntilNone(deadline);
+        MutexLock lock(m_mutex);
+        while (!IsQuiet() && m_quiet.WaitUntil(lock, deadline)) {
+        }
+        isOver = m_pHeld->Count() == 0;
+    } while (!isOver && Clock::now() < deadline);
 }
 
 std::deque<WorkerPool::Work> WorkerPool::Close(Clock::time_point deadline) {
@@ -138,6 +146,7 @@ void WorkerPool::WorkWhileThereIsSome(const Runner& runner) {
     while (!m_queue.empty() && m_numActive <= m_maxActive) {
         Work work = std::move(m_queue.front());
         m_queue.pop_front();
+        work->isAlone = m_queue.empty() && m_numRunning == 0 && m_pHeld->Count() == 0;
         ++m_numRunning;
         Worker* const woken = ChooseWhomToWake();
         m_mutex.unlock();
@@ -146,8 +155,7 @@ void WorkerPool::WorkWhileThereIsSome(const Runner& runner) {
         }
         {
             const MemoryWatch watch;
-            runner(*work);
-            work.reset();
+            runner(std::move(work), m_pHeld);
         }
         m_mutex.lock();
         --m_numRunning;

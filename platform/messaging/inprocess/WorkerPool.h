@@ -11,6 +11,7 @@
 
 #include "base/concurrency/BlockingRegion.h"
 #include "base/concurrency/Mutex.h"
+#include "platform/messaging/inprocess/HeldMessages.h"
 #include "platform/messaging/inprocess/QueuedMessage.h"
 
 namespace PlatformAbstraction::Messaging {
@@ -40,8 +41,8 @@ class WorkerPool final : public std::enable_shared_from_this<WorkerPool>, privat
 public:
     using Work = std::unique_ptr<QueuedMessage>;
     using Clock = std::chrono::steady_clock;
-    /// Answers one message; does not throw.
-    using Runner = std::function<void(QueuedMessage& message)>;
+    /// Answers one message; does not throw. It may leave the answer to `held`, which then keeps the message.
+    using Runner = std::function<void(Work message, const std::shared_ptr<HeldMessages>& held)>;
 
     /// Throws `std::system_error` when no thread can be started.
     static std::shared_ptr<WorkerPool> Create(const InProcessBusSettings& settings, Runner runner);
@@ -54,12 +55,14 @@ public:
 
     /// From now on only messages that are part of work under way are taken.
     void Drain();
-    /// Returns when no message waits or is being answered, at the latest at the deadline. Comes after
-    /// `Drain`.
+    /// Returns when no message waits, is being answered or is held, at the latest at the deadline. Comes
+    /// after `Drain`.
     void WaitUntilQuiet(Clock::time_point deadline);
     /// Takes nothing any more, ends the threads and lets the runner go. Threads still at work at the deadline
     /// are detached, and what nobody came to is given back.
     [[nodiscard]] std::deque<Work> Close(Clock::time_point deadline);
+    /// After `Close`: the receivers of messages whose answers are held still.
+    [[nodiscard]] std::vector<std::unique_ptr<AnswerReceiver>> TakeHeld() { return m_pHeld->TakeReceivers(); }
 
     /// Whether the present thread is one of any pool's.
     static bool IsOnWorkerThread() noexcept;
@@ -89,7 +92,8 @@ private:
 
     const std::size_t m_maxActive;
     const std::size_t m_maxWorkers;
-    const std::size_t m_maxQueued;
+    const std::size_t m_maxQueued;  // those held count too
+    const std::shared_ptr<HeldMessages> m_pHeld;
 
     Mutex m_mutex;
     std::deque<Work> m_queue QUILLON_GUARDED_BY(m_mutex);

@@ -5,12 +5,15 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <limits>
+#include <optional>
 #include <set>
 #include <utility>
 
 #include "base/concurrency/Mutex.h"
 #include "platform/stores/RecordStore.h"
+#include "platform/stores/sqlite/PackedText.h"
 #include "platform/stores/sqlite/Readers.h"
 #include "platform/stores/sqlite/SqliteLayout.h"
 #include "platform/stores/sqlite/SqliteWriter.h"
@@ -26,12 +29,37 @@ namespace {
 /// call may be under way then.
 struct OpenFile {
     explicit OpenFile(const SqliteOptions& options)
-        : file(options.path), writer(options, file), readers(options) {}
+        : file(options.path), writer(options, file), readers(options) {
+        if (options.compression == Compression::Zstd) {
+            packer.emplace(OwnDictionary());
+        }
+    }
+
+    /// The record's data as it is written in its place, or empty. On the thread of whoever writes, so that
+    /// the one writer has the less to do.
+    std::string Pack(const Weftline::Record& record) {
+        return packer ? packer->Pack(record.recordData) : std::string();
+    }
 
     StoreFile file;
     SqliteWriter writer;  // the readers need the log that it opens, and close before it does
     ReaderPool readers;
+    std::optional<TextPacker> packer;
 };
+
+// About what the deletion of a record adds to the log: a page or two.
+constexpr std::size_t kDeletedBytes = 4096;
+// A query's results go all at once, so that a process that dies meanwhile leaves all of them or none. Only
+// more than any query has are cut: submissions wait for each piece, a second or two.
+constexpr std::size_t kMostTakenAtOnce = 50'000;
+// Whoever waits for results looks often, and a look costs no write. Where it finds that many there may be any
+// number.
+constexpr std::int32_t kLook = 16;
+
+std::size_t SizeOf(const Weftline::Record& record) {
+    return record.recordData.size() + record.recordPublicData.size() + record.name.size() +
+           record.description.size() + record.tags.size();
+}
 
 template <typename Read>
 auto Guarded(const char* what, Read read) {
@@ -104,7 +132,8 @@ public:
     explicit SqliteRecordStore(std::shared_ptr<OpenFile> file) : m_pFile(std::move(file)) {}
 
     bool UpsertOne(const Weftline::Record& record) override {
-        WriteOf write([&](WriteConnection& file) { return file.UpsertOne(record); });
+        const std::string packedData = m_pFile->Pack(record);
+        WriteOf write([&](WriteConnection& file) { return file.UpsertOne(record, packedData); });
         return m_pFile->writer.Write(write);
     }
 
@@ -114,9 +143,33 @@ public:
         if (log == nullptr || !log->IsIn(*m_pFile)) {
             return RecordStore::UpsertOneAndProduce(record, events, event);
         }
-        WriteOf write([&](WriteConnection& file) { return file.UpsertOneAndProduce(record, event); });
+        const std::string packedData = m_pFile->Pack(record);
+        WriteOf write(
+            [&](WriteConnection& file) { return file.UpsertOneAndProduce(record, packedData, event); });
         write.isEvent = true;
         return m_pFile->writer.Write(write);
+    }
+
+    bool UpsertOneAndProduceHeld(Weftline::Record&& record, EventLog& events, Weftline::Record&& event,
+                                 PlatformAbstraction::HeldOutput& output) override {
+        const auto* const log = dynamic_cast<const SqliteEventLog*>(&events);
+        if (log == nullptr || !log->IsIn(*m_pFile)) {
+            return RecordStore::UpsertOneAndProduce(record, events, event);
+        }
+        std::string packedData = m_pFile->Pack(record);
+        if (!packedData.empty()) {
+            record.recordData = {};
+        }
+        const std::size_t bytes = SizeOf(record) + packedData.size() + SizeOf(event);
+        auto work = [record = std::move(record), packedData = std::move(packedData),
+                     event = std::move(event)](WriteConnection& file) {
+            return file.UpsertOneAndProduce(record, packedData, event);
+        };
+        auto write = std::make_unique<WriteOf<decltype(work)>>(std::move(work));
+        write->isEvent = true;
+        write->bytes = bytes;
+        write->output = &output;
+        return m_pFile->writer.WriteHeld(std::move(write));
     }
 
     bool DeleteMany(const std::vector<std::string>& ids) override {
@@ -124,6 +177,7 @@ public:
             return true;
         }
         WriteOf write([&](WriteConnection& file) { file.DeleteMany(ids); });
+        write.bytes = ids.size() * kDeletedBytes;
         return m_pFile->writer.Write(write);
     }
 
@@ -134,6 +188,11 @@ public:
     std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
                                                               const std::string& collection) override {
         return WithReader([&](ReadConnection& file) { return file.FindManyByID(ids, collection); });
+    }
+
+    std::vector<std::optional<Weftline::Record>> FindManyWithoutData(const std::vector<std::string>& ids,
+                                                                     const std::string& collection) override {
+        return WithReader([&](ReadConnection& file) { return file.FindManyWithoutData(ids, collection); });
     }
 
     std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
@@ -153,6 +212,10 @@ public:
         });
     }
 
+    std::vector<std::string> TakeDataWithReferencedID(const std::string& collection, const std::string& type,
+                                                      const std::string& key,
+                                                      const std::string& value) override;
+
 private:
     static ReadWindow WindowOf(std::int32_t offset, std::int32_t limit) {
         return {std::max(offset, 0), std::max(limit, 0)};
@@ -165,6 +228,31 @@ private:
     PlatformAbstraction::Mutex m_mutex;
     std::set<std::string> m_indexedKeys QUILLON_GUARDED_BY(m_mutex);
 };
+
+std::vector<std::string> SqliteRecordStore::TakeDataWithReferencedID(const std::string& collection,
+                                                                     const std::string& type,
+                                                                     const std::string& key,
+                                                                     const std::string& value) {
+    const Reference reference{collection, type, key, value};
+    const auto find = [&](std::int32_t limit) {
+        return FindRecordsWithReferencedID(collection, type, key, value, 0, limit);
+    };
+    std::vector<std::string> data;
+    while (const std::size_t seen = find(kLook).size()) {
+        std::vector<std::string> taken;
+        WriteOf write(
+            [&](WriteConnection& file) { taken = file.TakeReferring(reference, kMostTakenAtOnce); });
+        write.bytes = kDeletedBytes * (seen < kLook ? seen : kMostTakenAtOnce);
+        if (!m_pFile->writer.Write(write)) {
+            for (Weftline::Record& record : find(std::numeric_limits<std::int32_t>::max())) {
+                data.push_back(std::move(record.recordData));
+            }
+            return data;
+        }
+        std::ranges::move(taken, std::back_inserter(data));
+    }
+    return data;
+}
 
 // Makes the index for references under `key`, where there is none yet. Throws `ObjectStoreException` for a
 // key that cannot be one; where the index cannot be made now, reads go without it.

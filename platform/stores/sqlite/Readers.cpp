@@ -5,6 +5,7 @@
 #include <SQLiteCpp/Transaction.h>
 
 #include <map>
+#include <string_view>
 #include <utility>
 
 #include "base/concurrency/BlockingRegion.h"
@@ -36,9 +37,20 @@ std::string ListSql(const std::string& condition) {
            " ORDER BY rowid LIMIT ?4 OFFSET ?3";
 }
 
+std::string ByIdSql(const std::string& columns) {
+    return "SELECT " + columns + " FROM records WHERE recordID = ?1 AND recordTopic = ?2";
+}
+
+std::string ColumnsWithoutData() {
+    constexpr std::string_view kData = "recordData";
+    std::string columns = kRecordColumns;
+    return columns.replace(columns.find(kData), kData.size(), "''");
+}
+
 // One statement for a list of any length, so that a deletion beside it is seen whole or not at all.
 std::vector<Weftline::Record> ReadList(SQLite::Statement& list, const std::string& collection,
-                                       const std::string& type, const ReadWindow& window) {
+                                       const std::string& type, const ReadWindow& window,
+                                       FileUnpacker& unpacker) {
     const RunningStatement running(list);
     list.bindNoCopy(1, collection);
     list.bindNoCopy(2, type);
@@ -46,7 +58,7 @@ std::vector<Weftline::Record> ReadList(SQLite::Statement& list, const std::strin
     list.bind(4, window.limit);
     std::vector<Weftline::Record> found;
     while (list.executeStep()) {
-        found.push_back(ReadRecord(list, 0));
+        found.push_back(ReadRecord(list, 0, unpacker));
     }
     return found;
 }
@@ -60,13 +72,14 @@ std::string ReferenceListSql(const std::string& key) {
 struct ReadConnection::Statements {
     explicit Statements(const SqliteOptions& options)
         : database(OpenReader(options)),
-          byId(database, std::string("SELECT ") + kRecordColumns +
-                             " FROM records WHERE recordID = ?1 AND recordTopic = ?2"),
+          byId(database, ByIdSql(kRecordColumns)),
+          byIdWithoutData(database, ByIdSql(ColumnsWithoutData())),
           ofType(database, ListSql("")),
           events(database, std::string("SELECT eventOffset, ") + kRecordColumns +
                                " FROM events WHERE recordTopic = ?1 AND eventOffset > ?2 "
                                "ORDER BY eventOffset LIMIT ?3"),
-          index(database, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = ?1") {}
+          index(database, "SELECT 1 FROM sqlite_master WHERE type = 'index' AND name = ?1"),
+          unpacker(database) {}
 
     SQLite::Statement& WithReference(const std::string& key) {
         const auto known = withReference.find(key);
@@ -78,10 +91,12 @@ struct ReadConnection::Statements {
 
     SQLite::Database database;
     SQLite::Statement byId;
+    SQLite::Statement byIdWithoutData;
     SQLite::Statement ofType;
     SQLite::Statement events;
     SQLite::Statement index;
     std::map<std::string, SQLite::Statement> withReference;  // by key
+    FileUnpacker unpacker;
 };
 
 ReadConnection::ReadConnection(const SqliteOptions& options)
@@ -91,24 +106,39 @@ ReadConnection::~ReadConnection() = default;
 
 std::optional<Weftline::Record> ReadConnection::FindByID(const std::string& id,
                                                          const std::string& collection) {
-    SQLite::Statement& find = m_pStatements->byId;
+    return FindOne(m_pStatements->byId, id, collection);
+}
+
+std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyByID(const std::vector<std::string>& ids,
+                                                                          const std::string& collection) {
+    return FindMany(m_pStatements->byId, ids, collection);
+}
+
+std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyWithoutData(
+    const std::vector<std::string>& ids, const std::string& collection) {
+    return FindMany(m_pStatements->byIdWithoutData, ids, collection);
+}
+
+std::optional<Weftline::Record> ReadConnection::FindOne(SQLite::Statement& find, const std::string& id,
+                                                        const std::string& collection) {
     const RunningStatement running(find);
     find.bindNoCopy(1, id);
     find.bindNoCopy(2, collection);
     if (!find.executeStep()) {
         return std::nullopt;
     }
-    return ReadRecord(find, 0);
+    return ReadRecord(find, 0, m_pStatements->unpacker);
 }
 
-std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyByID(const std::vector<std::string>& ids,
-                                                                          const std::string& collection) {
+std::vector<std::optional<Weftline::Record>> ReadConnection::FindMany(SQLite::Statement& find,
+                                                                      const std::vector<std::string>& ids,
+                                                                      const std::string& collection) {
     // All are of one state, and found under one lock.
     SQLite::Transaction oneState(m_pStatements->database);
     std::vector<std::optional<Weftline::Record>> found;
     found.reserve(ids.size());
     for (const std::string& id : ids) {
-        found.push_back(FindByID(id, collection));
+        found.push_back(FindOne(find, id, collection));
     }
     oneState.commit();
     return found;
@@ -117,7 +147,7 @@ std::vector<std::optional<Weftline::Record>> ReadConnection::FindManyByID(const 
 std::vector<Weftline::Record> ReadConnection::FindRecordsOfType(const std::string& collection,
                                                                 const std::string& type,
                                                                 const ReadWindow& window) {
-    return ReadList(m_pStatements->ofType, collection, type, window);
+    return ReadList(m_pStatements->ofType, collection, type, window, m_pStatements->unpacker);
 }
 
 std::vector<Weftline::Record> ReadConnection::FindRecordsWithReferencedID(const std::string& collection,
@@ -127,7 +157,7 @@ std::vector<Weftline::Record> ReadConnection::FindRecordsWithReferencedID(const 
                                                                           const ReadWindow& window) {
     SQLite::Statement& list = m_pStatements->WithReference(key);
     list.bindNoCopy(5, value);
-    return ReadList(list, collection, type, window);
+    return ReadList(list, collection, type, window, m_pStatements->unpacker);
 }
 
 std::vector<LoggedEvent> ReadConnection::Read(const std::string& topic, std::int64_t afterOffset,
@@ -139,7 +169,7 @@ std::vector<LoggedEvent> ReadConnection::Read(const std::string& topic, std::int
     events.bind(3, limit);
     std::vector<LoggedEvent> found;
     while (events.executeStep()) {
-        found.push_back({events.getColumn(0).getInt64(), ReadRecord(events, 1)});
+        found.push_back({events.getColumn(0).getInt64(), ReadRecord(events, 1, m_pStatements->unpacker)});
     }
     return found;
 }

@@ -12,6 +12,10 @@
 #include "platform/stores/EventLog.h"
 #include "platform/stores/sqlite/SqliteOptions.h"
 
+namespace SQLite {
+class Statement;
+}  // namespace SQLite
+
 namespace CommonServices::Sqlite {
 
 /// A part of a list in the store's order.
@@ -38,6 +42,9 @@ public:
     std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
                                                               const std::string& collection);
 
+    std::vector<std::optional<Weftline::Record>> FindManyWithoutData(const std::vector<std::string>& ids,
+                                                                     const std::string& collection);
+
     std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
                                                     const ReadWindow& window);
     std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,
@@ -52,6 +59,13 @@ public:
 
 private:
     struct Statements;
+
+    std::optional<Weftline::Record> FindOne(SQLite::Statement& find, const std::string& id,
+                                            const std::string& collection);
+    std::vector<std::optional<Weftline::Record>> FindMany(SQLite::Statement& find,
+                                                          const std::vector<std::string>& ids,
+                                                          const std::string& collection);
+
     std::unique_ptr<Statements> m_pStatements;
 };
 

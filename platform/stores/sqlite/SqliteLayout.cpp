@@ -8,8 +8,11 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 #include "Core/src/Vocabulary.h"
+#include "base/failpoint/Failpoint.h"
 #include "platform/stores/RecordStore.h"
 
 namespace CommonServices::Sqlite {
@@ -51,6 +54,9 @@ int ReadPragma(SQLite::Database& database, const char* pragma) {
     return database.execAndGet(std::string("PRAGMA ") + pragma).getInt();
 }
 
+// Without packed texts.
+constexpr int kFirstLayoutVersion = 1;
+
 void CreateLayout(SQLite::Database& database) {
     const std::string columns = kRecordColumnDefinitions;
     SQLite::Transaction transaction(database);
@@ -61,7 +67,7 @@ void CreateLayout(SQLite::Database& database) {
                   Replace(columns, "%PRIMARY%", "") + ")");
     database.exec("CREATE INDEX eventsByTopic ON events (recordTopic)");
     database.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
-    database.exec("PRAGMA user_version = " + std::to_string(kLayoutVersion));
+    database.exec("PRAGMA user_version = " + std::to_string(kFirstLayoutVersion));
     transaction.commit();
 }
 
@@ -88,6 +94,24 @@ const Weftline::Record& EmptyRecord() {
     return empty;
 }
 
+std::string ReadData(const SQLite::Column& column, FileUnpacker& unpacker) {
+    if (!column.isBlob()) {
+        return column.getString();
+    }
+    return unpacker.TextOf(
+        {static_cast<const char*>(column.getBlob()), static_cast<std::size_t>(column.getBytes())});
+}
+
+// Nothing, too, in the layout that has no dictionaries.
+std::optional<std::string> ReadDictionary(SQLite::Database& database, std::uint32_t number) {
+    if (!database.tableExists("dictionaries")) {
+        return std::nullopt;
+    }
+    SQLite::Statement find(database, "SELECT bytes FROM dictionaries WHERE id = ?1");
+    find.bind(1, number);
+    return find.executeStep() ? std::optional(find.getColumn(0).getString()) : std::nullopt;
+}
+
 }  // namespace
 
 const char* const kRecordColumns =
@@ -95,7 +119,7 @@ const char* const kRecordColumns =
     "recordModificationTime, recordPublicData, readOnly, systemCreated, tags";
 
 void PrepareLayout(SQLite::Database& database, const std::string& path, int pageSize) {
-    const int version = ReadPragma(database, "user_version");
+    const int version = ReadLayoutVersion(database);
     const int application = ReadPragma(database, "application_id");
     const bool empty = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt() == 0;
     if (empty && version == 0 && application == 0) {
@@ -119,14 +143,45 @@ void PrepareLayout(SQLite::Database& database, const std::string& path, int page
     }
 }
 
-void BindRecord(SQLite::Statement& statement, const Weftline::Record& record, std::int64_t now) {
+int ReadLayoutVersion(SQLite::Database& database) {
+    return ReadPragma(database, "user_version");
+}
+
+bool HoldsDictionary(SQLite::Database& database, const PackDictionary& dictionary) {
+    const std::optional<std::string> bytes = ReadDictionary(database, dictionary.number);
+    if (bytes && *bytes != dictionary.bytes) {
+        throw ObjectStoreException("'" + database.getFilename() + "' holds another dictionary " +
+                                   std::to_string(dictionary.number) +
+                                   " than this program; start the program that wrote it");
+    }
+    return bytes.has_value();
+}
+
+void AddDictionary(SQLite::Database& database, const PackDictionary& dictionary) {
+    if (ReadLayoutVersion(database) == kFirstLayoutVersion) {
+        database.exec("CREATE TABLE dictionaries (id INTEGER PRIMARY KEY, bytes BLOB NOT NULL)");
+        QUILLON_FAILPOINT("amid-layout-change");
+        database.exec("PRAGMA user_version = " + std::to_string(kLayoutVersion));
+    }
+    SQLite::Statement insert(database, "INSERT INTO dictionaries (id, bytes) VALUES (?1, ?2)");
+    insert.bind(1, dictionary.number);
+    insert.bindNoCopy(2, dictionary.bytes.data(), static_cast<int>(dictionary.bytes.size()));
+    insert.exec();
+}
+
+void BindRecord(SQLite::Statement& statement, const Weftline::Record& record, const std::string& packedData,
+                std::int64_t now) {
     BindText(statement, 1, record.recordID);
     BindText(statement, 2, record.recordType);
     statement.bind(3, record.recordVersion);
     BindText(statement, 4, record.name);
     BindText(statement, 5, record.description);
     BindText(statement, 6, record.recordTopic);
-    BindText(statement, 7, record.recordData);
+    if (packedData.empty()) {
+        BindText(statement, 7, record.recordData);
+    } else {
+        statement.bindNoCopy(7, packedData.data(), static_cast<int>(packedData.size()));
+    }
     statement.bind(8, now);
     BindText(statement, 9, record.recordPublicData);
     statement.bind(10, record.readOnly ? 1 : 0);
@@ -134,7 +189,16 @@ void BindRecord(SQLite::Statement& statement, const Weftline::Record& record, st
     BindText(statement, 12, record.tags);
 }
 
-Weftline::Record ReadRecord(SQLite::Statement& statement, int first) {
+std::string FileUnpacker::TextOf(std::string_view bytes) {
+    std::optional<std::string> text = Unpack(bytes);
+    return text ? std::move(*text) : std::string(bytes);
+}
+
+std::optional<std::string> FileUnpacker::FindDictionary(std::uint32_t number) {
+    return ReadDictionary(m_database, number);
+}
+
+Weftline::Record ReadRecord(SQLite::Statement& statement, int first, FileUnpacker& unpacker) {
     Weftline::Record record = EmptyRecord();
     record.recordID = statement.getColumn(first).getString();
     record.recordType = statement.getColumn(first + 1).getString();
@@ -142,7 +206,7 @@ Weftline::Record ReadRecord(SQLite::Statement& statement, int first) {
     record.name = statement.getColumn(first + 3).getString();
     record.description = statement.getColumn(first + 4).getString();
     record.recordTopic = statement.getColumn(first + 5).getString();
-    record.recordData = statement.getColumn(first + 6).getString();
+    record.recordData = ReadData(statement.getColumn(first + 6), unpacker);
     record.recordPublicData = statement.getColumn(first + 8).getString();
     record.readOnly = statement.getColumn(first + 9).getInt64() != 0;
     record.systemCreated = statement.getColumn(first + 10).getInt64() != 0;

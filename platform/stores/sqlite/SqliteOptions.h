@@ -7,6 +7,12 @@
 
 namespace CommonServices::Sqlite {
 
+/// What is done with the private JSON of records that are written. Each reads what the other has left.
+enum class Compression {
+    Zstd,  ///< packed where that makes it shorter; the file is brought to the layout that has packed texts
+    None   ///< a text as it is; the file keeps the layout that it has, and a new one gets the first
+};
+
 /// How the embedded store treats its file. The defaults are those of the program; tests bring their own.
 struct SqliteOptions {
     /// Absolute path of the database file.
@@ -21,6 +27,7 @@ struct SqliteOptions {
     std::int64_t checkpointBytes = std::int64_t{4} << 20;
     /// Time without a write after which the log is worked into the database and emptied.
     std::chrono::milliseconds idleAfter{500};
+    Compression compression = Compression::Zstd;
     /// Most connections that read at once; further readers wait for one of them.
     std::size_t maxReaders = 8;
 };

@@ -44,6 +44,35 @@ void EventSignal::WaitPast(std::uint64_t seen, std::chrono::steady_clock::time_p
     });
 }
 
+// What matters is noted whether there is memory for the text or not.
+template <typename What>
+void SqliteWriter::NoteFault(const What& what, const std::exception& fault) noexcept {
+    const auto* const ofFile = dynamic_cast<const SQLite::Exception*>(&fault);
+    const bool isSyncFault = ofFile != nullptr && IsSyncFault(ofFile->getErrorCode());
+    if (isSyncFault) {
+        m_syncFailed = true;
+        m_file.Doubt();
+        m_connection.ForbidCheckpoint();
+    }
+    try {
+        const std::string text = fault.what();
+        if (isSyncFault) {
+            PlatformAbstraction::Log::Error(
+                "The disk failed to keep what was written to '" + m_path + "' (" + text +
+                "): the store refuses all writes until the service is started anew");
+            return;
+        }
+        const auto now = std::chrono::steady_clock::now();
+        if (text != m_lastFault || now - m_lastFaultTold >= kRepeatFault) {
+            PlatformAbstraction::Log::Error(std::string(what()) + " '" + m_path + "': " + text);
+            m_lastFault = text;
+            m_lastFaultTold = now;
+        }
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
 SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file)
     : m_file(file),
       m_path(options.path),
@@ -61,6 +90,9 @@ SqliteWriter::SqliteWriter(const SqliteOptions& options, const StoreFile& file)
     }
     KeepLog(&LogKeeper::WhenIdle);
     LookThroughDoubtedFile();
+    if (options.compression == Compression::Zstd) {
+        KeepDictionary();
+    }
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -91,6 +123,14 @@ bool SqliteWriter::WriteDetached(std::unique_ptr<PendingWrite> write) {
     return !m_syncFailed && m_queue.AddDetached(std::move(write));
 }
 
+bool SqliteWriter::WriteHeld(std::unique_ptr<PendingWrite> write) {
+    if (write->output->IsAlone()) {
+        return Write(*write);
+    }
+    const std::unique_ptr<PendingWrite> refused = m_queue.AddHeld(std::move(write));
+    return refused == nullptr || Write(*refused);
+}
+
 void SqliteWriter::Run() {
     WriteGroup group;
     while (m_queue.Take(group, m_idleAfter)) {
@@ -108,6 +148,7 @@ void SqliteWriter::Run() {
         for (const PendingWrite* write : group.writes) {
             appended = appended || (write->accepted && write->isEvent);
         }
+        QUILLON_FAILPOINT("before-held-answers");
         m_queue.Finish(group);
         if (appended) {
             m_events.Raise();
@@ -124,13 +165,13 @@ void SqliteWriter::Commit(Writes writes) {
     try {
         while (!TryCommit(writes)) {
         }
-    } catch (const SQLite::Exception& fault) {
+    } catch (const std::exception& fault) {
         m_connection.Rollback();
         for (PendingWrite* write : writes) {
             write->accepted = false;
         }
-        NoteFault("A group of " + std::to_string(writes.size()) + " was not stored in", fault.getErrorCode(),
-                  fault.what());
+        NoteFault([&] { return "A group of " + std::to_string(writes.size()) + " was not stored in"; },
+                  fault);
     }
 }
 
@@ -162,7 +203,11 @@ void SqliteWriter::ApplyOne(PendingWrite& write) {
             throw;
         }
         write.accepted = false;
-        NoteFault("A write was not stored in", fault.getErrorCode(), fault.what());
+        NoteFault([] { return "A write was not stored in"; }, fault);
+    } catch (const std::exception& fault) {  // memory is out, and some of it may be done already
+        m_connection.Rollback();
+        write.accepted = false;
+        NoteFault([] { return "A write was not stored in"; }, fault);
     }
 }
 
@@ -172,8 +217,8 @@ void SqliteWriter::KeepLog(void (LogKeeper::*keep)(WriteConnection&)) {
     }
     try {
         (m_logKeeper.*keep)(m_connection);
-    } catch (const SQLite::Exception& fault) {
-        NoteFault("The log was not worked into", fault.getErrorCode(), fault.what());
+    } catch (const std::exception& fault) {
+        NoteFault([] { return "The log was not worked into"; }, fault);
     }
 }
 
@@ -190,21 +235,18 @@ void SqliteWriter::LookThroughDoubtedFile() {
     m_file.Trust();
 }
 
-void SqliteWriter::NoteFault(const std::string& what, int code, const std::string& text) {
-    if (IsSyncFault(code)) {
-        m_syncFailed = true;
-        m_file.Doubt();
-        m_connection.ForbidCheckpoint();
-        PlatformAbstraction::Log::Error("The disk failed to keep what was written to '" + m_path + "' (" +
-                                        text +
-                                        "): the store refuses all writes until the service is started anew");
+// On disk before the first text that was packed with it.
+void SqliteWriter::KeepDictionary() {
+    if (m_syncFailed) {
         return;
     }
-    const auto now = std::chrono::steady_clock::now();
-    if (text != m_lastFault || now - m_lastFaultTold >= kRepeatFault) {
-        PlatformAbstraction::Log::Error(what + " '" + m_path + "': " + text);
-        m_lastFault = text;
-        m_lastFaultTold = now;
+    try {
+        m_connection.KeepDictionary(OwnDictionary());
+    } catch (const SQLite::Exception& fault) {
+        if (IsSyncFault(fault.getErrorCode())) {
+            NoteFault([] { return "Nothing was stored in"; }, fault);
+        }
+        throw;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <span>
 #include <stop_token>
@@ -54,6 +55,10 @@ public:
     /// True once the write is queued; false when too many are, or when the store refuses writes.
     [[nodiscard]] bool WriteDetached(std::unique_ptr<PendingWrite> write);
 
+    /// As `Write` where nobody else is at work; else true may mean that the write is queued and that its
+    /// output, for which `Begin` was called, hears how it went.
+    [[nodiscard]] bool WriteHeld(std::unique_ptr<PendingWrite> write);
+
     /// Raised for each group with an event, once it is on disk.
     EventSignal& Events() { return m_events; }
 
@@ -66,7 +71,9 @@ private:
     void ApplyOne(PendingWrite& write);
     void KeepLog(void (LogKeeper::*keep)(WriteConnection&));
     void LookThroughDoubtedFile();
-    void NoteFault(const std::string& what, int code, const std::string& text);
+    void KeepDictionary();
+    template <typename What>
+    void NoteFault(const What& what, const std::exception& fault) noexcept;
 
     const StoreFile& m_file;
     EventSignal m_events;

@@ -8,6 +8,7 @@
 
 #include "base/concurrency/MemoryWatch.h"
 #include "base/failpoint/Failpoint.h"
+#include "base/log/PlatformLog.h"
 #include "platform/stores/sqlite/Connection.h"
 #include "platform/stores/sqlite/JoinedWrites.h"
 #include "platform/stores/sqlite/SqliteLayout.h"
@@ -111,7 +112,9 @@ struct WriteConnection::Statements {
           upsert(database, UpsertSql()),
           produce(database, ProduceSql()),
           erase(database, "DELETE FROM records WHERE recordID = ?1"),
+          taker(database),
           pageSize(database.execAndGet("PRAGMA page_size").getInt()),
+          layoutVersion(ReadLayoutVersion(database)),
           lockPatience(options.busyTimeout) {
         lockPatience.Watch(database.getHandle());
         sqlite3_wal_hook(database.getHandle(), &Statements::OnCommit, this);
@@ -137,7 +140,9 @@ struct WriteConnection::Statements {
     SQLite::Statement upsert;
     SQLite::Statement produce;
     SQLite::Statement erase;
+    ResultTaker taker;
     int pageSize;
+    int layoutVersion;
     int logPages = 0;
     LockPatience lockPatience;
 };
@@ -146,6 +151,29 @@ WriteConnection::WriteConnection(const SqliteOptions& options)
     : m_pStatements(std::make_unique<Statements>(options)), m_busyTimeout(options.busyTimeout) {}
 
 WriteConnection::~WriteConnection() = default;
+
+void WriteConnection::KeepDictionary(const PackDictionary& dictionary) {
+    SQLite::Database& database = m_pStatements->database;
+    if (HoldsDictionary(database, dictionary)) {
+        return;
+    }
+    const bool changesLayout = m_pStatements->layoutVersion < kLayoutVersion;
+    const bool isEmpty = database.execAndGet("SELECT NOT EXISTS (SELECT 1 FROM records)").getInt() != 0;
+    Begin();
+    try {
+        AddDictionary(database, dictionary);
+    } catch (...) {
+        Rollback();
+        throw;
+    }
+    Commit();
+    m_pStatements->layoutVersion = kLayoutVersion;
+    if (changesLayout && !isEmpty) {
+        PlatformAbstraction::Log::Info("'" + database.getFilename() + "' has layout version " +
+                                       std::to_string(kLayoutVersion) +
+                                       " from now on; earlier programs cannot open it any more");
+    }
+}
 
 void WriteConnection::Begin() {
     ForgetJoinedWrites(m_pStatements->database.getHandle());
@@ -169,7 +197,7 @@ void WriteConnection::Commit() {
 // The next start would find it in the log and take it for committed, unless something else begins in its
 // place.
 void WriteConnection::CoverFailedCommit() {
-    m_pStatements->database.tryExec("PRAGMA user_version = " + std::to_string(kLayoutVersion));
+    m_pStatements->database.tryExec("PRAGMA user_version = " + std::to_string(m_pStatements->layoutVersion));
 }
 
 void WriteConnection::Rollback() noexcept {
@@ -182,19 +210,20 @@ bool WriteConnection::InTransaction() const {
     return sqlite3_get_autocommit(m_pStatements->database.getHandle()) == 0;
 }
 
-bool WriteConnection::UpsertOne(const Weftline::Record& record) {
-    BindRecord(m_pStatements->upsert, record, NowMilliseconds());
+bool WriteConnection::UpsertOne(const Weftline::Record& record, const std::string& packedData) {
+    BindRecord(m_pStatements->upsert, record, packedData, NowMilliseconds());
     m_pStatements->Run(m_pStatements->upsert);
     return m_pStatements->database.getChanges() != 0;
 }
 
 void WriteConnection::Produce(const Weftline::Record& record) {
-    BindRecord(m_pStatements->produce, record, NowMilliseconds());
+    BindRecord(m_pStatements->produce, record, {}, NowMilliseconds());
     m_pStatements->Run(m_pStatements->produce);
 }
 
-bool WriteConnection::UpsertOneAndProduce(const Weftline::Record& record, const Weftline::Record& event) {
-    if (!UpsertOne(record)) {
+bool WriteConnection::UpsertOneAndProduce(const Weftline::Record& record, const std::string& packedData,
+                                          const Weftline::Record& event) {
+    if (!UpsertOne(record, packedData)) {
         return false;
     }
     QUILLON_FAILPOINT("between-record-and-event");
@@ -219,6 +248,17 @@ void WriteConnection::DeleteMany(const std::vector<std::string>& ids) {
         throw;
     }
     m_deletedIds += ids.size();
+}
+
+std::vector<std::string> WriteConnection::TakeReferring(const Reference& reference, std::size_t limit) {
+    try {
+        std::vector<std::string> taken = m_pStatements->taker.Take(reference, limit);
+        m_deletedIds += taken.size();
+        return taken;
+    } catch (const SQLite::Exception&) {
+        Rollback();
+        throw;
+    }
 }
 
 void WriteConnection::CreateReferenceIndex(const std::string& key) {

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "Core/src/wf_Record.h"
+#include "platform/stores/sqlite/PackedText.h"
+#include "platform/stores/sqlite/ResultTaker.h"
 #include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace CommonServices::Sqlite {
@@ -27,6 +29,10 @@ public:
     WriteConnection& operator=(const WriteConnection&) = delete;
     ~WriteConnection();
 
+    /// Lets the file hold texts that were packed with this dictionary, in a transaction of its own; brings it
+    /// to the layout that has such texts. Throws `ObjectStoreException` too.
+    void KeepDictionary(const PackDictionary& dictionary);
+
     /// Takes the write lock, waiting for another program as long as the options say.
     void Begin();
     /// On disk when it returns; nothing is left of the transaction when it throws.
@@ -36,12 +42,17 @@ public:
 
     // Within the transaction of a group.
 
+    // `packedData` stands in the place of the record's own data, unless it is empty.
+
     /// False when the id lives in another collection.
-    bool UpsertOne(const Weftline::Record& record);
+    bool UpsertOne(const Weftline::Record& record, const std::string& packedData);
     void Produce(const Weftline::Record& record);
     // The rest is made of several steps: where one fails after another was done, the whole transaction goes.
-    bool UpsertOneAndProduce(const Weftline::Record& record, const Weftline::Record& event);
+    bool UpsertOneAndProduce(const Weftline::Record& record, const std::string& packedData,
+                             const Weftline::Record& event);
     void DeleteMany(const std::vector<std::string>& ids);
+    /// The private data of the first `limit` of the records, which are deleted.
+    std::vector<std::string> TakeReferring(const Reference& reference, std::size_t limit);
     void CreateReferenceIndex(const std::string& key);
 
     enum class CheckpointMode {

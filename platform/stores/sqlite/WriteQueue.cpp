@@ -4,7 +4,9 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
+#include <new>
 
 namespace CommonServices::Sqlite {
 
@@ -14,6 +16,12 @@ namespace {
 
 // Events of a kilobyte or less: some ten megabytes, and more than a second's work.
 constexpr std::size_t kMaxDetached = 16384;
+
+constexpr std::size_t kMostHeldBytes = std::size_t{64} << 20U;
+
+// Of a group with held writes.
+constexpr std::size_t kMostWrites = 512;
+constexpr std::size_t kMostBytes = std::size_t{4} << 20U;
 
 }  // namespace
 
@@ -58,6 +66,7 @@ void WriteQueue::AddAndWait(PendingWrite& write) {
     MutexLock lock(m_mutex);
     const std::uint32_t number = m_open.number;
     m_open.writes.push_back(&write);
+    m_open.bytes += write.bytes;
     const bool wake = ClaimWakeUp();
     lock.unlock();
     if (wake) {
@@ -68,17 +77,39 @@ void WriteQueue::AddAndWait(PendingWrite& write) {
 
 bool WriteQueue::AddDetached(std::unique_ptr<PendingWrite> write) {
     MutexLock lock(m_mutex);
-    if (m_open.detached.size() >= kMaxDetached) {
+    if (m_open.owned.size() >= kMaxDetached) {
         return false;
     }
     m_open.writes.push_back(write.get());
-    m_open.detached.push_back(std::move(write));
+    try {
+        m_open.owned.push_back(std::move(write));
+    } catch (...) {
+        m_open.writes.pop_back();
+        throw;
+    }
     const bool wake = ClaimWakeUp();
     lock.unlock();
     if (wake) {
         m_arrival.NotifyOne();
     }
     return true;
+}
+
+std::unique_ptr<PendingWrite> WriteQueue::AddHeld(std::unique_ptr<PendingWrite> write) {
+    MutexLock lock(m_mutex);
+    if (m_heldBytes + write->bytes > kMostHeldBytes) {
+        return write;
+    }
+    m_held.push_back(std::move(write));  // first, for it may fail
+    const PendingWrite& added = *m_held.back();
+    added.output->Begin();
+    m_heldBytes += added.bytes;
+    const bool wake = ClaimWakeUp();
+    lock.unlock();
+    if (wake) {
+        m_arrival.NotifyOne();
+    }
+    return nullptr;
 }
 
 bool WriteQueue::Take(WriteGroup& group, std::chrono::milliseconds patience) {
@@ -95,23 +126,55 @@ bool WriteQueue::Take(WriteGroup& group, std::chrono::milliseconds patience) {
             break;  // a quiet time
         }
     }
-    if (m_closed && m_open.writes.empty()) {
+    if (m_closed && !HasWrites()) {
         return false;
     }
     m_inHand = true;
     m_logIsLong = false;
-    if (!m_open.writes.empty()) {
+    if (HasWrites()) {
         // The vectors change hands, so that their memory serves group after group.
         std::swap(m_open.writes, group.writes);
-        std::swap(m_open.detached, group.detached);
+        std::swap(m_open.owned, group.owned);
+        group.bytes = std::exchange(m_open.bytes, 0);
         group.number = m_open.number++;
+        JoinHeld(group);
     }
     return true;
 }
 
+// Those that found no room in a group come with the next, whatever else that holds.
+void WriteQueue::JoinHeld(WriteGroup& group) {
+    const std::size_t before = group.writes.size();
+    try {
+        group.writes.reserve(before + std::min(m_held.size(), kMostWrites));
+        group.owned.reserve(group.owned.size() + std::min(m_held.size(), kMostWrites));
+    } catch (const std::bad_alloc&) {  // they wait for better times, and the group goes without them
+        return;
+    }
+    if (m_heldHaveWaited) {
+        group.bytes = 0;
+    }
+    while (!m_held.empty() && group.bytes < kMostBytes &&
+           (group.writes.size() < kMostWrites ||
+            (m_heldHaveWaited && group.writes.size() < before + kMostWrites))) {
+        std::unique_ptr<PendingWrite> write = std::move(m_held.front());
+        m_held.pop_front();
+        m_heldBytes -= write->bytes;
+        group.bytes += write->bytes;
+        group.writes.push_back(write.get());
+        group.owned.push_back(std::move(write));
+    }
+    m_heldHaveWaited = !m_held.empty() && group.writes.size() == before;
+}
+
 void WriteQueue::Finish(WriteGroup& group) {
+    for (const auto& write : group.owned) {
+        if (write->output != nullptr) {
+            write->output->End(write->accepted);
+        }
+    }
     group.writes.clear();  // first: those who wait own their writes and take them away
-    group.detached.clear();
+    group.owned.clear();
     m_finished[group.number % 2].Announce(group.number);
 }
 
@@ -124,7 +187,7 @@ void WriteQueue::Close() {
 }
 
 bool WriteQueue::IsWriterWanted() const {
-    return m_logIsLong || m_closed || !m_open.writes.empty();
+    return m_logIsLong || m_closed || HasWrites();
 }
 
 // Whoever has the file in hand looks after the writer when he gives it back.

@@ -111,6 +111,45 @@ TEST_F(JobMonitorTest, TellsOneJobInFull) {
     EXPECT_EQ(Ask("findJob", R"({"clientKey":"another"})"), "NOT_FOUND");
 }
 
+TEST_F(JobMonitorTest, AnIndexThatIsHalfMadeListsTheSameJobsAndIsGoneOnWith) {
+    const std::string path = directory.File("half");
+    const auto add = [](JobIndex& index, std::int64_t place, const char* creator, const char* parent) {
+        index.Add({{place, std::to_string(place), creator, parent, "k"}}, {place, "event"});
+    };
+    const auto lists = [](JobIndex& index) {
+        std::string ids;
+        for (const JobFilter& filter : {JobFilter{}, {"me", {}}, {{}, "1"}, {{}, ""}, {"me", ""}}) {
+            for (const IndexedJob& job : index.Newest(filter, JobIndex::kNewest, 0, 9)) {
+                ids += job.id + ' ';
+            }
+            ids += "| ";
+        }
+        for (const IndexedJob& job : index.OfKind("k", JobIndex::kOldest, 0, 9)) {
+            ids += job.id + ' ';
+        }
+        return ids + "of " + std::to_string(index.CountOfKind("k")) + ", subtasks " +
+               std::to_string(index.ChildrenOf("1", 9).size());
+    };
+    const std::string all = "4 3 2 1 | 4 2 1 | 3 2 | 4 1 | 4 1 | 1 2 3 4 of 4, subtasks 2";
+    {
+        JobIndex index(path);
+        add(index, 1, "me", "");
+        add(index, 2, "me", "1");
+    }
+    JobIndex index(path);
+    EXPECT_EQ(index.Position().offset, 2);
+    add(index, 3, "you", "1");
+    add(index, 4, "me", "");
+    add(index, 4, "me", "");
+    EXPECT_EQ(lists(index), all);
+    index.PrepareLists();
+    EXPECT_EQ(lists(index), all);
+    index.Remove({"2", "2", "9"});
+    EXPECT_EQ(lists(index), "4 3 1 | 4 1 | 3 | 4 1 | 4 1 | 1 3 4 of 3, subtasks 1");
+    index.Clear();
+    EXPECT_EQ(lists(index), "| | | | | of 0, subtasks 0");
+}
+
 TEST_F(JobMonitorTest, KeepsPagesFullWhenRecordsAreGone) {
     SubmitUpTo(9);
     EXPECT_EQ(FindJobs(R"({"limit":3})"), "9 8 7");
@@ -206,8 +245,10 @@ TEST_F(JobMonitorTest, FollowsTheLogOfTheStoreThatIsThere) {
 
     // Each page of the index is damaged in turn.
     const std::string index = directory.File("index");
-    for (std::streamoff page = 0; page < 9; ++page) {
-        constexpr std::streamoff kPageSize = 4096;
+    constexpr std::streamoff kPageSize = 4096;
+    StopMonitor();
+    const auto pages = static_cast<std::streamoff>(std::filesystem::file_size(index)) / kPageSize;
+    for (std::streamoff page = 0; page < pages; ++page) {
         StopMonitor();
         std::fstream(index, std::ios::in | std::ios::out | std::ios::binary).seekp(page * kPageSize)
             << std::string(kPageSize, '\xA5');
