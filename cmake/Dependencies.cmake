@@ -12,3 +12,10 @@ find_package(zstd REQUIRED)
 find_path(RAPIDJSON_INCLUDE_DIR rapidjson/writer.h REQUIRED)
 add_library(quillon_rapidjson INTERFACE)
 target_include_directories(quillon_rapidjson SYSTEM INTERFACE ${RAPIDJSON_INCLUDE_DIR})
+
+# Debian's CMake package of the client library names a static library that is in no package.
+find_path(NATS_INCLUDE_DIR nats/nats.h REQUIRED)
+find_library(NATS_LIBRARY nats REQUIRED)
+add_library(quillon_nats_client INTERFACE)
+target_include_directories(quillon_nats_client SYSTEM INTERFACE ${NATS_INCLUDE_DIR})
+target_link_libraries(quillon_nats_client INTERFACE ${NATS_LIBRARY})

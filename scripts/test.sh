@@ -7,7 +7,7 @@ if [ $# -gt 0 ] && [[ $1 != -* ]]; then
     preset=$1
     shift
 fi
-install_packages run test
+install_packages run test cluster
 if [ "$preset" = clang ]; then
     install_packages clang
 fi
