@@ -5,6 +5,7 @@ find_package(Threads REQUIRED)
 find_package(OpenSSL REQUIRED)
 find_package(spdlog REQUIRED)
 find_package(SQLite3 REQUIRED)
+find_package(mongoc-1.0 1.23 REQUIRED)
 find_package(SQLiteCpp REQUIRED)
 find_package(zstd REQUIRED)
 

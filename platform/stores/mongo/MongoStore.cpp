@@ -1,0 +1,372 @@
+#include "platform/stores/mongo/MongoStore.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <map>
+#include <utility>
+
+#include "base/log/PlatformLog.h"
+#include "platform/stores/RecordStore.h"
+#include "platform/stores/mongo/Announcer.h"
+#include "platform/stores/mongo/Client.h"
+#include "platform/stores/mongo/OutboxRelay.h"
+#include "platform/stores/mongo/Places.h"
+#include "platform/stores/mongo/RecordDocument.h"
+
+namespace CommonServices {
+
+namespace Mongo {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using PlatformAbstraction::Log::Error;
+
+// What one document may take, less what the server wants beside it; a larger one would come back refused.
+constexpr std::size_t kMostDocumentBytes = 16 * 1024 * 1024 - 16 * 1024;
+// Ids that go with one message, so that it stays far below what a message may take.
+constexpr std::size_t kIdsAtOnce = 1000;
+
+Document WithId(const std::string& id) {
+    Document filter;
+    filter.Text(Fields::kId, id);
+    return filter;
+}
+
+Document WithIds(std::span<const std::string> ids) {
+    Document filter;
+    filter.Child(Fields::kId, Document().Texts("$in", ids));
+    return filter;
+}
+
+Document OfType(const std::string& collection, const std::string& type) {
+    Document filter;
+    filter.Text(Fields::kCollection, collection).Text(Fields::kType, type);
+    return filter;
+}
+
+Document Without(std::initializer_list<const char*> fields) {
+    Document projection;
+    for (const char* const field : fields) {
+        projection.Int(field, 0);
+    }
+    Document options;
+    options.Child("projection", projection);
+    return options;
+}
+
+template <typename Work>
+void ForEachPart(const std::vector<std::string>& ids, Work work) {
+    std::span<const std::string> rest(ids);
+    while (!rest.empty()) {
+        const auto part = rest.first(std::min(rest.size(), kIdsAtOnce));
+        work(part);
+        rest = rest.subspan(part.size());
+    }
+}
+
+void MakeIndexes(Client& client) {
+    const auto indexOf = [](const char* name, const Document& keys, bool isSparse) {
+        Document index;
+        index.Text("name", name).Child("key", keys);
+        if (isSparse) {
+            index.Bool("sparse", true);
+        }
+        return index;
+    };
+    Document byType;
+    byType.Int(Fields::kCollection, 1).Int(Fields::kType, 1).Int(Fields::kPlace, 1);
+    Document byReference;
+    byReference.Int(Fields::kCollection, 1)
+        .Int(Fields::kType, 1)
+        .Int(Fields::kReferences, 1)
+        .Int(Fields::kPlace, 1);
+    const Document indexes[] = {indexOf("byType", byType, false), indexOf("byReference", byReference, false),
+                                indexOf("bySince", Document().Int(Fields::kSince, 1), true)};
+    client.Command(Document().Text("createIndexes", Collections::kRecords).Children("indexes", indexes));
+}
+
+void RequireTransactions(Client& client) {
+    const Document hello = client.Command(Document().Int("hello", 1), true);
+    if (!Value(*hello.Get(), "setName").IsThere() && Value(*hello.Get(), "msg").Text() != "isdbgrid") {
+        throw ObjectStoreException(
+            "The MongoDB server of mongo-uri is no member of a replica set, without which it has no "
+            "transactions; start it with --replSet NAME and run rs.initiate() in its shell once (one server "
+            "may "
+            "be a set of its own)");
+    }
+}
+
+}  // namespace
+
+class MongoRecordStore final : public RecordStore {
+public:
+    MongoRecordStore(const MongoSettings& settings, std::shared_ptr<EventLog> events)
+        : m_timeout(settings.timeout),
+          m_events(events.get()),
+          m_clients(settings),
+          m_announcer(std::move(events), m_clients),
+          m_relay((Prepare(m_clients), settings), m_clients, m_announcer) {}
+
+    bool UpsertOne(const Weftline::Record& record) override { return Upsert(record, nullptr); }
+
+    bool UpsertOneAndProduce(const Weftline::Record& record, EventLog& events,
+                             const Weftline::Record& event) override {
+        if (&events != m_events) {
+            return RecordStore::UpsertOneAndProduce(record, events, event);
+        }
+        PendingEvent pending{WithId(record.recordID), NewToken(), false, event};
+        if (!Upsert(record, &pending)) {
+            return false;
+        }
+        m_announcer.Offer(std::move(pending));  // where there is no room, the relay comes by
+        return true;
+    }
+
+    std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override {
+        return std::move(FindManyByID({id}, collection).front());
+    }
+
+    std::vector<std::optional<Weftline::Record>> FindManyByID(const std::vector<std::string>& ids,
+                                                              const std::string& collection) override {
+        return FindMany(ids, collection, Without({Fields::kOutbox, Fields::kReferences}));
+    }
+
+    std::vector<std::optional<Weftline::Record>> FindManyWithoutData(const std::vector<std::string>& ids,
+                                                                     const std::string& collection) override {
+        return FindMany(ids, collection, Without({Fields::kOutbox, Fields::kReferences, Fields::kData}));
+    }
+
+    std::vector<Weftline::Record> FindRecordsOfType(const std::string& collection, const std::string& type,
+                                                    std::int32_t offset, std::int32_t limit) override {
+        return List(OfType(collection, type), offset, limit);
+    }
+
+    std::vector<Weftline::Record> FindRecordsWithReferencedID(const std::string& collection,
+                                                              const std::string& type, const std::string& key,
+                                                              const std::string& value, std::int32_t offset,
+                                                              std::int32_t limit) override {
+        Document filter = OfType(collection, type);
+        filter.Bytes(Fields::kReferences, ReferenceHash(key, value));
+        return List(filter, offset, limit);
+    }
+
+    bool DeleteMany(const std::vector<std::string>& ids) override;
+
+    std::vector<std::string> TakeDataWithReferencedID(const std::string& collection, const std::string& type,
+                                                      const std::string& key,
+                                                      const std::string& value) override;
+
+private:
+    static void Prepare(Clients& clients);
+
+    template <typename Work>
+    void Read(Work work) {
+        try {
+            Client client(m_clients);
+            work(client);
+        } catch (const Fault& fault) {
+            Error("The store cannot be read: " + std::string(fault.what()));
+            throw ObjectStoreException("The store cannot be read: the database refuses or does not answer");
+        }
+    }
+    Clock::time_point Deadline() const { return Clock::now() + m_timeout / 2; }
+    bool Upsert(const Weftline::Record& record, const PendingEvent* event);
+    std::vector<std::optional<Weftline::Record>> FindMany(const std::vector<std::string>& ids,
+                                                          const std::string& collection,
+                                                          const Document& options);
+    std::vector<Weftline::Record> List(const Document& filter, std::int32_t offset, std::int32_t limit);
+    void Delete(Client& client, const std::vector<std::string>& ids);
+
+    const std::chrono::milliseconds m_timeout;
+    const EventLog* const m_events;
+    Clients m_clients;
+    Places m_places;
+    Announcer m_announcer;
+    OutboxRelay m_relay;
+};
+
+void MongoRecordStore::Prepare(Clients& clients) {
+    try {
+        Client client(clients);
+        RequireTransactions(client);
+        MakeIndexes(client);
+        Places::Prepare(client);
+    } catch (const Fault& fault) {
+        throw ObjectStoreException("The database of mongo-uri cannot be used: " + std::string(fault.what()));
+    }
+}
+
+bool MongoRecordStore::Upsert(const Weftline::Record& record, const PendingEvent* event) {
+    const auto refuse = [](const std::string& why) {
+        Error("A record cannot be stored: " + why);
+        return false;
+    };
+    const auto deadline = Deadline();
+    const auto now = std::chrono::system_clock::now();
+    Document filter = WithId(record.recordID);
+    filter.Text(Fields::kCollection, record.recordTopic);
+    Document changes;
+    changes.Child("$set", FieldsOf(record, now));
+    if (event != nullptr) {
+        changes.Child("$push", Document().Child(Fields::kOutbox, OutboxEntryOf(event->token, event->event)))
+            .Child("$min", Document().Time(Fields::kSince, now));
+    }
+    if (const std::size_t bytes = filter.Size() + changes.Size(); bytes > kMostDocumentBytes) {
+        return refuse("it takes " + std::to_string(bytes) + " bytes, and MongoDB takes " +
+                      std::to_string(kMostDocumentBytes));
+    }
+    try {
+        Client client(m_clients);
+        for (;;) {
+            Document update = changes;
+            update.Child("$setOnInsert", Document().Long(Fields::kPlace, m_places.Take(client)));
+            if (Clock::now() >= deadline) {
+                return refuse("the database is too slow");
+            }
+            try {
+                client.Update(Collections::kRecords, filter, update, IfMissing::Insert);
+                return true;
+            } catch (const Fault& fault) {
+                if (fault.kind != Fault::Kind::Duplicate) {
+                    throw;
+                }
+            }
+            // Either the id lives elsewhere, or another made this very record meanwhile.
+            bool isOurs = false;
+            client.Find(Collections::kRecords, filter, Document(), [&isOurs](const bson_t&) {
+                isOurs = true;
+                return false;
+            });
+            if (!isOurs) {
+                return refuse("another collection has one of this id");
+            }
+        }
+    } catch (const Fault& fault) {
+        return refuse(fault.what());
+    }
+}
+
+std::vector<std::optional<Weftline::Record>> MongoRecordStore::FindMany(const std::vector<std::string>& ids,
+                                                                        const std::string& collection,
+                                                                        const Document& options) {
+    std::multimap<std::string_view, std::size_t> wanted;
+    for (std::size_t place = 0; place < ids.size(); ++place) {
+        wanted.emplace(ids[place], place);
+    }
+    std::vector<std::optional<Weftline::Record>> found(ids.size());
+    Read([&](Client& client) {
+        ForEachPart(ids, [&](std::span<const std::string> part) {
+            Document filter = WithIds(part);
+            filter.Text(Fields::kCollection, collection);
+            client.Find(Collections::kRecords, filter, options, [&](const bson_t& document) {
+                const Weftline::Record record = Mongo::RecordOf(document);
+                const auto [first, last] = wanted.equal_range(record.recordID);
+                std::for_each(first, last, [&](const auto& place) { found[place.second] = record; });
+                return true;
+            });
+        });
+    });
+    return found;
+}
+
+std::vector<Weftline::Record> MongoRecordStore::List(const Document& filter, std::int32_t offset,
+                                                     std::int32_t limit) {
+    std::vector<Weftline::Record> found;
+    if (limit <= 0) {
+        return found;  // which the database would take for no limit
+    }
+    Document options = Without({Fields::kOutbox, Fields::kReferences});
+    options.Child("sort", Document().Int(Fields::kPlace, 1))
+        .Long("skip", std::max(offset, 0))
+        .Long("limit", limit);
+    Read([&](Client& client) {
+        client.Find(Collections::kRecords, filter, options, [&found](const bson_t& document) {
+            found.push_back(Mongo::RecordOf(document));
+            return true;
+        });
+    });
+    return found;
+}
+
+// Within a transaction. Events that are pending go on waiting in documents of their own: whoever removes a
+// record does not wait for the event log.
+void MongoRecordStore::Delete(Client& client, const std::vector<std::string>& ids) {
+    ForEachPart(ids, [&](std::span<const std::string> part) {
+        std::vector<Document> left;
+        Document pending = WithIds(part);
+        pending.Child(Fields::kSince, Document().Bool("$exists", true));
+        client.Find(Collections::kRecords, pending, Document(), [&left](const bson_t& document) {
+            for (const Document& entry : Value(document, Fields::kOutbox).Children()) {
+                Document& waiting = left.emplace_back();
+                waiting.Copy(Fields::kId, Value(*entry.Get(), Fields::kToken))
+                    .Copy(Fields::kSince, Value(document, Fields::kSince))
+                    .Children(Fields::kOutbox, std::span(&entry, 1));
+            }
+            return true;
+        });
+        for (const Document& waiting : left) {
+            client.Insert(Collections::kRecords, waiting);
+        }
+        client.Delete(Collections::kRecords, WithIds(part));
+    });
+}
+
+bool MongoRecordStore::DeleteMany(const std::vector<std::string>& ids) {
+    if (ids.empty()) {
+        return true;
+    }
+    try {
+        Client client(m_clients);
+        client.InTransaction(Deadline(), [&] { Delete(client, ids); });
+        return true;
+    } catch (const Fault& fault) {
+        Error("Records cannot be deleted: " + std::string(fault.what()));
+        return false;
+    }
+}
+
+std::vector<std::string> MongoRecordStore::TakeDataWithReferencedID(const std::string& collection,
+                                                                    const std::string& type,
+                                                                    const std::string& key,
+                                                                    const std::string& value) {
+    // Whoever waits for results looks often, and a look costs no transaction.
+    if (FindRecordsWithReferencedID(collection, type, key, value, 0, 1).empty()) {
+        return {};
+    }
+    Document filter = OfType(collection, type);
+    filter.Bytes(Fields::kReferences, ReferenceHash(key, value));
+    Document options;
+    options.Child("sort", Document().Int(Fields::kPlace, 1))
+        .Child("projection", Document().Int(Fields::kData, 1));
+    std::vector<std::string> data;
+    Read([&](Client& client) {
+        try {
+            client.InTransaction(Deadline(), [&] {
+                std::vector<std::string> ids;
+                data.clear();
+                client.Find(Collections::kRecords, filter, options, [&](const bson_t& document) {
+                    Weftline::Record record = Mongo::RecordOf(document);
+                    ids.push_back(std::move(record.recordID));
+                    data.push_back(std::move(record.recordData));
+                    return true;
+                });
+                Delete(client, ids);
+            });
+        } catch (const Fault& fault) {
+            if (data.empty()) {
+                throw;
+            }
+            Error("Results that were given cannot be deleted: " + std::string(fault.what()));
+        }
+    });
+    return data;
+}
+
+}  // namespace Mongo
+
+std::shared_ptr<RecordStore> OpenMongoStore(const MongoSettings& settings, std::shared_ptr<EventLog> events) {
+    return std::make_shared<Mongo::MongoRecordStore>(settings, std::move(events));
+}
+
+}  // namespace CommonServices
