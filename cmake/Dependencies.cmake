@@ -20,3 +20,11 @@ find_library(NATS_LIBRARY nats REQUIRED)
 add_library(quillon_nats_client INTERFACE)
 target_include_directories(quillon_nats_client SYSTEM INTERFACE ${NATS_INCLUDE_DIR})
 target_link_libraries(quillon_nats_client INTERFACE ${NATS_LIBRARY})
+
+# librdkafka comes without a package for CMake; its admin calls stand in the C library alone.
+find_path(RDKAFKA_INCLUDE_DIR librdkafka/rdkafkacpp.h REQUIRED)
+find_library(RDKAFKA_CXX_LIBRARY rdkafka++ REQUIRED)
+find_library(RDKAFKA_LIBRARY rdkafka REQUIRED)
+add_library(quillon_rdkafka INTERFACE)
+target_include_directories(quillon_rdkafka SYSTEM INTERFACE ${RDKAFKA_INCLUDE_DIR})
+target_link_libraries(quillon_rdkafka INTERFACE ${RDKAFKA_CXX_LIBRARY} ${RDKAFKA_LIBRARY})

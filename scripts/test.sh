@@ -13,6 +13,7 @@ if [ "$preset" = clang ]; then
 fi
 # The tests that need it say so and are skipped; where CI is set they fail.
 scripts/mongo.sh fetch || say "the stand-in for MongoDB cannot be had"
+scripts/kafka.sh fetch || say "the Kafka broker cannot be had"
 configure "$preset" QUILLON_BUILD_TESTS=ON
 build "$preset"
 exec ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" "$@"
