@@ -137,6 +137,9 @@ void RestGateway::Impl::Stop(std::chrono::milliseconds patience) {
         loop->Stop();
     }
     m_pCore->readers.Stop();
+    // What the loops had not got to is in their queues, and holds connections and their shares of the memory.
+    m_listener.reset();
+    m_loops.clear();
     m_isRunning = false;
 }
 
