@@ -8,15 +8,16 @@
 
 #include "Core/src/Vocabulary.h"
 #include "handlers/results/CatalogueMessages.h"
+#include "platform/deployment/DeployedTransport.h"
 #include "platform/messaging/BusTransport.h"
 #include "platform/messaging/ConfigurationStore.h"
+#include "platform/messaging/MessageBus.h"
 #include "platform/messaging/ServiceInfo.h"
-#include "platform/standalone/StandaloneTransport.h"
 
 namespace {
 
 using CoreServices::Parameters;
-using PlatformAbstraction::Messaging::InProcessBus;
+using PlatformAbstraction::Messaging::MessageBus;
 using PlatformAbstraction::Messaging::ServiceInfo;
 using PlatformAbstraction::Messaging::ServiceInfoApi;
 
@@ -50,8 +51,8 @@ std::shared_ptr<ServiceInfo> MakeService(std::string_view name, std::int32_t ver
     return service;
 }
 
-std::shared_ptr<PlatformAbstraction::Standalone::AttachedFarm> AttachWorker(
-    InProcessBus& bus, const PlatformAbstraction::Standalone::BusSettings& /*settings*/,
+std::shared_ptr<PlatformAbstraction::Deployment::AttachedFarm> AttachWorker(
+    MessageBus& bus, const PlatformAbstraction::Deployment::BusSettings& /*settings*/,
     const ServiceInfoApi& /*scheduler*/) {
     const auto worker = MakeService(Weftline::ServiceNames::MetadataWorker,
                                     Weftline::Services::Scheduler::kMetadataWorkerVersion);
@@ -67,7 +68,7 @@ int main() {
     scheduler->SetHost("localhost");
     scheduler->AddMessageHandler(std::make_shared<Weftline::Services::Scheduler::GetVideoFormatsMsg>(kRealm));
     PlatformAbstraction::AddConfigData("port", "0");
-    const auto transport = PlatformAbstraction::Messaging::MakeStandaloneTransportWithFarm(AttachWorker);
+    const auto transport = PlatformAbstraction::Messaging::MakeStandaloneTransport(AttachWorker);
     if (transport->Start(scheduler, "") != PlatformAbstraction::Messaging::InitError::None) {
         std::cerr << "The bus could not be started.\n";
         return 1;

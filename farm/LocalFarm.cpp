@@ -20,7 +20,7 @@
 namespace Quillon::Farm {
 
 namespace Messaging = PlatformAbstraction::Messaging;
-namespace Standalone = PlatformAbstraction::Standalone;
+namespace Deployment = PlatformAbstraction::Deployment;
 
 namespace {
 
@@ -45,9 +45,9 @@ std::vector<Principal> PrincipalsOf(const std::vector<PlatformAbstraction::Rest:
     return principals;
 }
 
-class LocalFarm final : public Standalone::AttachedFarm {
+class LocalFarm final : public Deployment::AttachedFarm {
 public:
-    LocalFarm(const Standalone::BusSettings& settings, std::string realm)
+    LocalFarm(const Deployment::BusSettings& settings, std::string realm)
         : m_settings(settings),
           m_realm(std::move(realm)),
           m_pPrincipals(std::make_shared<PrincipalDirectory>(PrincipalsOf(settings.rest.callers))),
@@ -57,7 +57,7 @@ public:
     LocalFarm& operator=(const LocalFarm&) = delete;
     ~LocalFarm() override { Stop(); }
 
-    void Start(Messaging::InProcessBus& bus) {
+    void Start(Messaging::MessageBus& bus) {
         const WorkerSettings workers{m_realm, m_settings.farm.taskTime, m_workersStop.get_token()};
         // All are made before the first is attached: one that cannot be made stops the start.
         const auto services = {
@@ -92,7 +92,7 @@ public:
     }
 
 private:
-    const Standalone::BusSettings m_settings;
+    const Deployment::BusSettings m_settings;
     const std::string m_realm;
     const std::shared_ptr<PrincipalDirectory> m_pPrincipals;
     const std::shared_ptr<JobDirectory> m_pJobs;
@@ -103,8 +103,8 @@ private:
 
 }  // namespace
 
-std::shared_ptr<Standalone::AttachedFarm> StartLocalFarm(Messaging::InProcessBus& bus,
-                                                         const Standalone::BusSettings& settings,
+std::shared_ptr<Deployment::AttachedFarm> StartLocalFarm(Messaging::MessageBus& bus,
+                                                         const Deployment::BusSettings& settings,
                                                          const Messaging::ServiceInfoApi& service) {
     auto farm = std::make_shared<LocalFarm>(settings, service.GetRealm());
     farm->Start(bus);

@@ -3,8 +3,8 @@
 
 #include "base/concurrency/MemoryWatch.h"
 #include "farm/LocalFarm.h"
+#include "platform/deployment/DeployedTransport.h"
 #include "platform/messaging/BusTransport.h"
-#include "platform/standalone/StandaloneTransport.h"
 #include "service/RunScheduler.h"
 #include "service/SchedulerService.h"
 
@@ -20,9 +20,8 @@ int main(int argc, char* argv[]) {
 
     return Weftline::Services::RunScheduler(argc, argv, [] {
         namespace Messaging = PlatformAbstraction::Messaging;
-        Messaging::OfferDeploymentMode("standalone", [] {
-            return Messaging::MakeStandaloneTransportWithFarm(Quillon::Farm::StartLocalFarm);
-        });
+        Messaging::OfferDeploymentMode(
+            "standalone", [] { return Messaging::MakeStandaloneTransport(Quillon::Farm::StartLocalFarm); });
         return new Weftline::Services::Scheduler::SchedulerService;
     });
 }

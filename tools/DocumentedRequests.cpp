@@ -4,9 +4,9 @@
 #include <iostream>
 #include <memory>
 
+#include "platform/deployment/DeployedTransport.h"
 #include "platform/messaging/BusConnection.h"
 #include "platform/messaging/ServiceInfo.h"
-#include "platform/standalone/StandaloneTransport.h"
 #include "service/SchedulerService.h"
 
 int main() {

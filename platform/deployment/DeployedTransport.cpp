@@ -1,4 +1,4 @@
-#include "platform/standalone/StandaloneTransport.h"
+#include "platform/deployment/DeployedTransport.h"
 
 #include <algorithm>
 #include <charconv>
@@ -12,12 +12,12 @@
 #include "Core/src/Vocabulary.h"
 #include "base/concurrency/Mutex.h"
 #include "base/log/PlatformLog.h"
+#include "platform/deployment/StopSignals.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/ServiceInfo.h"
 #include "platform/rest/RestGateway.h"
-#include "platform/standalone/StopSignals.h"
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 
 namespace {
 
@@ -55,11 +55,11 @@ std::string UrlOf(const Rest::RestGatewaySettings& settings, std::uint16_t port)
            (isIpv6 ? "[" + settings.host + "]" : settings.host) + ":" + std::to_string(port);
 }
 
-class StandaloneTransport final : public Messaging::BusTransport {
+class DeployedTransport final : public Messaging::BusTransport {
 public:
-    explicit StandaloneTransport(FarmHook farm)
+    explicit DeployedTransport(FarmHook farm)
         : m_farm(std::move(farm)), m_pMessaging(Messaging::InProcessBus::Create()->GetMessaging()) {}
-    ~StandaloneTransport() override { EndRunning(steady_clock::now()); }
+    ~DeployedTransport() override { EndRunning(steady_clock::now()); }
 
     InitError ReadSettings(const std::string& configuration) override;
     InitError Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
@@ -93,7 +93,7 @@ private:
     std::shared_ptr<Messaging::BusMessaging> m_pMessaging QUILLON_GUARDED_BY(m_mutex);
 };
 
-InitError StandaloneTransport::ReadSettings(const std::string& configuration) try {
+InitError DeployedTransport::ReadSettings(const std::string& configuration) try {
     AddConfigData(std::string(Weftline::Options::StoreCompression),
                   ReadBusSettings(configuration).store.compression);
     return InitError::None;
@@ -102,8 +102,8 @@ InitError StandaloneTransport::ReadSettings(const std::string& configuration) tr
     return InitError::BadConfiguration;
 }
 
-InitError StandaloneTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
-                                     const std::string& configuration) {
+InitError DeployedTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> service,
+                                   const std::string& configuration) {
     const auto info = std::dynamic_pointer_cast<Messaging::ServiceInfo>(std::move(service));
     if (!info) {
         return InitError::NoServiceInfo;
@@ -129,8 +129,8 @@ InitError StandaloneTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> 
     return error;
 }
 
-void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& service,
-                              const std::string& configuration) {
+void DeployedTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& service,
+                            const std::string& configuration) {
     BusSettings settings = ReadBusSettings(configuration);
     settings.rest.host = ReadHost(*service);
     settings.rest.port = ReadPort();
@@ -153,7 +153,7 @@ void StandaloneTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& ser
 }
 
 // The gateway goes first: it is what keeps somebody out.
-void StandaloneTransport::ReloadCallers() {
+void DeployedTransport::ReloadCallers() {
     if (m_running->configuration.empty()) {
         Log::Info("SIGHUP: there is no file of bus settings to read anew.");
         return;
@@ -171,7 +171,7 @@ void StandaloneTransport::ReloadCallers() {
 }
 
 // First no more comes in, then what is in gets its answers, then these are written.
-void StandaloneTransport::EndRunning(steady_clock::time_point deadline) {
+void DeployedTransport::EndRunning(steady_clock::time_point deadline) {
     if (!m_running) {
         return;
     }
@@ -192,7 +192,7 @@ void StandaloneTransport::EndRunning(steady_clock::time_point deadline) {
     m_running.reset();
 }
 
-bool StandaloneTransport::WaitUntilStopped() {
+bool DeployedTransport::WaitUntilStopped() {
     if (!m_running) {
         return false;
     }
@@ -203,7 +203,7 @@ bool StandaloneTransport::WaitUntilStopped() {
     return reason == StopReason::Signal;
 }
 
-TermError StandaloneTransport::Stop() {
+TermError DeployedTransport::Stop() {
     if (!m_running) {
         return TermError::NotRunning;
     }
@@ -211,23 +211,19 @@ TermError StandaloneTransport::Stop() {
     return TermError::None;
 }
 
-std::shared_ptr<Messaging::BusMessaging> StandaloneTransport::GetMessaging() const {
+std::shared_ptr<Messaging::BusMessaging> DeployedTransport::GetMessaging() const {
     const MutexLock lock(m_mutex);
     return m_pMessaging;
 }
 
 }  // namespace
 
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment
 
 namespace PlatformAbstraction::Messaging {
 
-std::unique_ptr<BusTransport> MakeStandaloneTransport() {
-    return MakeStandaloneTransportWithFarm({});
-}
-
-std::unique_ptr<BusTransport> MakeStandaloneTransportWithFarm(Standalone::FarmHook farm) {
-    return std::make_unique<Standalone::StandaloneTransport>(std::move(farm));
+std::unique_ptr<BusTransport> MakeStandaloneTransport(Deployment::FarmHook farm) {
+    return std::make_unique<Deployment::DeployedTransport>(std::move(farm));
 }
 
 }  // namespace PlatformAbstraction::Messaging

@@ -1,4 +1,4 @@
-#include "platform/standalone/StopSignals.h"
+#include "platform/deployment/StopSignals.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
@@ -7,7 +7,7 @@
 #include <csignal>
 #include <optional>
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 
 namespace asio = boost::asio;
 
@@ -56,4 +56,4 @@ void StopSignals::ReportBrokenListener() {
                [this] { m_pImpl->reason = m_pImpl->reason.value_or(StopReason::BrokenListener); });
 }
 
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment

@@ -1,4 +1,4 @@
-#include "platform/standalone/BusSettings.h"
+#include "platform/deployment/BusSettings.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +14,7 @@
 
 #include "platform/rest/RequestHead.h"
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 
 namespace {
 
@@ -371,4 +371,4 @@ BusSettings ReadBusSettings(const std::string& path) {
     }
 }
 
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment

@@ -4,11 +4,11 @@
 #include <memory>
 #include <vector>
 
+#include "platform/deployment/BusSettings.h"
 #include "platform/messaging/BusTransport.h"
-#include "platform/messaging/inprocess/InProcessBus.h"
-#include "platform/standalone/BusSettings.h"
+#include "platform/messaging/MessageBus.h"
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 
 /// A farm of further services that are on the bus. Kept until that bus has stopped.
 class AttachedFarm {
@@ -29,9 +29,9 @@ public:
 /// Attaches further services to a bus that runs, before the first request can come from outside. May give
 /// nothing back. An exception stops the start with its text.
 using FarmHook = std::function<std::shared_ptr<AttachedFarm>(
-    Messaging::InProcessBus& bus, const BusSettings& settings, const Messaging::ServiceInfoApi& service)>;
+    Messaging::MessageBus& bus, const BusSettings& settings, const Messaging::ServiceInfoApi& service)>;
 
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment
 
 namespace PlatformAbstraction::Messaging {
 
@@ -41,8 +41,7 @@ namespace PlatformAbstraction::Messaging {
 /// second signal then ends the process at once. On SIGHUP the wait goes on with the callers that the file of
 /// bus settings names now; a file that is refused, or that would open a service which asks for tokens to
 /// everybody, changes nothing.
-std::unique_ptr<BusTransport> MakeStandaloneTransport();
-/// The same with a local farm on the bus, unless the bus settings switch it off.
-std::unique_ptr<BusTransport> MakeStandaloneTransportWithFarm(Standalone::FarmHook farm);
+/// `farm` attaches a local farm, unless the bus settings switch it off.
+std::unique_ptr<BusTransport> MakeStandaloneTransport(Deployment::FarmHook farm = {});
 
 }  // namespace PlatformAbstraction::Messaging

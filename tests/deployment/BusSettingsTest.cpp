@@ -1,4 +1,4 @@
-#include "platform/standalone/BusSettings.h"
+#include "platform/deployment/BusSettings.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 namespace {
 
 using testing::HasSubstr;
@@ -77,4 +77,4 @@ TEST(BusSettings, ReadsAFileOrSaysWhichOneItCannot) {
 }
 
 }  // namespace
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment

@@ -1,4 +1,4 @@
-#include "platform/standalone/StandaloneTransport.h"
+#include "platform/deployment/DeployedTransport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@
 #include "tests/bus/BusStories.h"
 #include "tests/rest/RawClient.h"
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 namespace {
 
 using namespace Messaging;
@@ -42,7 +42,7 @@ std::string Get(const std::string& target) {
     return "GET " + target + " HTTP/1.1\r\nHost: localhost\r\n\r\n";
 }
 
-TEST(StandaloneTransport, ServesUntilASignalAndAnswersWhatIsUnderWay) {
+TEST(DeployedTransport, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     std::promise<void> entered;
     std::promise<void> leave;
     const auto echoLater = [&](const Parameters& request, const auto&) {
@@ -74,7 +74,7 @@ TEST(StandaloneTransport, ServesUntilASignalAndAnswersWhatIsUnderWay) {
     EXPECT_EQ(connection.Terminate(0), TermError::NotRunning);
 }
 
-TEST(StandaloneTransport, ASignalBeforeTheStartEndsTheWaitAtOnce) {
+TEST(DeployedTransport, ASignalBeforeTheStartEndsTheWaitAtOnce) {
     BusConnection connection(MakeStandaloneTransport());
     std::raise(SIGINT);
     Start(connection, Echo);
@@ -84,7 +84,7 @@ TEST(StandaloneTransport, ASignalBeforeTheStartEndsTheWaitAtOnce) {
 /// A farm of one service, which at its stop asks itself whether the bus still carries messages.
 class OneServiceFarm final : public AttachedFarm {
 public:
-    OneServiceFarm(InProcessBus& bus, std::string& lastAnswer)
+    OneServiceFarm(MessageBus& bus, std::string& lastAnswer)
         : m_pMessaging(bus.GetMessaging()), m_lastAnswer(lastAnswer) {
         bus.Attach(MakeService("farm.service", {{"ask", Echo}}));
     }
@@ -97,10 +97,10 @@ private:
     std::string& m_lastAnswer;
 };
 
-TEST(StandaloneTransport, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus) {
+TEST(DeployedTransport, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus) {
     std::string lastAnswer;
     BusConnection connection(
-        MakeStandaloneTransportWithFarm([&](InProcessBus& bus, const BusSettings&, const ServiceInfoApi&) {
+        MakeStandaloneTransport([&](MessageBus& bus, const BusSettings&, const ServiceInfoApi&) {
             return std::make_shared<OneServiceFarm>(bus, lastAnswer);
         }));
     const std::uint16_t port = Start(connection, Relay("farm.service", "ask"));
@@ -109,7 +109,7 @@ TEST(StandaloneTransport, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBu
     EXPECT_EQ(lastAnswer, "{}");
 }
 
-TEST(StandaloneTransport, DoesNotStartWhatItCannotServe) {
+TEST(DeployedTransport, DoesNotStartWhatItCannotServe) {
     const std::string badFile = testing::TempDir() + "refused-settings.json";
     std::ofstream(badFile) << R"({"rest":{"maxBodyBytes":"4 MB"}})";
     BusConnection holder(MakeStandaloneTransport());
@@ -137,4 +137,4 @@ TEST(StandaloneTransport, DoesNotStartWhatItCannotServe) {
 }
 
 }  // namespace
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment

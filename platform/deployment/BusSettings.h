@@ -8,7 +8,7 @@
 #include "platform/messaging/inprocess/InProcessBus.h"
 #include "platform/rest/RestGateway.h"
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 
 /// What the platform itself takes from the file of bus settings for the local farm.
 struct FarmSettings {
@@ -44,4 +44,4 @@ BusSettings ParseBusSettings(std::string_view json);
 /// Reads such a file; an empty path gives the defaults. Throws `BusSettingsError`.
 BusSettings ReadBusSettings(const std::string& path);
 
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment

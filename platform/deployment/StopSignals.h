@@ -1,11 +1,11 @@
 #pragma once
 
-// Private to the standalone transport.
+// Private to the transport.
 
 #include <functional>
 #include <memory>
 
-namespace PlatformAbstraction::Standalone {
+namespace PlatformAbstraction::Deployment {
 
 /// Why a wait for the end came to its end.
 enum class StopReason { Signal, BrokenListener };
@@ -31,4 +31,4 @@ private:
     std::unique_ptr<Impl> m_pImpl;
 };
 
-}  // namespace PlatformAbstraction::Standalone
+}  // namespace PlatformAbstraction::Deployment
