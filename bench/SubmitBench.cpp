@@ -31,6 +31,10 @@ public:
         benchmark::DoNotOptimize(record.recordData.data());
         return true;
     }
+    CommonServices::ReplaceOutcome ReplaceIf(const std::optional<Record>&, const Record& next) override {
+        benchmark::DoNotOptimize(next.recordData.data());
+        return CommonServices::ReplaceOutcome::Replaced;
+    }
     std::optional<Record> FindByID(const std::string&, const std::string&) override { return std::nullopt; }
     std::vector<Record> FindRecordsOfType(const std::string&, const std::string&, std::int32_t,
                                           std::int32_t) override {

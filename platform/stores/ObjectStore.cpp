@@ -73,6 +73,11 @@ bool ObjectStore::UpsertOne(const Weftline::Record& record) const {
     return SettledRecords()->UpsertOne(record);
 }
 
+ReplaceOutcome ObjectStore::ReplaceIf(const std::optional<Weftline::Record>& seen,
+                                      const Weftline::Record& next) const {
+    return SettledRecords()->ReplaceIf(seen, next);
+}
+
 bool ObjectStore::UpsertOneAndProduce(Weftline::Record record, const EventStore& events,
                                       Weftline::Record event) const {
     if (HeldOutput* const output = HeldOutput::OfTail()) {

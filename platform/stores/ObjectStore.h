@@ -28,6 +28,10 @@ public:
 
     /// False on failure; the record is on disk when this gives true.
     [[nodiscard]] bool UpsertOne(const Weftline::Record& record) const;
+    /// Compare and swap: writes `next` if `seen`, of the same id and collection, is what is stored at that
+    /// moment; an empty `seen` stands for an id that no record has.
+    [[nodiscard]] ReplaceOutcome ReplaceIf(const std::optional<Weftline::Record>& seen,
+                                           const Weftline::Record& next) const;
     /// As `UpsertOne`, and where that gives true as `events.Produce(event, true)`, whose result is not told.
     /// Where records and events lie in one file they are committed together, and a failure of either leaves
     /// neither. In a `HeldOutput::Tail` true may mean that the write is under way and holds the output.

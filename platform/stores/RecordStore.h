@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -23,6 +24,25 @@ public:
     explicit ObjectStoreException(std::string_view message)
         : std::domain_error(PlatformAbstraction::Log::WithoutNul(message)) {}
 };
+
+/// What became of a conditional write.
+enum class ReplaceOutcome {
+    Replaced,  ///< and durable
+    /// Another was faster: what is stored is not what was seen, and nothing was written. Where an answer was
+    /// lost on the way and the write was tried once more, the faster one may have been this very write.
+    Changed,
+    Failed,  ///< for a fault; it may be written all the same where the store did not answer
+};
+
+/// Whether the records are equal in all that stores keep.
+inline bool IsSameRecord(const Weftline::Record& one, const Weftline::Record& other) {
+    const auto fields = [](const Weftline::Record& record) {
+        return std::tie(record.recordID, record.recordTopic, record.recordType, record.recordVersion,
+                        record.recordPublicData, record.recordData, record.name, record.description,
+                        record.tags, record.readOnly, record.systemCreated);
+    };
+    return fields(one) == fields(other);
+}
 
 /// Where records are kept. `ObjectStore` is a thin value over the one of the process, and its operations have
 /// the same names from there down to the file. The embedded store is one implementation, a database of many
@@ -42,6 +62,12 @@ public:
     /// Inserts or replaces under `record.recordID` in the collection `record.recordTopic`. False when the
     /// record was not stored, also when its id lives in another collection. Returns once it is durable.
     virtual bool UpsertOne(const Weftline::Record& record) = 0;
+
+    /// Compare and swap: writes `next` if `seen`, of the same id and collection, is what is stored at that
+    /// moment; an empty `seen` stands for an id that no record has. The record's place stays, and so does an
+    /// event of it that is still to be announced.
+    [[nodiscard]] virtual ReplaceOutcome ReplaceIf(const std::optional<Weftline::Record>& seen,
+                                                   const Weftline::Record& next) = 0;
 
     /// As `UpsertOne`, and where that gives true as `events.Produce(event, true)`, whose result nobody looks
     /// at. A store whose file also holds those events commits the two together: both are there, or neither.

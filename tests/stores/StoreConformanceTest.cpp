@@ -53,6 +53,15 @@ protected:
         return texts;
     }
 
+    /// A store may announce after it has answered.
+    Names EventsOnceThere(std::size_t count) {
+        for (const auto deadline = std::chrono::steady_clock::now() + 60s;
+             Texts(0, 10).size() < count && std::chrono::steady_clock::now() < deadline;) {
+            std::this_thread::sleep_for(1ms);
+        }
+        return Texts(0, 10);
+    }
+
     const TempDirectory directory;
     std::shared_ptr<CommonServices::RecordStore> records;
     std::shared_ptr<CommonServices::EventLog> log;
@@ -112,12 +121,71 @@ TEST_P(Stores, ARecordIsThereBeforeItsEventWhicheverWayItIsWritten) {
     EXPECT_FALSE(
         records->UpsertOneAndProduce(RecordOf("a", "V2_WFProfiles"), *log, RecordOf("event of a", kTopic)));
     EXPECT_THAT(Jobs(), ElementsAre("a", "b"));
-    // A store may announce after it has answered.
-    for (const auto deadline = std::chrono::steady_clock::now() + 60s;
-         Texts(0, 10).size() < 2 && std::chrono::steady_clock::now() < deadline;) {
-        std::this_thread::sleep_for(1ms);
+    EXPECT_EQ(EventsOnceThere(2).size(), 2U);
+}
+
+TEST_P(Stores, AReplacementIsMadeWhereNobodyWasFasterAndKeepsPlaceAndEvent) {
+    using enum CommonServices::ReplaceOutcome;
+    Record first = RecordOf("a");
+    first.recordData = "{\"" + std::string(1000, 'x') + "\":\"\xff a NUL " + std::string(1, '\0') + "\"}";
+    EXPECT_EQ(records->ReplaceIf(first, first), Changed) << "none is there";
+    EXPECT_EQ(records->ReplaceIf({}, first), Replaced);
+    EXPECT_EQ(records->ReplaceIf({}, first), Changed) << "one is there";
+    EXPECT_EQ(records->ReplaceIf({}, RecordOf("a", "V2_WFProfiles")), Changed) << "elsewhere";
+    ASSERT_TRUE(records->UpsertOneAndProduce(RecordOf("b"), *log, RecordOf("event of b", kTopic)));
+
+    // Whatever another has changed.
+    const std::function<void(Record&)> changes[] = {
+        [](Record& record) { record.recordType = "Other"; },
+        [](Record& record) { record.recordVersion = 2; },
+        [](Record& record) { record.name = "x"; },
+        [](Record& record) { record.description = "x"; },
+        [](Record& record) { record.recordData.back() = ' '; },
+        [](Record& record) { record.recordPublicData = R"({"queryID":"q"})"; },
+        [](Record& record) { record.tags = "[1]"; },
+        [](Record& record) { record.readOnly = !record.readOnly; },
+        [](Record& record) { record.systemCreated = !record.systemCreated; }};
+    Record stored = first;
+    for (const auto& change : changes) {
+        const auto seen = records->FindByID("a", "V2_WFJobs");
+        Record next = seen.value();
+        change(next);
+        EXPECT_EQ(records->ReplaceIf(seen, next), Replaced);
+        EXPECT_EQ(records->ReplaceIf(seen, first), Changed);
+        stored = next;
     }
-    EXPECT_EQ(Texts(0, 10).size(), 2U);
+    EXPECT_EQ(FieldsOf(records->FindByID("a", "V2_WFJobs").value()), FieldsOf(stored));
+    EXPECT_THAT(Referring("queryID", "q", "Other", "V2_WFJobs"), ElementsAre("a"));
+    stored.recordType = "Job";
+    EXPECT_TRUE(records->UpsertOne(stored));
+    const auto b = records->FindByID("b", "V2_WFJobs");
+    EXPECT_EQ(records->ReplaceIf(b, RecordOf("b")), Replaced);
+    EXPECT_THAT(Jobs(), ElementsAre("a", "b"));
+    EXPECT_THAT(EventsOnceThere(1), ElementsAre(""));
+    ASSERT_TRUE(records->DeleteMany({"b"}));
+    EXPECT_EQ(records->ReplaceIf(RecordOf("b"), *b), Changed) << "what is gone is not made again";
+    EXPECT_FALSE(records->FindByID("b", "V2_WFJobs"));
+}
+
+TEST_P(Stores, OfManyReplacementsOfOneRecordEachIsMadeOnTopOfTheLast) {
+    constexpr int kThreads = 4;
+    constexpr int kEach = 25;
+    ASSERT_TRUE(Upsert("a"));
+    const auto count = [this] {
+        for (int made = 0; made < kEach;) {
+            const auto seen = records->FindByID("a", "V2_WFJobs");
+            Record next = seen.value();
+            ++next.recordVersion;
+            made += records->ReplaceIf(seen, next) == CommonServices::ReplaceOutcome::Replaced ? 1 : 0;
+        }
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (int n = 0; n < kThreads; ++n) {
+            threads.emplace_back(count);
+        }
+    }
+    EXPECT_EQ(records->FindByID("a", "V2_WFJobs")->recordVersion, 1 + kThreads * kEach);
 }
 
 TEST_P(Stores, ListsHaveOffsetAndLimit) {

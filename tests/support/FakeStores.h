@@ -68,6 +68,21 @@ public:
         *found = record;
         return true;
     }
+    CommonServices::ReplaceOutcome ReplaceIf(const std::optional<Weftline::Record>& seen,
+                                             const Weftline::Record& next) override {
+        using enum CommonServices::ReplaceOutcome;
+        if (!PassFault(upsertFault)) {
+            return Failed;
+        }
+        const std::lock_guard lock(m_mutex);
+        const auto found = std::ranges::find(m_records, next.recordID, &Weftline::Record::recordID);
+        const bool isThere = found != m_records.end();
+        if (isThere != seen.has_value() || (isThere && !CommonServices::IsSameRecord(*found, *seen))) {
+            return Changed;
+        }
+        *(isThere ? found : m_records.insert(found, next)) = next;
+        return Replaced;
+    }
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override {
         const auto found = Page(
             collection, [&](const auto& record) { return record.recordID == id; }, 0, 1);

@@ -110,6 +110,9 @@ public:
 
     bool UpsertOne(const Weftline::Record& record) override { return Upsert(record, nullptr); }
 
+    ReplaceOutcome ReplaceIf(const std::optional<Weftline::Record>& seen,
+                             const Weftline::Record& next) override;
+
     bool UpsertOneAndProduce(const Weftline::Record& record, EventLog& events,
                              const Weftline::Record& event) override {
         if (&events != m_events) {
@@ -244,6 +247,41 @@ bool MongoRecordStore::Upsert(const Weftline::Record& record, const PendingEvent
         }
     } catch (const Fault& fault) {
         return refuse(fault.what());
+    }
+}
+
+// All of what was seen stands in the filter, so the database itself compares, and what else the document has
+// does not matter.
+ReplaceOutcome MongoRecordStore::ReplaceIf(const std::optional<Weftline::Record>& seen,
+                                           const Weftline::Record& next) {
+    const auto fail = [](const std::string& why) {
+        Error("A record cannot be replaced: " + why);
+        return ReplaceOutcome::Failed;
+    };
+    Document filter = WithId(next.recordID);
+    filter.Text(Fields::kCollection, next.recordTopic);
+    Document update;
+    update.Child("$set", FieldsOf(next, std::chrono::system_clock::now()));
+    if (seen) {
+        AppendPlainFields(filter, *seen);
+    } else {
+        filter.Child(Fields::kPlace, Document().Bool("$exists", false));  // so that one that is there clashes
+    }
+    if (const std::size_t bytes = std::max(filter.Size(), update.Size()); bytes > kMostDocumentBytes) {
+        return fail("it takes " + std::to_string(bytes) + " bytes, and MongoDB takes " +
+                    std::to_string(kMostDocumentBytes));
+    }
+    try {
+        Client client(m_clients);
+        if (!seen) {
+            update.Child("$setOnInsert", Document().Long(Fields::kPlace, m_places.Take(client)));
+            client.Update(Collections::kRecords, filter, update, IfMissing::Insert);
+            return ReplaceOutcome::Replaced;
+        }
+        return client.Update(Collections::kRecords, filter, update) > 0 ? ReplaceOutcome::Replaced
+                                                                        : ReplaceOutcome::Changed;
+    } catch (const Fault& fault) {
+        return fault.kind == Fault::Kind::Duplicate ? ReplaceOutcome::Changed : fail(fault.what());
     }
 }
 

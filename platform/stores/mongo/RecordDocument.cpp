@@ -28,15 +28,6 @@ constexpr const char* kVersion = "version";
 constexpr const char* kReadOnly = "readOnly";
 constexpr const char* kSystemCreated = "systemCreated";
 
-void AppendPlainFields(Document& document, const Weftline::Record& record) {
-    for (const TextField& field : kTexts) {
-        document.Text(field.key, record.*field.text);
-    }
-    document.Int(kVersion, record.recordVersion)
-        .Bool(kReadOnly, record.readOnly)
-        .Bool(kSystemCreated, record.systemCreated);
-}
-
 std::vector<std::string> ReferencesOf(const std::string& publicJson) {
     Parameters tree;
     try {
@@ -66,6 +57,15 @@ const Weftline::Record& EmptyRecord() {
 }
 
 }  // namespace
+
+void AppendPlainFields(Document& document, const Weftline::Record& record) {
+    for (const TextField& field : kTexts) {
+        document.Text(field.key, record.*field.text);
+    }
+    document.Int(kVersion, record.recordVersion)
+        .Bool(kReadOnly, record.readOnly)
+        .Bool(kSystemCreated, record.systemCreated);
+}
 
 Document FieldsOf(const Weftline::Record& record, std::chrono::system_clock::time_point now) {
     Document fields;

@@ -35,6 +35,9 @@ inline constexpr const char* kSince = "since";
 inline constexpr const char* kOutboxToken = "outbox.token";
 }  // namespace Fields
 
+/// What a record says of itself: all but id, collection and place.
+void AppendPlainFields(Document& document, const Weftline::Record& record);
+
 /// What an upsert sets: all of a record but id, collection and place.
 Document FieldsOf(const Weftline::Record& record, std::chrono::system_clock::time_point now);
 

@@ -137,6 +137,23 @@ public:
         return m_pFile->writer.Write(write);
     }
 
+    ReplaceOutcome ReplaceIf(const std::optional<Weftline::Record>& seen,
+                             const Weftline::Record& next) override {
+        const std::string packedData = m_pFile->Pack(next);
+        auto outcome = ReplaceOutcome::Failed;
+        WriteOf write([&](WriteConnection& file) {
+            outcome = ReplaceOutcome::Failed;  // of this attempt
+            const auto stored = file.FindByID(next.recordID);
+            const bool isAsSeen = stored && seen ? IsSameRecord(*stored, *seen) : !stored && !seen;
+            if (!isAsSeen) {
+                outcome = ReplaceOutcome::Changed;
+                return false;
+            }
+            return file.UpsertOne(next, packedData);
+        });
+        return m_pFile->writer.Write(write) ? ReplaceOutcome::Replaced : outcome;
+    }
+
     bool UpsertOneAndProduce(const Weftline::Record& record, EventLog& events,
                              const Weftline::Record& event) override {
         const auto* const log = dynamic_cast<const SqliteEventLog*>(&events);

@@ -18,18 +18,6 @@ using PlatformAbstraction::MutexLock;
 
 namespace {
 
-// A statement that is left in the middle keeps its state of the store, and with it the log, from moving on.
-class RunningStatement {
-public:
-    explicit RunningStatement(SQLite::Statement& statement) : m_statement(statement) {}
-    RunningStatement(const RunningStatement&) = delete;
-    RunningStatement& operator=(const RunningStatement&) = delete;
-    ~RunningStatement() { m_statement.tryReset(); }
-
-private:
-    SQLite::Statement& m_statement;
-};
-
 // `rowid` is the place in the store's order, and the last column of every index.
 std::string ListSql(const std::string& condition) {
     return std::string("SELECT ") + kRecordColumns +

@@ -112,6 +112,8 @@ struct WriteConnection::Statements {
           upsert(database, UpsertSql()),
           produce(database, ProduceSql()),
           erase(database, "DELETE FROM records WHERE recordID = ?1"),
+          find(database, std::string("SELECT ") + kRecordColumns + " FROM records WHERE recordID = ?1"),
+          unpacker(database),
           taker(database),
           pageSize(database.execAndGet("PRAGMA page_size").getInt()),
           layoutVersion(ReadLayoutVersion(database)),
@@ -140,6 +142,8 @@ struct WriteConnection::Statements {
     SQLite::Statement upsert;
     SQLite::Statement produce;
     SQLite::Statement erase;
+    SQLite::Statement find;
+    FileUnpacker unpacker;
     ResultTaker taker;
     int pageSize;
     int layoutVersion;
@@ -214,6 +218,15 @@ bool WriteConnection::UpsertOne(const Weftline::Record& record, const std::strin
     BindRecord(m_pStatements->upsert, record, packedData, NowMilliseconds());
     m_pStatements->Run(m_pStatements->upsert);
     return m_pStatements->database.getChanges() != 0;
+}
+
+std::optional<Weftline::Record> WriteConnection::FindByID(const std::string& id) {
+    const RunningStatement running(m_pStatements->find);
+    m_pStatements->find.bindNoCopy(1, id);
+    if (!m_pStatements->find.executeStep()) {
+        return std::nullopt;
+    }
+    return ReadRecord(m_pStatements->find, 0, m_pStatements->unpacker);
 }
 
 void WriteConnection::Produce(const Weftline::Record& record) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,8 @@ public:
 
     /// False when the id lives in another collection.
     bool UpsertOne(const Weftline::Record& record, const std::string& packedData);
+    /// Of all collections.
+    std::optional<Weftline::Record> FindByID(const std::string& id);
     void Produce(const Weftline::Record& record);
     // The rest is made of several steps: where one fails after another was done, the whole transaction goes.
     bool UpsertOneAndProduce(const Weftline::Record& record, const std::string& packedData,
