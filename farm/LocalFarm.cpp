@@ -62,7 +62,7 @@ public:
         // All are made before the first is attached: one that cannot be made stops the start.
         const auto services = {
             MakeIdentityService(m_pPrincipals),
-            MakeJobMonitorService(m_pJobs, m_realm),
+            MakeJobMonitorService(m_pJobs),
             MakeCoordinatorService(m_realm, m_pCoordinator),
             MakeMetadataWorkerService(workers, m_settings.farm.catalogueDirectory),
             MakeMediaWorkerService(workers),

@@ -35,8 +35,6 @@ public:
     std::vector<WorkerState> Workers() const { return m_board.Workers(); }
     /// Of the job's last task, in percent. What comes late or goes back changes nothing.
     void TellProgress(const std::string& jobId, std::int32_t progress);
-    /// As `JobRecords::Forget`.
-    void ForgetJob(const std::string& jobId) { m_records.Forget(jobId); }
 
 private:
     void StartSlot(const Worker& worker) QUILLON_REQUIRES(m_mutex);

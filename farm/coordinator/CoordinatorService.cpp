@@ -63,14 +63,6 @@ Parameters TellProgress(Coordinator& coordinator, const Parameters& request) {
     return {};
 }
 
-Parameters ForgetJob(Coordinator& coordinator, const Parameters& request) {
-    const auto jobId = RequiredValue<std::string>(request, Shared::Id);
-    coordinator.ForgetJob(jobId);
-    Parameters answer;
-    answer.SetParameter(Shared::Id, jobId);
-    return answer;
-}
-
 Parameters Describe(const WorkerState& state) {
     Parameters row;
     row.SetParameter(Shared::Id, state.worker.id);
@@ -127,8 +119,6 @@ std::shared_ptr<ServiceInfo> MakeCoordinatorService(const std::string& realm,
         [coordinator](const Parameters& request) { return ReportWorker(*coordinator, request); });
     add(Operations::TaskProgress, "A worker tells how far it is",
         [coordinator](const Parameters& request) { return TellProgress(*coordinator, request); });
-    add(Operations::ForgetJob, "Writes nothing about a job any more",
-        [coordinator](const Parameters& request) { return ForgetJob(*coordinator, request); });
     add(Weftline::Operations::WorkerPoolStatus, "What the workers are doing",
         [coordinator](const Parameters&) { return ListWorkers(*coordinator); });
     add(Weftline::Operations::SetGlobalConfigData, "Sets configuration for the whole farm",

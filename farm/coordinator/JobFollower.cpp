@@ -17,6 +17,7 @@
 namespace Quillon::Farm {
 
 using CommonServices::ObjectStore;
+using PlatformAbstraction::Log::Debug;
 using PlatformAbstraction::Log::Error;
 using PlatformAbstraction::Log::Info;
 using PlatformAbstraction::Log::Warning;
@@ -52,30 +53,44 @@ bool IsInLog(std::int64_t offset) {
 
 }  // namespace
 
-// From a position behind the end of the log no job would be heard of. From the first event on, those that
-// have ended are passed over.
-std::int64_t KeptPosition::Load() {
-    const auto kept = ObjectStore().FindByID(kRecordId, kCollection);
-    const std::int64_t offset = kept ? ReadOffset(kept->recordData) : 0;
-    if (kept && (offset == 0 || !IsInLog(offset))) {
+KeptPosition::KeptPosition() {
+    Load();
+    // From a position behind the end of the log no job would be heard of. From the first event on, those that
+    // have ended are passed over.
+    if (m_stored && (m_offset == 0 || !IsInLog(m_offset))) {
         Warning("The coordinator's position cannot be used, so all events are read.");
-        return 0;
+        m_offset = 0;
     }
-    return offset;
+}
+
+void KeptPosition::Load() {
+    m_stored = ObjectStore().FindByID(kRecordId, kCollection);
+    m_offset = m_stored ? ReadOffset(m_stored->recordData) : 0;
 }
 
 bool KeptPosition::Keep(std::int64_t offset) {
-    Weftline::Record position(kType, kVersion, kCollection);
+    Record position(kType, kVersion, kCollection);
     position.recordID = kRecordId;
     position.systemCreated = true;
     CoreServices::Parameters data;
     data.SetParameter(Weftline::Keys::Offset, std::to_string(offset));
     position.recordData = data.toJSON();
-    return ObjectStore().UpsertOne(position);
+    switch (ObjectStore().ReplaceIf(m_stored, position)) {
+        case CommonServices::ReplaceOutcome::Replaced:
+            m_stored = std::move(position);
+            m_offset = offset;
+            return true;
+        case CommonServices::ReplaceOutcome::Changed:
+            m_stored = ObjectStore().FindByID(kRecordId, kCollection);
+            return false;
+        case CommonServices::ReplaceOutcome::Failed:
+            return false;
+    }
+    return false;
 }
 
 JobFollower::JobFollower(JobBoard& board, JobRecords& records)
-    : m_board(board), m_records(records), m_read(KeptPosition::Load()), m_kept(m_read) {}
+    : m_board(board), m_records(records), m_read(m_kept.Offset()) {}
 
 void JobFollower::Run(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
@@ -100,12 +115,9 @@ void JobFollower::Run(const std::stop_token& stop) {
 }
 
 void JobFollower::ReadOn(const std::stop_token& stop) {
-    for (auto refusal = m_refusals.begin(); refusal != m_refusals.end();) {
-        refusal = IsSettled(*refusal) ? m_refusals.erase(refusal) : std::next(refusal);
-    }
     KeepPosition();
     auto wait = StoreChoice::LongestEventWait();
-    if (m_kept != m_read) {
+    if (m_kept.Offset() != m_read) {
         wait = std::min(wait, kKeepEvery);  // there are jobs that have not ended, as far as anybody has seen
     }
     const auto events =
@@ -134,52 +146,40 @@ void JobFollower::TakeJob(const Record& job, std::int64_t offset) {
     try {
         facts = ReadJobFacts(job);
     } catch (const std::runtime_error& broken) {
-        Refuse({job.recordID, offset, std::string("The job's record cannot be read: ") + broken.what()});
+        Refuse(job.recordID, std::string("The job's record cannot be read: ") + broken.what());
         return;
     }
     const auto* const operation = Weftline::SubmitOperations::FindByJobKind(facts.kind);
     if (operation == nullptr) {
-        Refuse({job.recordID, offset, "The farm has no worker for jobs of the kind \"" + facts.kind + "\"."});
+        Refuse(job.recordID, "The farm has no worker for jobs of the kind \"" + facts.kind + "\".");
         return;
     }
     m_board.Post({job.recordID, offset, operation, NextStage(*operation, facts.state), facts.priority,
                   std::move(facts.queue), std::move(facts.wishes)});
 }
 
-// A job in removal waits beside the log, whose further events it does not hold up.
-void JobFollower::Refuse(Refusal refusal) {
-    if (!IsSettled(refusal)) {
-        m_refusals.push_back(std::move(refusal));
-    }
-}
-
-bool JobFollower::IsSettled(const Refusal& refusal) {
-    const auto outcome = m_records.Change(refusal.jobId, [&](Record& job) {
+void JobFollower::Refuse(const std::string& jobId, const std::string& reason) {
+    const auto outcome = m_records.Change(jobId, [&](Record& job) {
         const bool isOpen = IsOpen(job);
         if (isOpen) {
-            Fail(job, NowText(), refusal.reason);
+            Fail(job, NowText(), reason);
         }
         return isOpen;
     });
     if (outcome == JobRecords::Outcome::Written) {
-        Warning("The job " + refusal.jobId + " failed: " + refusal.reason);
+        Warning("The job " + jobId + " failed: " + reason);
     }
-    return outcome != JobRecords::Outcome::Withheld;
 }
 
 void JobFollower::KeepPosition() {
     const auto now = std::chrono::steady_clock::now();
-    if (m_kept == m_read || now - m_keptAt < kKeepEvery) {
+    if (m_kept.Offset() == m_read || now - m_keptAt < kKeepEvery) {
         return;
     }
     m_keptAt = now;
-    std::int64_t open = m_board.OldestOffset();
-    for (const Refusal& refusal : m_refusals) {
-        open = std::min(open, refusal.offset);
-    }
-    const std::int64_t low = std::min(m_read, open - 1);
-    if (low != m_kept && KeptPosition::Keep(low)) {
-        m_kept = low;
+    const std::int64_t low = std::min(m_read, m_board.OldestOffset() - 1);
+    if (low != m_kept.Offset() && !m_kept.Keep(low)) {
+        Debug("The coordinator's position was not kept this time.");
     }
 }
 

@@ -13,8 +13,6 @@
 namespace Quillon::Farm {
 
 using CoreServices::Parameters;
-using PlatformAbstraction::MutexLock;
-using std::chrono::steady_clock;
 using Weftline::Record;
 namespace Shared = Weftline::Keys;
 namespace JobStates = Weftline::JobStates;
@@ -162,39 +160,27 @@ void Fail(Record& job, const std::string& extendedIsoUtc, const std::string& rea
     editing.Write();
 }
 
-JobRecords::JobRecords(std::chrono::milliseconds patience) : m_patience(patience) {}
-
 JobRecords::Outcome JobRecords::Change(const std::string& jobId, const Edit& edit) {
-    Stripe& stripe = StripeOf(jobId);
-    const MutexLock lock(stripe.mutex);
+    using CommonServices::ReplaceOutcome;
     const CommonServices::ObjectStore store;
-    auto job = store.FindByID(jobId, std::string(Weftline::Collections::Jobs));
-    if (!job) {
-        return Outcome::Gone;
+    for (;;) {
+        const auto seen = store.FindByID(jobId, std::string(Weftline::Collections::Jobs));
+        if (!seen) {
+            return Outcome::Gone;
+        }
+        Record next = *seen;
+        if (!edit(next)) {
+            return Outcome::Unchanged;
+        }
+        switch (store.ReplaceIf(seen, next)) {
+            case ReplaceOutcome::Replaced:
+                return Outcome::Written;
+            case ReplaceOutcome::Changed:
+                break;  // somebody else was faster
+            case ReplaceOutcome::Failed:
+                throw CommonServices::ObjectStoreException("The store did not take the job " + jobId);
+        }
     }
-    const auto forgotten = stripe.forgotten.find(jobId);
-    if (forgotten != stripe.forgotten.end() && steady_clock::now() < forgotten->second) {
-        return Outcome::Withheld;
-    }
-    if (!edit(*job)) {
-        return Outcome::Unchanged;
-    }
-    if (!store.UpsertOne(*job)) {
-        throw CommonServices::ObjectStoreException("The store did not take the job " + jobId);
-    }
-    return Outcome::Written;
-}
-
-void JobRecords::Forget(const std::string& jobId) {
-    Stripe& stripe = StripeOf(jobId);
-    const MutexLock lock(stripe.mutex);
-    const auto now = steady_clock::now();
-    std::erase_if(stripe.forgotten, [now](const auto& job) { return job.second <= now; });
-    stripe.forgotten[jobId] = now + m_patience;
-}
-
-JobRecords::Stripe& JobRecords::StripeOf(const std::string& jobId) {
-    return m_stripes[std::hash<std::string>()(jobId) % kStripes];
 }
 
 }  // namespace Quillon::Farm

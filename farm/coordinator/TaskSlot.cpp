@@ -171,10 +171,7 @@ std::optional<JobRecords::Outcome> TaskSlot::Persist(const std::string& jobId, c
     bool hasSpoken = false;
     do {
         try {
-            const auto outcome = m_records.Change(jobId, edit);
-            if (outcome != JobRecords::Outcome::Withheld) {
-                return outcome;
-            }
+            return m_records.Change(jobId, edit);
         } catch (const CommonServices::ObjectStoreException& failure) {
             if (!std::exchange(hasSpoken, true)) {
                 Warning("The state of the job " + jobId + " waits for the store: " + failure.what());

@@ -50,8 +50,8 @@ private:
                                   const std::stop_token& stop) const;
     Result NoteEnd(const JobTicket& ticket, const TaskEnd& end, const std::stop_token& stop);
 
-    /// `JobRecords::Change`, tried again as long as the store fails or the record is withheld; nothing when
-    /// the stop comes first.
+    /// `JobRecords::Change`, tried again as long as the store fails; nothing when the stop comes
+    /// first.
     [[nodiscard]] std::optional<JobRecords::Outcome> Persist(const std::string& jobId,
                                                              const JobRecords::Edit& edit,
                                                              const std::stop_token& stop);

@@ -154,62 +154,34 @@ public:
     }
 };
 
-/// Removes a job by its `id`, whatever its state: the coordinator gives it up first, so that nothing writes
-/// its record again. The answer has the `id`. A job that is not there is an error.
+/// Removes a job by its `id`, whatever its state: whoever is at it writes nothing more about it. The answer
+/// has the `id`. A job that is not there is an error.
 class RemoveJobHandler final : public MonitorHandler {
 public:
-    RemoveJobHandler(std::shared_ptr<JobDirectory> jobs, std::string coordinatorRealm)
-        : MonitorHandler(Weftline::Operations::RemoveJob, "Removes a job", std::move(jobs)),
-          m_coordinatorRealm(std::move(coordinatorRealm)) {}
+    explicit RemoveJobHandler(std::shared_ptr<JobDirectory> jobs)
+        : MonitorHandler(Weftline::Operations::RemoveJob, "Removes a job", std::move(jobs)) {}
 
-    Parameters HandleMessageV2(const Parameters& request, ContextPointer context) override {
+    Parameters HandleMessageV2(const Parameters& request, ContextPointer /*context*/) override {
         const auto jobId = RequiredValue<std::string>(request, Shared::Id);
-        if (!Jobs().Find(jobId)) {
-            FailForMissing(jobId);
-        }
-        TellCoordinator(*context->GetContextBusMessaging(), jobId);
         if (!Jobs().Remove(jobId)) {
-            FailForMissing(jobId);  // somebody else was faster
+            FailForMissing(jobId);
         }
         Parameters answer;
         answer.SetParameter(Shared::Id, jobId);
         return answer;
     }
-
-private:
-    void TellCoordinator(Messaging::BusMessaging& messaging, const std::string& jobId) const {
-        constexpr std::int64_t kPatienceMicroseconds = 5'000'000;
-        Messaging::ServiceMessageDispatch forget(std::string(Weftline::ServiceNames::Coordinator),
-                                                 m_coordinatorRealm, kServiceVersion,
-                                                 std::string(Operations::ForgetJob));
-        forget.parameters.SetParameter(Shared::Id, jobId);
-        const auto future = messaging.SendRequest(forget);
-        if (!future->WaitForDone(kPatienceMicroseconds)) {
-            throw std::runtime_error("The coordinator did not give up the job \"" + jobId + "\" in time");
-        }
-        std::string code;
-        std::string message;
-        // Where there is no coordinator nobody writes the record.
-        if (future->HasError() &&
-            !(future->GetErrorDetails(code, message) && code == Messaging::kServiceNotFound)) {
-            throw std::runtime_error("The coordinator did not give up the job \"" + jobId + "\": " + message);
-        }
-    }
-
-    const std::string m_coordinatorRealm;
 };
 
 }  // namespace
 
-std::shared_ptr<ServiceInfo> MakeJobMonitorService(const std::shared_ptr<JobDirectory>& jobs,
-                                                   const std::string& coordinatorRealm) {
+std::shared_ptr<ServiceInfo> MakeJobMonitorService(const std::shared_ptr<JobDirectory>& jobs) {
     auto service = std::make_shared<ServiceInfo>();
     service->SetNameRealmVersion(std::string(Weftline::ServiceNames::JobMonitor),
                                  std::string(Weftline::Realms::Global), CommonServices::kJobManagerVersion);
     service->AddMessageHandlerV2(std::make_shared<FindJobHandler>(jobs));
     service->AddMessageHandlerV2(std::make_shared<FindJobsHandler>(jobs));
     service->AddMessageHandlerV2(std::make_shared<FindJobsByKindHandler>(jobs));
-    service->AddMessageHandlerV2(std::make_shared<RemoveJobHandler>(jobs, coordinatorRealm));
+    service->AddMessageHandlerV2(std::make_shared<RemoveJobHandler>(jobs));
     return service;
 }
 

@@ -9,9 +9,8 @@ namespace Quillon::Farm {
 
 class JobDirectory;
 
-/// The job monitor of the local farm as a service, ready to be attached. `coordinatorRealm` is where the
-/// coordinator is told of removals.
+/// The job monitor of the local farm as a service, ready to be attached.
 std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeJobMonitorService(
-    const std::shared_ptr<JobDirectory>& jobs, const std::string& coordinatorRealm);
+    const std::shared_ptr<JobDirectory>& jobs);
 
 }  // namespace Quillon::Farm

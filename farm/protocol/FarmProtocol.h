@@ -19,17 +19,12 @@
 ///
 /// Meanwhile the worker tells how far it is by the notification `taskProgress` to the coordinator: `jobId`,
 /// `progress` in percent.
-///
-/// Before the job monitor removes a job's record it sends the request `forgetJob` with `id` to the
-/// coordinator, which for a minute from its answer on writes nothing about that job. If its record is still
-/// there then, the removal has failed and the job goes on.
 namespace Quillon::Farm {
 
 namespace Operations {
 inline constexpr std::string_view WorkerReport = "workerReport";
 inline constexpr std::string_view PerformTask = "performTask";
 inline constexpr std::string_view TaskProgress = "taskProgress";
-inline constexpr std::string_view ForgetJob = "forgetJob";
 }  // namespace Operations
 
 namespace Keys {

@@ -150,23 +150,35 @@ TEST_F(CoordinatorTest, FailsWhatCannotBeDoneAndGoesOn) {
     EXPECT_EQ(worked, 2);
 }
 
-TEST_F(CoordinatorTest, WritesNothingOfAJobWhoseRecordIsAboutToBeDeleted) {
-    using enum JobRecords::Outcome;
+TEST_F(CoordinatorTest, AJobThatIsRemovedUnderWayStaysRemoved) {
     Hold held;
     HoldAJob(held);
-    EXPECT_EQ(Ask(Operations::ForgetJob, R"({"id":"held"})"), R"({"id":"held"})");
-    EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"held","progress":50})"), "{}");
-    EXPECT_NE(Find("held")->recordPublicData.find(R"("progress":0)"), std::string::npos);
-    const auto touch = [](Weftline::Record&) { return true; };
-    JobRecords impatient(std::chrono::milliseconds(0));
-    impatient.Forget("held");
-    EXPECT_EQ(impatient.Change("held", touch), Written) << "the removal has failed";
     ASSERT_TRUE(CommonServices::ObjectStore().DeleteMany({"held"}));
-    EXPECT_EQ(impatient.Change("held", touch), Gone);
+    EXPECT_EQ(Ask(Operations::TaskProgress, R"({"jobId":"held","progress":50})"), "{}");
     held.opened.Add();
     Submit({.id = "next"});
     EXPECT_TRUE(Reaches("next", JobStates::Completed));
     EXPECT_FALSE(Find("held"));
+}
+
+TEST_F(CoordinatorTest, AChangeIsMadeOnTopOfWhatOthersHaveWrittenMeanwhile) {
+    using enum JobRecords::Outcome;
+    Store("j", "{}", R"({"jobState":"Tasked"})");
+    JobRecords records;
+    int edits = 0;
+    const auto complete = [&](Weftline::Record& job) {
+        if (++edits == 1) {
+            SetState("j", "Tasked", R"({"new":1})");
+        }
+        Complete(job, NowText());
+        return true;
+    };
+    EXPECT_EQ(records.Change("j", complete), Written);
+    EXPECT_EQ(Public("j", Shared::JobState) + Find("j")->recordData.substr(0, 8), "Completed{\"new\":1");
+    const auto removedMeanwhile = [](Weftline::Record&) {
+        return CommonServices::ObjectStore().DeleteMany({"j"});
+    };
+    EXPECT_EQ(records.Change("j", removedMeanwhile), Gone);
 }
 
 TEST_F(CoordinatorTest, WhoeverChangesAJobUnderWayHasTheLastWord) {
