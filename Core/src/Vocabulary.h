@@ -367,8 +367,22 @@ inline constexpr std::string_view EventMaxPollingTimeoutMs = "eventMaxPollingTim
 inline constexpr std::string_view Config = "config";
 inline constexpr std::string_view EnableOldHALPrototype = "enableOldHALPrototype";
 
-// Of the file that `config` names, and no option of its own.
+// Of the file that `config` names, and no options of their own.
 inline constexpr std::string_view StoreCompression = "store.compression";
+inline constexpr std::string_view StoreTimeoutMs = "store.timeoutMs";
+inline constexpr std::string_view KafkaTls = "kafka.tls";  // "true" or "false"
+inline constexpr std::string_view KafkaAuthorityFile = "kafka.authorityFile";
+inline constexpr std::string_view KafkaSaslMechanism = "kafka.saslMechanism";
+inline constexpr std::string_view KafkaUserName = "kafka.userName";
+inline constexpr std::string_view KafkaPasswordFile = "kafka.passwordFile";
+inline constexpr std::string_view KafkaReplicas = "kafka.replicas";
+inline constexpr std::string_view KafkaMinInSyncReplicas = "kafka.minInSyncReplicas";
 }  // namespace Options
+
+/// Values of the option `deploy`.
+namespace DeploymentModes {
+inline constexpr std::string_view Standalone = "standalone";
+inline constexpr std::string_view Distributed = "distributed";
+}  // namespace DeploymentModes
 
 }  // namespace Weftline

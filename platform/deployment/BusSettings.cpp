@@ -2,16 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <optional>
-#include <span>
 #include <utility>
 #include <vector>
 
+#include "platform/deployment/SettingsReader.h"
 #include "platform/rest/RequestHead.h"
 
 namespace PlatformAbstraction::Deployment {
@@ -27,151 +26,12 @@ constexpr std::int32_t kMostBodyBytes = 1 << 30;
 constexpr double kMostRequestMemory = 1099511627776;  // a TiB
 constexpr std::int32_t kMostConnections = 1'000'000;
 constexpr std::int32_t kLongestTimeout = 3'600'000;
+constexpr std::int32_t kMostPort = 65535;
+constexpr std::int32_t kMostReplicas = 32767;  // what Kafka's protocol has room for
 
-/// One value of a file of settings together with its full name, such as "rest.maxBodyBytes". Each reader
-/// throws `BusSettingsError` that names it where the value is of another type or out of range.
-class SettingValue {
-public:
-    SettingValue(const Parameters& tree, std::string key, std::string fullName)
-        : m_tree(tree), m_key(std::move(key)), m_fullName(std::move(fullName)) {}
-
-    const std::string& GetFullName() const { return m_fullName; }
-
-    std::int32_t Whole(std::int32_t least, std::int32_t most) const;
-    /// For what may be larger than 32 bits hold.
-    std::size_t Bytes(double most) const;
-    bool Flag() const;
-    std::string Text() const;
-    std::vector<std::string> Texts() const;
-    Parameters Object() const;
-    std::vector<Parameters> Objects() const;
-
-    [[noreturn]] void Refuse(const std::string& expected) const;
-
-private:
-    const Parameters& m_tree;
-    const std::string m_key;
-    const std::string m_fullName;
-};
-
-void SettingValue::Refuse(const std::string& expected) const {
-    throw BusSettingsError("The bus setting \"" + m_fullName + "\" must be " + expected + ".");
-}
-
-std::int32_t SettingValue::Whole(std::int32_t least, std::int32_t most) const {
-    std::int32_t value = 0;
-    if (!m_tree.GetParameter(m_key, value) || value < least || value > most) {
-        Refuse("a whole number from " + std::to_string(least) + " to " + std::to_string(most));
-    }
-    return value;
-}
-
-std::size_t SettingValue::Bytes(double most) const {
-    std::int32_t small = 0;
-    double value = 0;
-    if (m_tree.GetParameter(m_key, small)) {
-        value = small;
-    } else if (!m_tree.GetParameter(m_key, value)) {
-        value = 0;
-    }
-    if (!(value >= 1 && value <= most) || value != std::floor(value)) {
-        Refuse("a whole number of bytes, from 1 to " + std::to_string(static_cast<std::uint64_t>(most)));
-    }
-    return static_cast<std::size_t>(value);
-}
-
-bool SettingValue::Flag() const {
-    bool value = false;
-    if (!m_tree.GetParameter(m_key, value)) {
-        Refuse("true or false");
-    }
-    return value;
-}
-
-std::string SettingValue::Text() const {
-    std::string value;
-    if (!m_tree.GetParameter(m_key, value)) {
-        Refuse("a text");
-    }
-    return value;
-}
-
-std::vector<std::string> SettingValue::Texts() const {
-    Parameters array;
-    if (!m_tree.GetChildParameters(m_key, array) || !array.IsArray()) {
-        Refuse("an array of texts");
-    }
-    std::vector<std::string> texts(array.GetArrayNumValues());
-    for (std::size_t n = 0; n < texts.size(); ++n) {
-        if (!m_tree.GetArrayNthValue(m_key, n, texts[n])) {
-            Refuse("an array of texts");
-        }
-    }
-    return texts;
-}
-
-Parameters SettingValue::Object() const {
-    Parameters child;
-    if (!m_tree.GetChildParameters(m_key, child) || child.IsArray()) {
-        Refuse("an object");
-    }
-    return child;
-}
-
-std::vector<Parameters> SettingValue::Objects() const {
-    Parameters array;
-    if (!m_tree.GetChildParameters(m_key, array) || !array.IsArray()) {
-        Refuse("an array of objects");
-    }
-    std::vector<Parameters> objects(array.GetArrayNumValues());
-    for (std::size_t n = 0; n < objects.size(); ++n) {
-        if (!m_tree.GetArrayNthChildParameters(m_key, n, objects[n]) || objects[n].IsArray()) {
-            Refuse("an array of objects");
-        }
-    }
-    return objects;
-}
-
-/// A key and what reads its value into `Target`. A key with a point in it lies in the object before the
-/// point.
-template <typename Target>
-struct Setting {
-    std::string_view key;
-    void (*read)(const SettingValue& value, Target& target);
-};
-
-// Whether some key of the table lies in the object `name`.
-template <typename Target>
-bool IsGroup(std::span<const Setting<Target>> table, const std::string& name) {
-    return std::any_of(table.begin(), table.end(),
-                       [prefix = name + "."](const auto& entry) { return entry.key.starts_with(prefix); });
-}
-
-[[noreturn]] void RefuseUnknown(const SettingValue& value) {
-    throw BusSettingsError("The bus setting \"" + value.GetFullName() + "\" is unknown.");
-}
-
-/// Reads the tree by the table. `place` is shown before the keys, `group` is the object that the tree is.
-template <typename Target>
-void ReadTree(std::span<const Setting<Target>> table, const Parameters& tree, const std::string& place,
-              const std::string& group, Target& target) {
-    for (const std::string& key : tree.GetTopLevelParameterNames()) {
-        const std::string name = group + key;
-        const SettingValue value(tree, key, place + name);
-        const auto entry =
-            std::find_if(table.begin(), table.end(), [&name](const auto& row) { return row.key == name; });
-        if (key.find('.') != std::string::npos) {  // a point separates levels, it is in no key
-            RefuseUnknown(value);
-        }
-        if (entry != table.end()) {
-            entry->read(value, target);
-        } else if (IsGroup(table, name)) {
-            ReadTree(table, value.Object(), place, name + ".", target);
-        } else {
-            RefuseUnknown(value);
-        }
-    }
-}
+// Below the ten seconds that callers wait for an answer, with what a request does beside its longest wait.
+constexpr std::int32_t kShortestStoreTimeout = 100;
+constexpr std::int32_t kLongestStoreTimeout = 9000;
 
 /// What one object of `callers` has named so far.
 struct CallerEntry {
@@ -236,7 +96,7 @@ bool IsOrigin(const std::string& text) {
            Rest::ReadHostAndPort(std::string_view(text).substr(scheme.size() + 3)).has_value();
 }
 
-constexpr std::array<Setting<BusSettings>, 16> kTable{{
+constexpr std::array<Setting<BusSettings>, 32> kTable{{
     {"threads",
      [](const SettingValue& value, BusSettings& settings) {
          settings.bus.threads = static_cast<std::size_t>(value.Whole(1, kMostThreads));
@@ -301,7 +161,60 @@ constexpr std::array<Setting<BusSettings>, 16> kTable{{
              value.Refuse("\"zstd\" or \"none\"");
          }
      }},
+    {"store.timeoutMs",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.store.timeout = milliseconds(value.Whole(kShortestStoreTimeout, kLongestStoreTimeout));
+     }},
+    {"kafka.tls",
+     [](const SettingValue& value, BusSettings& settings) { settings.kafka.tls = value.Flag(); }},
+    {"kafka.authorityFile",
+     [](const SettingValue& value, BusSettings& settings) { settings.kafka.authorityFile = value.Text(); }},
+    {"kafka.saslMechanism",
+     [](const SettingValue& value, BusSettings& settings) { settings.kafka.saslMechanism = value.Text(); }},
+    {"kafka.userName",
+     [](const SettingValue& value, BusSettings& settings) { settings.kafka.userName = value.Text(); }},
+    {"kafka.passwordFile",
+     [](const SettingValue& value, BusSettings& settings) { settings.kafka.passwordFile = value.Text(); }},
+    {"kafka.replicas",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.kafka.replicas = value.Whole(1, kMostReplicas);
+     }},
+    {"kafka.minInSyncReplicas",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.kafka.minInSyncReplicas = value.Whole(1, kMostReplicas);
+     }},
+    {"nats.servers",
+     [](const SettingValue& value, BusSettings& settings) { settings.nats.servers = value.Texts(); }},
+    {"nats.credentialsFile",
+     [](const SettingValue& value, BusSettings& settings) { settings.nats.credentialsFile = value.Text(); }},
+    {"nats.userName",
+     [](const SettingValue& value, BusSettings& settings) { settings.nats.userName = value.Text(); }},
+    {"nats.passwordFile",
+     [](const SettingValue& value, BusSettings& settings) { settings.nats.passwordFile = value.Text(); }},
+    {"nats.tls", [](const SettingValue& value, BusSettings& settings) { settings.nats.tls = value.Flag(); }},
+    {"nats.authorityFile",
+     [](const SettingValue& value, BusSettings& settings) { settings.nats.authorityFile = value.Text(); }},
+    {"rest.host",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.gateway.host = value.Text();
+         if (settings.gateway.host.empty()) {
+             value.Refuse("a text that is not empty");
+         }
+     }},
+    {"rest.port",
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.gateway.port = static_cast<std::uint16_t>(value.Whole(0, kMostPort));
+     }},
 }};
+
+// Of those that say how many machines are reached, one that the file names.
+std::string NameOfManyMachines(const Parameters& tree) {
+    const Parameters rest = tree.GetChildParameters("rest");
+    return tree.HasParameter("nats")   ? "nats"
+           : rest.HasParameter("host") ? "rest.host"
+           : rest.HasParameter("port") ? "rest.port"
+                                       : "";
+}
 
 // Else the largest body would wait for ever.
 void CheckRequestMemory(const Rest::RestGatewaySettings& rest) {
@@ -353,6 +266,13 @@ BusSettings ParseBusSettings(std::string_view json) {
             "\"rest.tls.privateKeyFile\"; leave it out to serve without TLS.");
     }
     CheckRequestMemory(settings.rest);
+    if (settings.kafka.minInSyncReplicas > settings.kafka.replicas) {
+        throw BusSettingsError(
+            "The bus setting \"kafka.minInSyncReplicas\" must not be above \"kafka.replicas\": no event "
+            "would "
+            "ever be taken.");
+    }
+    settings.ofManyMachines = NameOfManyMachines(tree);
     return settings;
 }
 

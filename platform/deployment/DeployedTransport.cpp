@@ -15,6 +15,8 @@
 #include "platform/deployment/StopSignals.h"
 #include "platform/messaging/ConfigurationStore.h"
 #include "platform/messaging/ServiceInfo.h"
+#include "platform/messaging/inprocess/InProcessBus.h"
+#include "platform/messaging/nats/NatsBus.h"
 #include "platform/rest/RestGateway.h"
 
 namespace PlatformAbstraction::Deployment {
@@ -49,16 +51,96 @@ std::string ReadHost(const Messaging::ServiceInfoApi& service) {
     return host;
 }
 
+// The stores know the configuration store alone.
+void HandToStores(const BusSettings& settings) {
+    namespace Options = Weftline::Options;
+    const std::pair<std::string_view, std::string> entries[] = {
+        {Options::StoreCompression, settings.store.compression},
+        {Options::StoreTimeoutMs, std::to_string(settings.store.timeout.count())},
+        {Options::KafkaTls, settings.kafka.tls ? "true" : "false"},
+        {Options::KafkaAuthorityFile, settings.kafka.authorityFile},
+        {Options::KafkaSaslMechanism, settings.kafka.saslMechanism},
+        {Options::KafkaUserName, settings.kafka.userName},
+        {Options::KafkaPasswordFile, settings.kafka.passwordFile},
+        {Options::KafkaReplicas, std::to_string(settings.kafka.replicas)},
+        {Options::KafkaMinInSyncReplicas, std::to_string(settings.kafka.minInSyncReplicas)},
+    };
+    for (const auto& [key, value] : entries) {
+        AddConfigData(std::string(key), value);
+    }
+}
+
+std::string HostAndPort(const std::string& host, std::uint16_t port) {
+    const bool isIpv6 = host.find(':') != std::string::npos;
+    return (isIpv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
 std::string UrlOf(const Rest::RestGatewaySettings& settings, std::uint16_t port) {
-    const bool isIpv6 = settings.host.find(':') != std::string::npos;
-    return (settings.tls.IsUsed() ? "https://" : "http://") +
-           (isIpv6 ? "[" + settings.host + "]" : settings.host) + ":" + std::to_string(port);
+    return (settings.tls.IsUsed() ? "https://" : "http://") + HostAndPort(settings.host, port);
+}
+
+// What MongoDB takes as one document, and how many bytes of it a body's byte becomes at the most: it is
+// stored twice, as a text within a text, where a quotation mark is two bytes.
+constexpr std::size_t kMostDocument = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t kMostStoredOfByte = 4;
+constexpr std::size_t kRestOfDocument = std::size_t{16} * 1024;
+
+void WarnOfLargeBodies(const Rest::RestGatewaySettings& rest) {
+    constexpr std::size_t kAlwaysFits = (kMostDocument - kRestOfDocument) / kMostStoredOfByte;
+    if (rest.maxBodyBytes > kAlwaysFits) {
+        Log::Warning("\"rest.maxBodyBytes\" is " + std::to_string(rest.maxBodyBytes) +
+                     ". A job's body is stored twice and with escapes, and MongoDB takes " +
+                     std::to_string(kMostDocument) + " bytes as one record: of the bodies above " +
+                     std::to_string(kAlwaysFits) + " bytes some will be refused.");
+    }
+}
+
+/// In one process, or on many machines.
+enum class Mode { Standalone, Distributed };
+
+BusSettings ReadSettingsOf(Mode mode, const std::string& configuration) {
+    BusSettings settings = ReadBusSettings(configuration);
+    if (mode == Mode::Standalone && !settings.ofManyMachines.empty()) {
+        throw BusSettingsError("The bus setting \"" + settings.ofManyMachines +
+                               "\" counts with --deploy=distributed alone; in one process --host and --port "
+                               "say where the gateway listens.");
+    }
+    settings.farm.isShared = mode == Mode::Distributed;
+    return settings;
+}
+
+std::shared_ptr<Messaging::MessageBus> MakeBus(Mode mode, const BusSettings& settings) {
+    if (mode == Mode::Standalone) {
+        return Messaging::InProcessBus::Create(settings.bus);
+    }
+    return Messaging::NatsBus::Create(settings.nats);
+}
+
+// Where the bus and the gateway are, once options and file are both known.
+void Address(Mode mode, const std::string& host, std::uint16_t port, BusSettings& settings) {
+    if (mode == Mode::Standalone) {
+        settings.rest.host = host;
+        settings.rest.port = port;
+        return;
+    }
+    settings.rest.host = settings.gateway.host;
+    settings.rest.port = settings.gateway.port;
+    settings.nats.services = settings.bus;
+    settings.nats.largestBody = settings.rest.maxBodyBytes;
+    if (settings.nats.servers.empty()) {
+        settings.nats.servers.push_back(HostAndPort(host, port));
+    } else {
+        Log::Warning("The bus is where \"nats.servers\" says; --host and --port (" + HostAndPort(host, port) +
+                     ") are not looked at.");
+    }
 }
 
 class DeployedTransport final : public Messaging::BusTransport {
 public:
-    explicit DeployedTransport(FarmHook farm)
-        : m_farm(std::move(farm)), m_pMessaging(Messaging::InProcessBus::Create()->GetMessaging()) {}
+    DeployedTransport(Mode mode, FarmHook farm)
+        : m_mode(mode),
+          m_farm(std::move(farm)),
+          m_pMessaging(Messaging::InProcessBus::Create()->GetMessaging()) {}
     ~DeployedTransport() override { EndRunning(steady_clock::now()); }
 
     InitError ReadSettings(const std::string& configuration) override;
@@ -74,7 +156,7 @@ private:
     struct Running {
         std::string configuration;
         std::shared_ptr<AttachedFarm> farm;
-        std::shared_ptr<Messaging::InProcessBus> bus;
+        std::shared_ptr<Messaging::MessageBus> bus;
         std::shared_ptr<Messaging::MessageSink> service;
         std::optional<Rest::RestGateway> gateway;
     };
@@ -84,6 +166,7 @@ private:
     void EndRunning(steady_clock::time_point deadline);
 
     // For the main thread alone.
+    const Mode m_mode;
     const FarmHook m_farm;
     StopSignals m_signals;  // before the start already: a service that is still starting ends normally too
     std::optional<Running> m_running;
@@ -94,8 +177,11 @@ private:
 };
 
 InitError DeployedTransport::ReadSettings(const std::string& configuration) try {
-    AddConfigData(std::string(Weftline::Options::StoreCompression),
-                  ReadBusSettings(configuration).store.compression);
+    const BusSettings settings = ReadSettingsOf(m_mode, configuration);
+    HandToStores(settings);
+    if (m_mode == Mode::Distributed) {
+        WarnOfLargeBodies(settings.rest);
+    }
     return InitError::None;
 } catch (const BusSettingsError& refused) {
     Log::Error(refused.what());
@@ -131,19 +217,18 @@ InitError DeployedTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> se
 
 void DeployedTransport::Run(const std::shared_ptr<Messaging::ServiceInfo>& service,
                             const std::string& configuration) {
-    BusSettings settings = ReadBusSettings(configuration);
-    settings.rest.host = ReadHost(*service);
-    settings.rest.port = ReadPort();
+    BusSettings settings = ReadSettingsOf(m_mode, configuration);
+    Address(m_mode, ReadHost(*service), ReadPort(), settings);
 
     Running& running = m_running.emplace();
     running.configuration = configuration;
-    running.bus = Messaging::InProcessBus::Create(settings.bus);
+    running.bus = MakeBus(m_mode, settings);
     running.service = running.bus->Attach(service);
     {
         const MutexLock lock(m_mutex);
         m_pMessaging = running.bus->GetMessaging();
     }
-    if (m_farm && settings.farm.enabled) {
+    if (m_farm && settings.farm.enabled.value_or(m_mode == Mode::Standalone)) {
         running.farm = m_farm(*running.bus, settings, *service);
     }
     running.gateway.emplace(settings.rest, service->GetRegistrations(), *running.service,
@@ -223,7 +308,11 @@ std::shared_ptr<Messaging::BusMessaging> DeployedTransport::GetMessaging() const
 namespace PlatformAbstraction::Messaging {
 
 std::unique_ptr<BusTransport> MakeStandaloneTransport(Deployment::FarmHook farm) {
-    return std::make_unique<Deployment::DeployedTransport>(std::move(farm));
+    return std::make_unique<Deployment::DeployedTransport>(Deployment::Mode::Standalone, std::move(farm));
+}
+
+std::unique_ptr<BusTransport> MakeDistributedTransport(Deployment::FarmHook farm) {
+    return std::make_unique<Deployment::DeployedTransport>(Deployment::Mode::Distributed, std::move(farm));
 }
 
 }  // namespace PlatformAbstraction::Messaging

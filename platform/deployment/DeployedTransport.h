@@ -35,13 +35,17 @@ using FarmHook = std::function<std::shared_ptr<AttachedFarm>(
 
 namespace PlatformAbstraction::Messaging {
 
-/// The bus of a deployment in one process: the bus itself, the service on it, and an HTTP gateway in front of
-/// the service, at the service's host and the process setting `port`. As soon as it is made SIGINT and
-/// SIGTERM no longer end the process: they end the bus once somebody waits in `WaitUntilStopped`, and a
-/// second signal then ends the process at once. On SIGHUP the wait goes on with the callers that the file of
-/// bus settings names now; a file that is refused, or that would open a service which asks for tokens to
-/// everybody, changes nothing.
-/// `farm` attaches a local farm, unless the bus settings switch it off.
+/// A deployment in one process: the bus itself, the service on it, and an HTTP gateway in front of the
+/// service, at the service's host and the process setting `port`. As soon as it is made SIGINT and SIGTERM no
+/// longer end the process: they end the bus once somebody waits in `WaitUntilStopped`, and a second signal
+/// then ends the process at once. On SIGHUP the wait goes on with the callers that the file of bus settings
+/// names now; a file that is refused, or that would open a service which asks for tokens to everybody,
+/// changes nothing. `farm` attaches a local farm, unless the bus settings switch it off.
 std::unique_ptr<BusTransport> MakeStandaloneTransport(Deployment::FarmHook farm = {});
+
+/// The same on the bus of many machines: the service's host and the process setting `port` address its
+/// server, unless the bus settings name servers, and the gateway listens where these say. `farm` is attached
+/// where they ask for it. The start fails while the bus cannot be joined; later on it comes back by itself.
+std::unique_ptr<BusTransport> MakeDistributedTransport(Deployment::FarmHook farm = {});
 
 }  // namespace PlatformAbstraction::Messaging

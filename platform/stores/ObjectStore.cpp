@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Core/src/Vocabulary.h"
 #include "base/concurrency/HeldOutput.h"
 #include "base/log/PlatformLog.h"
 #include "platform/messaging/PlatformIdentifiers.h"
@@ -33,22 +34,27 @@ std::string EmbeddedPath(const std::string& database, const std::string& suffix)
     return (root.parent_path() / "Store" / (name + ".db")).string();
 }
 
-std::string PathOf(const std::string& database, const std::string& uri, const std::string& suffix) {
+bool IsMongo(const std::string& uri) {
+    return uri.starts_with("mongodb://") || uri.starts_with("mongodb+srv://");
+}
+
+// The address is not shown anywhere: it may hold a password.
+void OpenRecords(const std::string& database, const std::string& uri, const std::string& suffix) {
     if (uri.empty()) {
-        return EmbeddedPath(database, suffix);
-    }
-    if (uri.starts_with(kFileScheme) && uri.size() > kFileScheme.size()) {
-        return uri.substr(kFileScheme.size());
-    }
-    if (uri.starts_with("mongodb://") || uri.starts_with("mongodb+srv://")) {
+        StoreChoice::OpenEmbedded(EmbeddedPath(database, suffix));
+    } else if (uri.starts_with(kFileScheme) && uri.size() > kFileScheme.size()) {
+        StoreChoice::OpenEmbedded(uri.substr(kFileScheme.size()));
+    } else if (IsMongo(uri)) {
+        if (!StoreChoice::NamesKafka()) {
+            throw ObjectStoreException(
+                "Records in MongoDB have their events in Kafka: kafka-host must not be empty");
+        }
+        StoreChoice::OpenMongo(uri, database + suffix);
+    } else {
         throw ObjectStoreException(
-            "This build has no MongoDB store yet; leave mongo-uri empty for the embedded "
-            "store, or name its file with sqlite:PATH");
+            "mongo-uri is no address of a store; leave it empty for the embedded store, name its file with "
+            "sqlite:PATH, or name a database with mongodb:// or mongodb+srv://");
     }
-    // The address is not shown: it may hold a password.
-    throw ObjectStoreException(
-        "mongo-uri is no address of a store; leave it empty for the embedded store, or "
-        "name its file with sqlite:PATH");
 }
 
 std::shared_ptr<RecordStore> SettledRecords() {
@@ -58,10 +64,18 @@ std::shared_ptr<RecordStore> SettledRecords() {
 
 }  // namespace
 
-bool ObjectStore::Init(const std::string& /*deploy*/, const std::string& database, const std::string& uri,
+bool ObjectStore::Init(const std::string& deploy, const std::string& database, const std::string& uri,
                        const std::string& suffix) {
     try {
-        StoreChoice::OpenEmbedded(PathOf(database, uri, suffix));
+        if (deploy == Weftline::DeploymentModes::Distributed && !IsMongo(uri)) {
+            throw ObjectStoreException(
+                "With --deploy=distributed all machines share their records: mongo-uri has to begin with "
+                "mongodb:// or mongodb+srv://");
+        }
+        OpenRecords(database, uri, suffix);
+        if (StoreChoice::NamesKafka()) {
+            StoreChoice::Events();  // what is wrong with it is said now
+        }
         return true;
     } catch (const std::exception& fault) {
         PlatformAbstraction::Log::Error(fault.what());

@@ -1,18 +1,12 @@
 #include "platform/stores/StoreChoice.h"
 
-#include <algorithm>
-#include <charconv>
-#include <cstdint>
 #include <utility>
 
-#include "Core/src/Vocabulary.h"
 #include "base/concurrency/Mutex.h"
-#include "base/log/PlatformLog.h"
-#include "platform/messaging/ConfigurationStore.h"
 #include "platform/stores/EventLog.h"
 #include "platform/stores/RecordStore.h"
+#include "platform/stores/StoreSettings.h"
 #include "platform/stores/sqlite/EmbeddedStore.h"
-#include "platform/stores/sqlite/SqliteOptions.h"
 
 namespace CommonServices::StoreChoice {
 
@@ -45,15 +39,6 @@ EmbeddedStore LetGoOfEmbedded(Choice& choice) QUILLON_REQUIRES(choice.mutex) {
     return std::exchange(choice.embedded, {});
 }
 
-Sqlite::Compression ReadCompression() {
-    const std::string text =
-        PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::StoreCompression));
-    if (!text.empty() && text != "zstd" && text != "none") {
-        throw ObjectStoreException("store.compression is \"zstd\" or \"none\", and not \"" + text + "\"");
-    }
-    return text == "none" ? Sqlite::Compression::None : Sqlite::Compression::Zstd;
-}
-
 }  // namespace
 
 void OpenEmbedded(const std::string& path) {
@@ -70,7 +55,7 @@ void OpenEmbedded(const std::string& path) {
     former = {};
     Sqlite::SqliteOptions options;
     options.path = path;
-    options.compression = ReadCompression();
+    options.compression = StoreSettings::ReadCompression();
     EmbeddedStore opened = OpenEmbeddedStore(options);
     const MutexLock lock(choice.mutex);
     choice.records = opened.records;
@@ -82,6 +67,10 @@ std::string EmbeddedPath() {
     Choice& choice = TheChoice();
     const MutexLock lock(choice.mutex);
     return choice.embedded.records == nullptr ? std::string() : choice.embeddedPath;
+}
+
+void OpenMongo(const std::string& uri, const std::string& database) {
+    SetRecords(OpenMongoStore(StoreSettings::ReadMongo(uri, database), Events()));
 }
 
 void SetRecords(std::shared_ptr<RecordStore> records) {
@@ -113,12 +102,9 @@ std::shared_ptr<EventLog> Events() {
     if (choice.events != nullptr) {
         return choice.events;
     }
-    const std::string host = PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::KafkaHost));
-    if (!host.empty()) {
-        const std::string reason = "This build has no Kafka event log, and kafka-host names '" + host +
-                                   "'; leave kafka-host empty for the embedded log";
-        PlatformAbstraction::Log::Error(reason);  // nobody further up says it on standard error
-        throw ObjectStoreException(reason);
+    if (StoreSettings::NamesKafka()) {
+        choice.events = std::make_shared<KafkaEventLog>(StoreSettings::ReadKafka());
+        return choice.events;
     }
     if (choice.embedded.events == nullptr) {
         throw ObjectStoreException(
@@ -128,15 +114,25 @@ std::shared_ptr<EventLog> Events() {
     return choice.events;
 }
 
+bool NamesKafka() {
+    return StoreSettings::NamesKafka();
+}
+
+void LetGoOfEngines() {
+    Choice& choice = TheChoice();
+    std::shared_ptr<RecordStore> records;  // end after the mutex, and before the log that they announce to
+    std::shared_ptr<EventLog> events;
+    const MutexLock lock(choice.mutex);
+    if (choice.records != choice.embedded.records) {
+        records = std::move(choice.records);
+    }
+    if (choice.events != choice.embedded.events) {
+        events = std::move(choice.events);
+    }
+}
+
 std::chrono::milliseconds LongestEventWait() {
-    constexpr std::int32_t kDefault = 2000;
-    constexpr std::int32_t kShortest = 10;  // less would keep a core busy with reading an idle log
-    const std::string text =
-        PlatformAbstraction::GetConfigValue(std::string(Weftline::Options::EventMaxPollingTimeoutMs));
-    std::int32_t wait = kDefault;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), wait);
-    const bool isNumber = error == std::errc() && end == text.data() + text.size() && wait >= 0;
-    return std::chrono::milliseconds(isNumber ? std::max(wait, kShortest) : kDefault);
+    return StoreSettings::ReadLongestEventWait();
 }
 
 }  // namespace CommonServices::StoreChoice

@@ -112,6 +112,8 @@ TEST(DeployedTransport, LetsTheFarmJoinBeforeTheFirstRequestAndStopBeforeTheBus)
 TEST(DeployedTransport, DoesNotStartWhatItCannotServe) {
     const std::string badFile = testing::TempDir() + "refused-settings.json";
     std::ofstream(badFile) << R"({"rest":{"maxBodyBytes":"4 MB"}})";
+    const std::string ofManyMachines = testing::TempDir() + "distributed-settings.json";
+    std::ofstream(ofManyMachines) << R"({"nats":{"servers":["localhost:4222"]}})";
     BusConnection holder(MakeStandaloneTransport());
     const std::string held = std::to_string(Start(holder, Echo));
     const std::tuple<std::string, std::string, std::string, InitError, const char*> rows[] = {
@@ -120,6 +122,7 @@ TEST(DeployedTransport, DoesNotStartWhatItCannotServe) {
         {"localhost", "65536", "", InitError::BadConfiguration, "\"port\""},
         {"localhost", "80x", "", InitError::BadConfiguration, "\"port\""},
         {"localhost", "0", badFile, InitError::BadConfiguration, "\"rest.maxBodyBytes\""},
+        {"localhost", "0", ofManyMachines, InitError::BadConfiguration, "--deploy=distributed"},
     };
     for (const auto& [host, port, file, error, text] : rows) {
         SCOPED_TRACE(host + ":" + port + " " + file);
