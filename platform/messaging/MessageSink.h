@@ -32,7 +32,8 @@ public:
     virtual ~MessageSink() = default;
 
     /// The receiver gets the answer on a thread of the service, or, where the message is not taken, the error
-    /// that says why ("QUEUE_FULL", "SERVICE_STOPPING", "OPERATION_NOT_FOUND") before `Deliver` returns.
+    /// that says why ("QUEUE_FULL", "SERVICE_STOPPING", "OPERATION_NOT_FOUND", "BUS_AWAY") before `Deliver`
+    /// returns.
     virtual void Deliver(std::string_view operation, CoreServices::Parameters request,
                          CoreServices::Parameters contextParameters,
                          std::unique_ptr<AnswerReceiver> receiver) = 0;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <string>
@@ -39,6 +40,24 @@ public:
 private:
     std::atomic<std::size_t> m_count = 0;
 };
+
+struct PromisedAnswer final : Messaging::AnswerReceiver {
+    void Prepare(Messaging::MessageAnswer answer) override { prepared = std::move(answer); }
+    void Send() override { promise.set_value(std::move(prepared)); }
+
+    Messaging::MessageAnswer prepared;
+    std::promise<Messaging::MessageAnswer> promise;
+};
+
+/// What a message from outside is answered with.
+inline Messaging::MessageAnswer AnswerOf(Messaging::MessageSink& sink, std::string_view operation,
+                                         const CoreServices::Parameters& context = {}) {
+    auto receiver = std::make_unique<PromisedAnswer>();
+    auto answer = receiver->promise.get_future();
+    sink.Deliver(operation, {}, context, std::move(receiver));
+    return answer.wait_for(kDeadline) == std::future_status::ready ? answer.get()
+                                                                   : Messaging::MessageAnswer();
+}
 
 /// A handler at work that goes on when the test says so.
 struct Hold {

@@ -25,22 +25,6 @@ using testing::HasSubstr;
 using namespace TestSupport;  // NOLINT(google-build-using-namespace)
 using Futures = std::vector<std::shared_ptr<MessageResultsFuture>>;
 
-struct PromisedAnswer final : AnswerReceiver {
-    void Prepare(MessageAnswer answer) override { prepared = std::move(answer); }
-    void Send() override { promise.set_value(std::move(prepared)); }
-
-    MessageAnswer prepared;
-    std::promise<MessageAnswer> promise;
-};
-
-/// What a message from outside is answered with.
-MessageAnswer AnswerOf(MessageSink& sink, std::string_view operation, const Parameters& context = {}) {
-    auto receiver = std::make_unique<PromisedAnswer>();
-    auto answer = receiver->promise.get_future();
-    sink.Deliver(operation, {}, context, std::move(receiver));
-    return answer.wait_for(kDeadline) == std::future_status::ready ? answer.get() : MessageAnswer();
-}
-
 enum class Kind { InProcess, Nats };
 
 class Bus : public ::testing::TestWithParam<Kind> {

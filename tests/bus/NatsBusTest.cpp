@@ -223,6 +223,7 @@ TEST_F(NatsBusFaults, KilledUnderLoadItComesBackByItselfAndNothingIsCarriedOutTw
     const auto hold = [held = m_pHold](const auto& request, const auto&) { return held->Pass(), request; };
     Join();
     m_pAsked->Attach(MakeService("a", {{"note", note}, {"hold", hold}, {"echo", Echo}}));
+    const auto door = m_pAsked->Attach(MakeService("door", {{"echo", Echo}}));
     const auto underWay = Ask("hold");
     ASSERT_TRUE(m_pHold->arrived.WaitFor(1));
 
@@ -242,6 +243,7 @@ TEST_F(NatsBusFaults, KilledUnderLoadItComesBackByItselfAndNothingIsCarriedOutTw
         EXPECT_EQ(EndOf(*underWay), "BUS_AWAY");
         EXPECT_EQ(EndOf(*m_pAsking->GetMessaging()->SendNotification(To("a", "echo"))), "BUS_AWAY");
         EXPECT_EQ(EndOf(*m_pAsking->GetMessaging()->BroadcastNotification(To("a", "echo"))), "BUS_AWAY");
+        EXPECT_TRUE(Eventually([&] { return LineOf(AnswerOf(*door, "echo")).starts_with("BUS_AWAY"); }));
         m_server.Start();
         EXPECT_TRUE(IsAnswered());
     }

@@ -41,6 +41,30 @@ void CheckNames(const ServiceInfo& service) {
     }
 }
 
+/// Where a gateway hands messages in: while the bus is away they are refused, rather than each handler
+/// finding out for itself, some after half of their work.
+class DoorOfService final : public MessageSink {
+public:
+    DoorOfService(std::shared_ptr<ServiceEndpoint> endpoint, std::shared_ptr<const NatsLink> link)
+        : m_pEndpoint(std::move(endpoint)), m_pLink(std::move(link)) {}
+
+    void Deliver(std::string_view operation, Parameters request, Parameters contextParameters,
+                 std::unique_ptr<AnswerReceiver> receiver) override {
+        if (m_pLink->IsAway()) {
+            receiver->Prepare(MessageAnswer::OfError(
+                kBusAway, "The bus is away: \"" + std::string(operation) + "\" was not taken."));
+            receiver->Send();
+            return;
+        }
+        m_pEndpoint->Deliver(operation, std::move(request), std::move(contextParameters),
+                             std::move(receiver));
+    }
+
+private:
+    const std::shared_ptr<ServiceEndpoint> m_pEndpoint;
+    const std::shared_ptr<const NatsLink> m_pLink;
+};
+
 }  // namespace
 
 std::shared_ptr<NatsBus> NatsBus::Create(const NatsSettings& settings) {
@@ -82,7 +106,7 @@ std::shared_ptr<MessageSink> NatsBus::Attach(const std::shared_ptr<ServiceInfo>&
             SubjectOfService(audience, service->GetName(), service->GetRealm(), service->GetVersion());
         m_pLink->Subscribe(subject + ".*", group, deliver);
     }
-    return endpoint;
+    return std::make_shared<DoorOfService>(std::move(endpoint), m_pLink);
 }
 
 std::shared_ptr<BusMessaging> NatsBus::GetMessaging() {

@@ -23,7 +23,8 @@ namespace PlatformAbstraction::Messaging {
 ///   answer is back, for a notification when the receiver has taken or refused it, for a broadcast at once:
 ///   what an instance does not take of that is in its log.
 /// - While the bus is away messages end with "BUS_AWAY", and so do those that were under way, whose receiver
-///   may have done the work: nothing is ever sent again. The bus comes back by itself.
+///   may have done the work: nothing is ever sent again. Messages from outside are not taken meanwhile. The
+///   bus comes back by itself.
 /// - A receiver that dies, or whose answer is lost with its connection, leaves its senders to their limits of
 ///   time. A message too large for the server, or an answer, ends with an error.
 /// - `Stop` leaves the requests to other instances, if there are any; what handlers at work then ask of

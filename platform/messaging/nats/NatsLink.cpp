@@ -81,6 +81,7 @@ void NatsLink::Connect() {
         const MutexLock lock(m_mutex);
         m_maxPayload = connection.MaxPayload();
         m_pCurrent = current;
+        m_isAway = false;
     }
     // Only now: what comes is answered over the current connection.
     try {
@@ -108,6 +109,7 @@ void NatsLink::NoteLost(const PendingAnswers* pending) {
     if (m_pCurrent && m_pCurrent->pending.get() == pending) {
         m_lost.push_back(std::move(m_pCurrent));
         m_pCurrent.reset();
+        m_isAway = true;
         m_changed.NotifyAll();
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -35,6 +36,8 @@ public:
     void Ask(const std::string& subject, std::string_view data, const PendingAnswers::Address& whom,
              const std::shared_ptr<MessageExchange>& exchange);
     NatsConnection::Sent Publish(const std::string& subject, std::string_view data);
+    /// Whether there is no connection at the moment. Costs no lock.
+    bool IsAway() const noexcept { return m_isAway; }
     /// The largest message that the server takes; the last one's, while the bus is away.
     std::size_t MaxPayload();
 
@@ -79,6 +82,7 @@ private:
     Condition m_changed;
     std::shared_ptr<Current> m_pCurrent QUILLON_GUARDED_BY(m_mutex);           // null while the bus is away
     std::vector<std::shared_ptr<Current>> m_lost QUILLON_GUARDED_BY(m_mutex);  // for the thread to let go
+    std::atomic<bool> m_isAway = true;                                         // as `m_pCurrent` has it
     std::size_t m_maxPayload QUILLON_GUARDED_BY(m_mutex) = 0;
     bool m_isClosed QUILLON_GUARDED_BY(m_mutex) = false;
 };
