@@ -12,7 +12,7 @@ namespace PlatformAbstraction::Messaging {
 /// What services join. A service is addressed by name, realm and version, a message by the name of its
 /// registration; several instances of a service may be attached, which then share the requests and hear the
 /// broadcasts all. Owned by whoever started the services; what `GetMessaging` and `Attach` gave outlives it.
-/// Thread-safe, though `Stop` on a thread of the bus would wait for itself.
+/// Thread-safe, though `Stop` and `Detach` on a thread of the bus would wait for themselves.
 class MessageBus {
 public:
     MessageBus() = default;
@@ -25,6 +25,12 @@ public:
     /// `std::invalid_argument` for a service that is not there or has no name, `std::logic_error` after
     /// `Stop`, `std::system_error` when no thread can be started.
     virtual std::shared_ptr<MessageSink> Attach(const std::shared_ptr<ServiceInfo>& service) = 0;
+
+    /// Takes the instance that `Attach` gave off the bus again: no further message goes to it, and it ends as
+    /// all do at `Stop`, with the same patience for what is under way and waiting. Others may be attached in
+    /// its place before and after. Without effect for one that is not there any more.
+    virtual void Detach(const std::shared_ptr<MessageSink>& attached,
+                        std::chrono::steady_clock::duration patience) = 0;
 
     /// A sender whose messages carry an empty context tree. Never empty; after `Stop` its messages fail.
     virtual std::shared_ptr<BusMessaging> GetMessaging() = 0;

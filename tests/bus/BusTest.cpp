@@ -382,6 +382,28 @@ TEST_P(BusStop, WorkUnderWayAndWaitingIsAnswered) {
     EXPECT_THROW(m_pBus->Attach(MakeService("c", {})), std::logic_error);
 }
 
+TEST_P(BusStop, OneInstanceLeavesAndTheOthersGoOn) {
+    Tally heard;
+    const auto hear = [&heard](const auto& request, const auto&) { return heard.Add(), request; };
+    const auto leaving = m_pBus->Attach(MakeService("c", {{"hear", hear}}));
+    m_pBus->Attach(MakeService("c", {{"hear", hear}}));
+    m_pBus->Detach(leaving, kDeadline);
+    EXPECT_EQ(EndOf(*m_pMessaging->BroadcastNotification(To("c", "hear"))), "{}");
+
+    auto detached = std::async(std::launch::async, [this] { m_pBus->Detach(m_pAttached, kDeadline); });
+    EXPECT_TRUE(Eventually([this] { return IsStopping(); }));
+    EXPECT_EQ(EndAt("a", "hold"), "SERVICE_NOT_FOUND");
+    m_pHold->opened.Add();
+    EXPECT_EQ(EndOf(*underWay) + EndOf(*waiting), R"({"relayed":"{}"}{"relayed":"{}"})");
+    ASSERT_EQ(detached.wait_for(kDeadline), std::future_status::ready);
+    EXPECT_TRUE(m_pHandler.expired());
+    m_pBus->Detach(m_pAttached, kDeadline);
+    m_pBus->Attach(MakeService("a", {{"hold", Echo}}));
+    EXPECT_EQ(EndAt("a", "hold"), "{}");
+    m_pBus->Stop(kDeadline);
+    EXPECT_EQ(heard.Get(), 1U);
+}
+
 TEST_P(BusStop, OutOfPatienceTheWaitingAreToldAndTheRestIsLeftToItsThreads) {
     m_pBus->Stop(std::chrono::milliseconds(1));
     EXPECT_EQ(EndOf(*waiting), "SERVICE_STOPPING");

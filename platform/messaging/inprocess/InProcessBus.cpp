@@ -1,6 +1,7 @@
 #include "platform/messaging/inprocess/InProcessBus.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -16,6 +17,11 @@ namespace {
 
 // Longer patience is cut to this, so that no deadline overflows the clock.
 constexpr std::chrono::hours kLongestPatience{24};
+
+std::chrono::steady_clock::time_point DeadlineOf(std::chrono::steady_clock::duration patience) {
+    return std::chrono::steady_clock::now() +
+           std::min<std::chrono::steady_clock::duration>(patience, kLongestPatience);
+}
 
 }  // namespace
 
@@ -49,6 +55,22 @@ std::shared_ptr<MessageSink> InProcessBus::Attach(const std::shared_ptr<ServiceI
     return endpoint;
 }
 
+void InProcessBus::Detach(const std::shared_ptr<MessageSink>& attached,
+                          std::chrono::steady_clock::duration patience) {
+    Instances detached;
+    {
+        const MutexLock lock(m_mutex);
+        for (auto service = m_services.begin(); service != m_services.end();) {
+            detached = TakeOut(service->second.instances, attached);
+            service = service->second.instances.empty() ? m_services.erase(service) : std::next(service);
+            if (!detached.empty()) {
+                break;
+            }
+        }
+    }
+    StopInstances(detached, DeadlineOf(patience));
+}
+
 std::shared_ptr<BusMessaging> InProcessBus::GetMessaging() {
     return std::make_shared<InProcessMessaging>(weak_from_this(), CoreServices::Parameters());
 }
@@ -68,9 +90,7 @@ Instances InProcessBus::InstancesAt(const std::string& service, const std::strin
 
 void InProcessBus::Stop(std::chrono::steady_clock::duration patience) {
     const Instances endpoints = MarkStopped();
-    const auto deadline = std::chrono::steady_clock::now() +
-                          std::min<std::chrono::steady_clock::duration>(patience, kLongestPatience);
-    StopInstances(endpoints, deadline);
+    StopInstances(endpoints, DeadlineOf(patience));
 }
 
 Instances InProcessBus::MarkStopped() {

@@ -43,6 +43,8 @@ public:
     ~InProcessBus() override;
 
     std::shared_ptr<MessageSink> Attach(const std::shared_ptr<ServiceInfo>& service) override;
+    void Detach(const std::shared_ptr<MessageSink>& attached,
+                std::chrono::steady_clock::duration patience) override;
     std::shared_ptr<BusMessaging> GetMessaging() override;
     void Stop(std::chrono::steady_clock::duration patience) override;
 

@@ -27,6 +27,18 @@ Acceptance PostToOne(const Instances& instances, const std::string& operation,
     return result;
 }
 
+Instances TakeOut(Instances& instances, const std::shared_ptr<MessageSink>& attached) {
+    Instances taken;
+    std::erase_if(instances, [&](const auto& instance) {
+        const bool isIt = instance == attached;
+        if (isIt) {
+            taken.push_back(instance);
+        }
+        return isIt;
+    });
+    return taken;
+}
+
 void StopInstances(const Instances& instances, WorkerPool::Clock::time_point deadline) {
     // All are drained before any is closed: a message under way in one may need an answer of another.
     for (const auto& instance : instances) {

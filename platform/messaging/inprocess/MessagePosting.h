@@ -22,6 +22,9 @@ using Instances = std::vector<std::shared_ptr<ServiceEndpoint>>;
 Acceptance PostToOne(const Instances& instances, const std::string& operation,
                      std::unique_ptr<QueuedMessage>& message);
 
+/// Takes the instance out of the list, if it is in it; gives what was taken out.
+Instances TakeOut(Instances& instances, const std::shared_ptr<MessageSink>& attached);
+
 /// Takes from outside no more, lets what is under way and waiting come to its end until the deadline, and
 /// lets the handlers go.
 void StopInstances(const Instances& instances, WorkerPool::Clock::time_point deadline);

@@ -1,6 +1,7 @@
 #include "platform/messaging/nats/NatsBus.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -24,6 +25,10 @@ constexpr char kInstances[] = "instances";
 constexpr std::chrono::hours kLongestPatience{24};
 // What others may take of it at most: a server that does not answer, at the begin and at the end.
 constexpr milliseconds kLongestLeave{2000};
+
+steady_clock::time_point DeadlineOf(steady_clock::duration patience) {
+    return steady_clock::now() + std::min<steady_clock::duration>(patience, kLongestPatience);
+}
 
 milliseconds LeftUntil(steady_clock::time_point deadline) {
     const auto left = std::chrono::duration_cast<milliseconds>(deadline - steady_clock::now());
@@ -104,9 +109,28 @@ std::shared_ptr<MessageSink> NatsBus::Attach(const std::shared_ptr<ServiceInfo>&
          {std::pair(NatsAudience::OneInstance, kInstances), std::pair(NatsAudience::AllInstances, "")}) {
         const std::string subject =
             SubjectOfService(audience, service->GetName(), service->GetRealm(), service->GetVersion());
-        m_pLink->Subscribe(subject + ".*", group, deliver);
+        const auto number = m_pLink->Subscribe(subject + ".*", group, deliver);
+        const MutexLock lock(m_mutex);
+        m_subscriptions[endpoint.get()].push_back(number);
     }
     return std::make_shared<DoorOfService>(std::move(endpoint), m_pLink);
+}
+
+void NatsBus::Detach(const std::shared_ptr<MessageSink>& attached, steady_clock::duration patience) {
+    const auto deadline = DeadlineOf(patience);
+    Instances detached;
+    std::vector<NatsLink::SubscriptionNumber> subscriptions;
+    {
+        const MutexLock lock(m_mutex);
+        for (auto& [address, instances] : m_services) {
+            std::ranges::move(TakeOut(instances, attached), std::back_inserter(detached));
+        }
+        if (auto found = m_subscriptions.extract(attached.get())) {
+            subscriptions = std::move(found.mapped());
+        }
+    }
+    m_pLink->Unsubscribe(subscriptions, LeftUntil(deadline));
+    StopInstances(detached, deadline);
 }
 
 std::shared_ptr<BusMessaging> NatsBus::GetMessaging() {
@@ -178,7 +202,7 @@ void NatsBus::Stop(steady_clock::duration patience) {
             return;
         }
     }
-    const auto deadline = steady_clock::now() + std::min<steady_clock::duration>(patience, kLongestPatience);
+    const auto deadline = DeadlineOf(patience);
     m_pLink->Leave(LeftUntil(deadline));
     StopInstances(AllInstances(), deadline);
     m_pLink->Close(LeftUntil(deadline));

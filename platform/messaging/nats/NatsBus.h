@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "base/concurrency/Mutex.h"
 #include "platform/messaging/MessageBus.h"
@@ -27,7 +28,8 @@ namespace PlatformAbstraction::Messaging {
 ///   bus comes back by itself.
 /// - A receiver that dies, or whose answer is lost with its connection, leaves its senders to their limits of
 ///   time. A message too large for the server, or an answer, ends with an error.
-/// - `Stop` leaves the requests to other instances, if there are any; what handlers at work then ask of
+/// - `Stop` and `Detach` leave the requests to other instances, if there are any; what handlers at work then
+/// ask of
 ///   services here is given to these directly. Out of patience, what waits for answers ends with
 ///   "SERVICE_STOPPING", also where its receiver still is at work here.
 class NatsBus final : public MessageBus, public std::enable_shared_from_this<NatsBus> {
@@ -40,6 +42,8 @@ public:
 
     /// Further to what is said there: throws `std::invalid_argument` for names too long for the bus.
     std::shared_ptr<MessageSink> Attach(const std::shared_ptr<ServiceInfo>& service) override;
+    void Detach(const std::shared_ptr<MessageSink>& attached,
+                std::chrono::steady_clock::duration patience) override;
     std::shared_ptr<BusMessaging> GetMessaging() override;
     void Stop(std::chrono::steady_clock::duration patience) override;
 
@@ -61,6 +65,9 @@ private:
     const std::shared_ptr<NatsLink> m_pLink;
 
     Mutex m_mutex;
+    // Only compared.
+    std::map<const MessageSink*, std::vector<NatsLink::SubscriptionNumber>> m_subscriptions
+        QUILLON_GUARDED_BY(m_mutex);
     std::map<std::tuple<std::string, std::string, std::int32_t>, Instances> m_services
         QUILLON_GUARDED_BY(m_mutex);
     bool m_isStopping QUILLON_GUARDED_BY(m_mutex) = false;

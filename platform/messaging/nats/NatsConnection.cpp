@@ -6,6 +6,7 @@
 #include <exception>
 #include <fstream>
 #include <limits>
+#include <map>
 #include <utility>
 
 #include "base/log/PlatformLog.h"
@@ -171,7 +172,7 @@ struct NatsConnection::Handles {
     int maxUnreadBytes = kUnlimited;
 
     Mutex mutex;
-    std::vector<natsSubscription*> services QUILLON_GUARDED_BY(mutex);
+    std::map<SubscriptionNumber, natsSubscription*> services QUILLON_GUARDED_BY(mutex);
     std::vector<natsSubscription*> inboxes QUILLON_GUARDED_BY(mutex);
 };
 
@@ -181,9 +182,10 @@ NatsConnection::~NatsConnection() {
     Close();
     {
         const MutexLock lock(m_pHandles->mutex);
-        for (const auto* const subscriptions : {&m_pHandles->services, &m_pHandles->inboxes}) {
-            std::for_each(subscriptions->begin(), subscriptions->end(), natsSubscription_Destroy);
+        for (const auto& [number, subscription] : m_pHandles->services) {
+            natsSubscription_Destroy(subscription);
         }
+        std::ranges::for_each(m_pHandles->inboxes, natsSubscription_Destroy);
     }
     natsConnection_Destroy(m_pHandles->connection);
 }
@@ -236,8 +238,9 @@ std::size_t NatsConnection::MaxPayload() const {
         std::max<std::int64_t>(natsConnection_GetMaxPayload(m_pHandles->connection), 0));
 }
 
-void NatsConnection::Subscribe(const std::string& subject, const std::string& group, OnMessage onMessage) {
-    AddSubscription(subject, group, std::move(onMessage), false);
+void NatsConnection::Subscribe(SubscriptionNumber number, const std::string& subject,
+                               const std::string& group, OnMessage onMessage) {
+    AddSubscription(number, subject, group, std::move(onMessage));
 }
 
 std::string NatsConnection::SubscribeToInbox(OnMessage onMessage) {
@@ -245,12 +248,12 @@ std::string NatsConnection::SubscribeToInbox(OnMessage onMessage) {
     Check(natsInbox_Create(&made), "no place for answers");
     const std::unique_ptr<natsInbox, InboxDeleter> owned(made);
     std::string prefix = std::string(made) + ".";
-    AddSubscription(prefix + "*", "", std::move(onMessage), true);
+    AddSubscription({}, prefix + "*", "", std::move(onMessage));
     return prefix;
 }
 
-void NatsConnection::AddSubscription(const std::string& subject, const std::string& group,
-                                     OnMessage onMessage, bool isInbox) {
+void NatsConnection::AddSubscription(std::optional<SubscriptionNumber> number, const std::string& subject,
+                                     const std::string& group, OnMessage onMessage) {
     auto closure = std::make_unique<OnMessage>(std::move(onMessage));
     natsSubscription* made = nullptr;
     Check(group.empty() ? natsConnection_Subscribe(&made, m_pHandles->connection, subject.c_str(),
@@ -260,14 +263,18 @@ void NatsConnection::AddSubscription(const std::string& subject, const std::stri
           "no subscription");
     {
         const MutexLock lock(m_pHandles->mutex);
-        (isInbox ? m_pHandles->inboxes : m_pHandles->services).push_back(made);
+        if (number) {
+            m_pHandles->services.emplace(*number, made);
+        } else {
+            m_pHandles->inboxes.push_back(made);
+        }
     }
     // Where it is closed already, the function may be in use still, for the last time, and nobody deletes it.
     OnMessage* const shared = closure.release();
     Check(natsSubscription_SetOnCompleteCB(made, DeleteOnMessage, shared), "no subscription");
     // Of answers there are no more than were asked for.
     static_cast<void>(natsSubscription_SetPendingLimits(made, kUnlimited,
-                                                        isInbox ? kUnlimited : m_pHandles->maxUnreadBytes));
+                                                        number ? m_pHandles->maxUnreadBytes : kUnlimited));
 }
 
 bool NatsConnection::Flush(std::chrono::milliseconds patience) {
@@ -291,13 +298,30 @@ NatsConnection::Sent NatsConnection::Publish(const std::string& subject, const s
     return status == NATS_MAX_PAYLOAD ? Sent::TooLarge : Sent::Lost;
 }
 
-void NatsConnection::Leave(std::chrono::milliseconds patience) {
+// The handles stay until the connection goes: the library's threads may be at them still.
+void NatsConnection::Leave(const std::vector<SubscriptionNumber>& numbers,
+                           std::chrono::milliseconds patience) {
     std::vector<natsSubscription*> services;
     {
         const MutexLock lock(m_pHandles->mutex);
-        services = m_pHandles->services;
+        for (const auto& [number, subscription] : m_pHandles->services) {
+            if (std::ranges::find(numbers, number) != numbers.end()) {
+                services.push_back(subscription);
+            }
+        }
     }
     Drain(services, patience);
+}
+
+void NatsConnection::Leave(std::chrono::milliseconds patience) {
+    std::vector<SubscriptionNumber> all;
+    {
+        const MutexLock lock(m_pHandles->mutex);
+        for (const auto& [number, subscription] : m_pHandles->services) {
+            all.push_back(number);
+        }
+    }
+    Leave(all, patience);
 }
 
 void NatsConnection::LeaveInbox(std::chrono::milliseconds patience) {

@@ -2,8 +2,10 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,9 +47,13 @@ public:
     bool IsLost() const;
     std::size_t MaxPayload() const;
 
-    /// Each message to the subject goes to one subscriber of the group, or, where that is empty, to all.
-    /// Throws `NatsBusError`, as does `SubscribeToInbox`.
-    void Subscribe(const std::string& subject, const std::string& group, OnMessage onMessage);
+    using SubscriptionNumber = std::uint64_t;
+
+    /// Each message to the subject goes to one subscriber of the group, or, where that is empty, to all. The
+    /// caller chooses the number, which no other subscription has. Throws `NatsBusError`, as does
+    /// `SubscribeToInbox`.
+    void Subscribe(SubscriptionNumber number, const std::string& subject, const std::string& group,
+                   OnMessage onMessage);
     /// Gives what a reply subject of this connection begins with.
     std::string SubscribeToInbox(OnMessage onMessage);
     /// Returns when the server has done all that was asked of it so far. False when it has not in time.
@@ -55,8 +61,10 @@ public:
 
     Sent Publish(const std::string& subject, const std::string& reply, std::string_view data);
 
-    /// Gives up what `Subscribe` took: no further message comes, and those that came were given to their
-    /// functions, when this returns or the patience is over.
+    /// Gives up these of what `Subscribe` took: no further message comes, and those that came were given to
+    /// their functions, when this returns or the patience is over.
+    void Leave(const std::vector<SubscriptionNumber>& numbers, std::chrono::milliseconds patience);
+    /// The same of all.
     void Leave(std::chrono::milliseconds patience);
     /// The same of `SubscribeToInbox`, once the server has all that was published.
     void LeaveInbox(std::chrono::milliseconds patience);
@@ -68,8 +76,9 @@ private:
     explicit NatsConnection(std::unique_ptr<Handles> handles);
     static std::unique_ptr<NatsConnection> OpenTo(const NatsSettings& settings, const NatsAddress& server,
                                                   const std::function<void()>& onLost);
-    void AddSubscription(const std::string& subject, const std::string& group, OnMessage onMessage,
-                         bool isInbox);
+    /// Without a number that of the inbox.
+    void AddSubscription(std::optional<SubscriptionNumber> number, const std::string& subject,
+                         const std::string& group, OnMessage onMessage);
 
     const std::unique_ptr<Handles> m_pHandles;
 };

@@ -1,5 +1,6 @@
 #include "platform/messaging/nats/NatsLink.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <exception>
@@ -87,7 +88,8 @@ void NatsLink::Connect() {
     try {
         for (const Subscription& subscription : m_subscriptions) {
             if (!m_hasLeft) {
-                connection.Subscribe(subscription.subject, subscription.group, subscription.onMessage);
+                connection.Subscribe(subscription.number, subscription.subject, subscription.group,
+                                     subscription.onMessage);
             }
         }
         if (!connection.Flush(m_settings.connectTimeout)) {
@@ -155,19 +157,32 @@ std::shared_ptr<NatsLink::Current> NatsLink::GetCurrent() {
     return m_pCurrent;
 }
 
-void NatsLink::Subscribe(const std::string& subject, const std::string& group,
-                         NatsConnection::OnMessage onMessage) {
+NatsLink::SubscriptionNumber NatsLink::Subscribe(const std::string& subject, const std::string& group,
+                                                 NatsConnection::OnMessage onMessage) {
     const MutexLock subscribing(m_subscribing);
-    m_subscriptions.push_back({subject, group, onMessage});
+    const SubscriptionNumber number = ++m_lastNumber;
+    m_subscriptions.push_back({number, subject, group, onMessage});
     const auto current = GetCurrent();
     if (!current || m_hasLeft) {
-        return;
+        return number;
     }
     try {
-        current->connection->Subscribe(subject, group, std::move(onMessage));
+        current->connection->Subscribe(number, subject, group, std::move(onMessage));
         static_cast<void>(current->connection->Flush(m_settings.connectTimeout));
     } catch (const NatsBusError&) {
         current->connection->Close();  // the next one has it from the start
+    }
+    return number;
+}
+
+void NatsLink::Unsubscribe(const std::vector<SubscriptionNumber>& numbers,
+                           std::chrono::milliseconds patience) {
+    const MutexLock subscribing(m_subscribing);
+    std::erase_if(m_subscriptions, [&numbers](const Subscription& subscription) {
+        return std::ranges::find(numbers, subscription.number) != numbers.end();
+    });
+    if (const auto current = GetCurrent()) {
+        current->connection->Leave(numbers, patience);
     }
 }
 

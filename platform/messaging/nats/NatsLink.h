@@ -29,8 +29,14 @@ public:
     NatsLink& operator=(const NatsLink&) = delete;
     ~NatsLink() = default;
 
+    using SubscriptionNumber = NatsConnection::SubscriptionNumber;
+
     /// In effect when this returns, or as soon as the bus is back.
-    void Subscribe(const std::string& subject, const std::string& group, NatsConnection::OnMessage onMessage);
+    SubscriptionNumber Subscribe(const std::string& subject, const std::string& group,
+                                 NatsConnection::OnMessage onMessage);
+    /// From now on the messages go to others, and those that came were given to their functions, when this
+    /// returns or the patience is over.
+    void Unsubscribe(const std::vector<SubscriptionNumber>& numbers, std::chrono::milliseconds patience);
 
     /// Sends `data` to the subject and ends the exchange with what comes back.
     void Ask(const std::string& subject, std::string_view data, const PendingAnswers::Address& whom,
@@ -41,8 +47,7 @@ public:
     /// The largest message that the server takes; the last one's, while the bus is away.
     std::size_t MaxPayload();
 
-    /// From now on the messages that are subscribed to go to others, and those that came were given to their
-    /// functions, when this returns or the patience is over.
+    /// `Unsubscribe` of all, and for good.
     void Leave(std::chrono::milliseconds patience);
     /// Lets what was sent go out, within the patience, and ends what waits with "SERVICE_STOPPING". For the
     /// owner, once.
@@ -50,6 +55,7 @@ public:
 
 private:
     struct Subscription {
+        SubscriptionNumber number = 0;
         std::string subject;
         std::string group;
         NatsConnection::OnMessage onMessage;
@@ -75,6 +81,7 @@ private:
     // Held while subscriptions are made, so that none is missed by a new connection. Taken before `m_mutex`.
     Mutex m_subscribing;
     std::vector<Subscription> m_subscriptions QUILLON_GUARDED_BY(m_subscribing);
+    SubscriptionNumber m_lastNumber QUILLON_GUARDED_BY(m_subscribing) = 0;
     std::size_t m_numConnects QUILLON_GUARDED_BY(m_subscribing) = 0;
     bool m_hasLeft QUILLON_GUARDED_BY(m_subscribing) = false;
 
