@@ -3,11 +3,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <vector>
 
 #include "Core/src/wf_Record.h"
+#include "base/log/PlatformLog.h"
 
 namespace CommonServices {
 
@@ -36,6 +39,20 @@ public:
     /// Appends to the topic `record.recordTopic`. With `durable` it returns once the event is on disk, else
     /// once it is queued. False when the event was not taken.
     virtual bool Produce(const Weftline::Record& record, bool durable) = 0;
+
+    /// As `Produce(record, true)` of one after the other, and faster: for each, whether it was taken. What
+    /// that throws counts as not taken.
+    virtual std::vector<bool> ProduceAll(std::span<const Weftline::Record* const> records) {
+        std::vector<bool> taken(records.size());
+        for (std::size_t place = 0; place < records.size(); ++place) {
+            try {
+                taken[place] = Produce(*records[place], true);
+            } catch (const std::exception& fault) {
+                PlatformAbstraction::Log::Debug("An event was not taken: " + std::string(fault.what()));
+            }
+        }
+        return taken;
+    }
 
     /// The events of a topic behind `afterOffset` (0: from the first), in order, at most `limit`. Where there
     /// is none yet it waits for one, and gives an empty list when the wait is over.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <stdexcept>
 
+#include "base/parameters/JsonObjectText.h"
 #include "base/parameters/Parameters.h"
 
 namespace CommonServices::Kafka {
@@ -102,21 +103,21 @@ std::optional<std::string> TopicName(std::string_view topic) {
 }
 
 std::string MessageOf(const Record& record) {
-    Parameters tree;
-    tree.SetParameter(kLayoutKey, kLayout);
+    CoreServices::JsonObjectText message;
+    message.AddInteger(kLayoutKey, kLayout);
     for (const auto& [key, member] : kTexts) {
-        tree.SetParameter(key, record.*member);
+        message.AddText(key, record.*member);
     }
     for (const auto& [key, member] : kFlags) {
-        tree.SetParameter(key, record.*member);
+        message.AddFlag(key, record.*member);
     }
     for (const auto& [key, member] : kNumbers) {
-        tree.SetParameter(key, record.*member);
+        message.AddInteger(key, record.*member);
     }
     for (const auto& [key, member] : kLongs) {
-        tree.SetParameter(key, std::to_string(record.*member));
+        message.AddText(key, std::to_string(record.*member));
     }
-    return tree.toJSON();
+    return message.Finish();
 }
 
 std::optional<Record> RecordOfMessage(std::string_view message) {

@@ -14,27 +14,37 @@ namespace {
 
 constexpr int kListenMilliseconds = 100;  // how late the end of the listener may be noticed
 
-/// A durable event on its way; lies on the stack of the thread that waits for it.
-struct Delivery {
-    PlatformAbstraction::Mutex mutex;
-    PlatformAbstraction::Condition changed;
-    bool isOver QUILLON_GUARDED_BY(mutex) = false;
-    RdKafka::ErrorCode error QUILLON_GUARDED_BY(mutex) = RdKafka::ERR_NO_ERROR;
+/// Durable events on their way, for the thread that waits for all of them.
+class Deliveries {
+public:
+    struct Delivery {
+        Deliveries* all;
+        RdKafka::ErrorCode error = RdKafka::ERR_NO_ERROR;
+    };
 
-    void End(RdKafka::ErrorCode how) {
-        const MutexLock lock(mutex);  // to the end: the waiting thread takes the delivery away
-        isOver = true;
-        error = how;
-        changed.NotifyOne();
-    }
-    RdKafka::ErrorCode Wait() {
-        const PlatformAbstraction::BlockingRegion region;
-        MutexLock lock(mutex);
-        while (!isOver) {
-            changed.Wait(lock);
+    explicit Deliveries(std::size_t count) : m_each(count, {this}), m_open(count) {}
+
+    Delivery& Each(std::size_t place) { return m_each[place]; }
+    void End(Delivery& delivery, RdKafka::ErrorCode how) {
+        const MutexLock lock(m_mutex);  // to the end: the waiting thread takes the deliveries away
+        delivery.error = how;
+        if (--m_open == 0) {
+            m_over.NotifyOne();
         }
-        return error;
     }
+    void Wait() {
+        const PlatformAbstraction::BlockingRegion region;
+        MutexLock lock(m_mutex);
+        while (m_open > 0) {
+            m_over.Wait(lock);
+        }
+    }
+
+private:
+    PlatformAbstraction::Mutex m_mutex;
+    PlatformAbstraction::Condition m_over;
+    std::vector<Delivery> m_each;  // the mutex guards their errors, until all are over
+    std::size_t m_open QUILLON_GUARDED_BY(m_mutex);
 };
 
 std::string SubjectOf(const std::string& topicName) {
@@ -44,7 +54,7 @@ std::string SubjectOf(const std::string& topicName) {
 }  // namespace
 
 EventProducer::EventProducer(const ClientConfiguration& configuration, const KafkaSettings& settings,
-                             OutageLog& outages)
+                             PlatformAbstraction::Log::OutageLog& outages)
     : m_timeout(settings.timeout), m_outages(outages) {
     const auto properties = configuration.Make(
         {{"acks", "all"},
@@ -76,16 +86,28 @@ EventProducer::~EventProducer() {
     m_listener = {};
 }
 
-EventProducer::Outcome EventProducer::Produce(const std::string& topicName, const std::string& key,
-                                              const std::string& message, bool durable) {
-    Delivery delivery;
-    const auto queued =
-        m_pProducer->produce(topicName, 0, RdKafka::Producer::RK_MSG_COPY, const_cast<char*>(message.data()),
-                             message.size(), key.data(), key.size(), 0, durable ? &delivery : nullptr);
-    if (queued != RdKafka::ERR_NO_ERROR || !durable) {
-        return {queued, queued == RdKafka::ERR_NO_ERROR};
+EventProducer::Outcome EventProducer::Queue(const Event& event, void* delivery) {
+    const std::string& message = event.message;
+    const auto queued = m_pProducer->produce(event.topicName, 0, RdKafka::Producer::RK_MSG_COPY,
+                                             const_cast<char*>(message.data()), message.size(),
+                                             event.key.data(), event.key.size(), 0, delivery);
+    return {queued, queued == RdKafka::ERR_NO_ERROR};
+}
+
+std::vector<EventProducer::Outcome> EventProducer::ProduceAll(std::span<const Event> events) {
+    std::vector<Outcome> outcomes(events.size());
+    Deliveries deliveries(events.size());
+    for (std::size_t place = 0; place < events.size(); ++place) {
+        outcomes[place] = Queue(events[place], &deliveries.Each(place));
+        if (!outcomes[place].isQueued) {
+            deliveries.End(deliveries.Each(place), outcomes[place].error);
+        }
     }
-    return {delivery.Wait(), true};
+    deliveries.Wait();
+    for (std::size_t place = 0; place < events.size(); ++place) {
+        outcomes[place].error = deliveries.Each(place).error;
+    }
+    return outcomes;
 }
 
 void EventProducer::dr_cb(RdKafka::Message& message) {
@@ -97,8 +119,8 @@ void EventProducer::dr_cb(RdKafka::Message& message) {
         m_outages.Down(SubjectOf(message.topic_name()),
                        message.errstr() + (cause.empty() ? "" : " (" + cause + ")"));
     }
-    if (auto* const delivery = static_cast<Delivery*>(message.msg_opaque()); delivery != nullptr) {
-        delivery->End(error);
+    if (auto* const delivery = static_cast<Deliveries::Delivery*>(message.msg_opaque())) {
+        delivery->all->End(*delivery, error);
     }
 }
 

@@ -3,11 +3,13 @@
 #include <librdkafka/rdkafkacpp.h>
 
 #include <memory>
+#include <span>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "base/log/OutageLog.h"
 #include "platform/stores/kafka/ClientConfiguration.h"
-#include "platform/stores/kafka/OutageLog.h"
 
 namespace CommonServices::Kafka {
 
@@ -17,7 +19,7 @@ class EventProducer final : private RdKafka::DeliveryReportCb {
 public:
     /// `outages` must outlive it. Throws `ObjectStoreException`.
     EventProducer(const ClientConfiguration& configuration, const KafkaSettings& settings,
-                  OutageLog& outages);
+                  PlatformAbstraction::Log::OutageLog& outages);
     EventProducer(const EventProducer&) = delete;
     EventProducer& operator=(const EventProducer&) = delete;
     ~EventProducer() override;
@@ -28,14 +30,22 @@ public:
         RdKafka::ErrorCode error = RdKafka::ERR_NO_ERROR;
         bool isQueued = false;
     };
-    Outcome Produce(const std::string& topicName, const std::string& key, const std::string& message,
-                    bool durable);
+    struct Event {
+        std::string topicName;
+        std::string key;
+        std::string message;
+    };
+    /// Sends them in order and waits for all.
+    std::vector<Outcome> ProduceAll(std::span<const Event> events);
+    /// Waits for nothing.
+    Outcome Queue(const Event& event) { return Queue(event, nullptr); }
 
 private:
+    Outcome Queue(const Event& event, void* delivery);
     void dr_cb(RdKafka::Message& message) override;
 
     const std::chrono::milliseconds m_timeout;
-    OutageLog& m_outages;
+    PlatformAbstraction::Log::OutageLog& m_outages;
     ClientReports m_reports;
     std::unique_ptr<RdKafka::Producer> m_pProducer;
     std::jthread m_listener;

@@ -27,7 +27,8 @@ int MillisecondsUntil(Clock::time_point deadline) {
 
 }  // namespace
 
-EventReader::EventReader(const ClientConfiguration& configuration, std::string topicName, OutageLog& outages)
+EventReader::EventReader(const ClientConfiguration& configuration, std::string topicName,
+                         PlatformAbstraction::Log::OutageLog& outages)
     : m_topicName(std::move(topicName)),
       m_subject("Events of the topic " + m_topicName + " cannot be read from Kafka"),
       m_outages(outages) {

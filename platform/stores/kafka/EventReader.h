@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
+#include "base/log/OutageLog.h"
 #include "platform/stores/EventLog.h"
 #include "platform/stores/kafka/ClientConfiguration.h"
 #include "platform/stores/kafka/LibraryHandle.h"
-#include "platform/stores/kafka/OutageLog.h"
 
 namespace CommonServices::Kafka {
 
@@ -23,7 +23,8 @@ namespace CommonServices::Kafka {
 class EventReader {
 public:
     /// `outages` must outlive it. Throws `ObjectStoreException`.
-    EventReader(const ClientConfiguration& configuration, std::string topicName, OutageLog& outages);
+    EventReader(const ClientConfiguration& configuration, std::string topicName,
+                PlatformAbstraction::Log::OutageLog& outages);
     EventReader(const EventReader&) = delete;
     EventReader& operator=(const EventReader&) = delete;
     ~EventReader();
@@ -60,7 +61,7 @@ private:
 
     const std::string m_topicName;
     const std::string m_subject;
-    OutageLog& m_outages;
+    PlatformAbstraction::Log::OutageLog& m_outages;
     ClientReports m_reports;
     std::unique_ptr<RdKafka::Consumer> m_pConsumer;
     std::unique_ptr<RdKafka::Topic> m_pTopic;

@@ -8,13 +8,13 @@
 
 #include "base/concurrency/BlockingRegion.h"
 #include "base/concurrency/Mutex.h"
+#include "base/log/OutageLog.h"
 #include "base/log/PlatformLog.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/kafka/ClientConfiguration.h"
 #include "platform/stores/kafka/EventMessage.h"
 #include "platform/stores/kafka/EventProducer.h"
 #include "platform/stores/kafka/EventReader.h"
-#include "platform/stores/kafka/OutageLog.h"
 #include "platform/stores/kafka/TopicKeeper.h"
 
 namespace CommonServices {
@@ -90,9 +90,17 @@ struct KafkaEventLog::Parts {
         }
     }
 
+    using Event = Kafka::EventProducer::Event;
+    using Outcome = Kafka::EventProducer::Outcome;
+    std::vector<bool> Produce(std::span<const Weftline::Record* const> records, bool durable);
+    /// A producer that has met a fatal error is replaced, and what it never sent goes with the next.
+    std::vector<Outcome> Send(std::span<const Event> events, bool durable);
+    /// Says where it was not why.
+    bool WasTaken(const Outcome& outcome, const Event& event);
+
     const KafkaSettings settings;
     const Kafka::ClientConfiguration configuration;
-    Kafka::OutageLog outages;
+    Log::OutageLog outages;
     Kafka::TopicKeeper topics;
     IdleReaders readers;
 
@@ -109,7 +117,7 @@ std::string SubjectOf(const std::string& topicName) {
 using TopicState = Kafka::TopicKeeper::State;
 
 /// Waits for the topic, and logs where it cannot be used.
-bool IsReady(Kafka::TopicKeeper& topics, Kafka::OutageLog& outages, const std::string& name,
+bool IsReady(Kafka::TopicKeeper& topics, Log::OutageLog& outages, const std::string& name,
              Clock::time_point deadline, bool isPatient, const std::stop_token& stop = {}) {
     const auto answer = topics.Await(name, deadline, isPatient, stop);
     if (answer.state == TopicState::Ready) {
@@ -161,37 +169,75 @@ KafkaEventLog::KafkaEventLog(const KafkaSettings& settings) : m_pParts(std::make
 
 KafkaEventLog::~KafkaEventLog() = default;
 
-bool KafkaEventLog::Produce(const Weftline::Record& record, bool durable) {
-    const auto name = CheckedName(record.recordTopic);
-    const auto deadline = Clock::now() + m_pParts->settings.timeout;
-    if (!name || !IsReady(m_pParts->topics, m_pParts->outages, *name, deadline, durable)) {
-        return false;
-    }
-    const std::string message = Kafka::MessageOf(record);
-    auto producer = m_pParts->Producer();
-    auto outcome = producer->Produce(*name, record.recordID, message, durable);
-    if (outcome.error == RdKafka::ERR__FATAL) {
-        m_pParts->Replace(producer);
-        if (!outcome.isQueued) {
-            producer = m_pParts->Producer();
-            outcome = producer->Produce(*name, record.recordID, message, durable);
-        }
-    }
+bool KafkaEventLog::Parts::WasTaken(const Outcome& outcome, const Event& event) {
     switch (outcome.error) {
         case RdKafka::ERR_NO_ERROR:
             return true;
         case RdKafka::ERR_MSG_SIZE_TOO_LARGE:
-            Log::Error("An event of " + std::to_string(message.size()) +
-                       " bytes is larger than Kafka's settings allow: " + record.recordID);
+            Log::Error("An event of " + std::to_string(event.message.size()) +
+                       " bytes is larger than Kafka's settings allow: " + event.key);
             return false;
         case RdKafka::ERR_UNKNOWN_TOPIC_OR_PART:
         case RdKafka::ERR__UNKNOWN_TOPIC:
         case RdKafka::ERR__UNKNOWN_PARTITION:
-            m_pParts->topics.Forget(*name);
+            topics.Forget(event.topicName);
             return false;
         default:
             return false;
     }
+}
+
+std::vector<KafkaEventLog::Parts::Outcome> KafkaEventLog::Parts::Send(std::span<const Event> events,
+                                                                      bool durable) {
+    const auto send = [durable](Kafka::EventProducer& by, std::span<const Event> some) {
+        return durable ? by.ProduceAll(some) : std::vector{by.Queue(some.front())};
+    };
+    auto by = Producer();
+    std::vector<Outcome> outcomes = send(*by, events);
+    if (std::ranges::find(outcomes, RdKafka::ERR__FATAL, &Outcome::error) == outcomes.end()) {
+        return outcomes;
+    }
+    Replace(by);
+    by = Producer();
+    for (std::size_t place = 0; place < events.size(); ++place) {
+        if (outcomes[place].error == RdKafka::ERR__FATAL && !outcomes[place].isQueued) {
+            outcomes[place] = send(*by, events.subspan(place, 1)).front();
+        }
+    }
+    return outcomes;
+}
+
+bool KafkaEventLog::Produce(const Weftline::Record& record, bool durable) {
+    const Weftline::Record* const only = &record;
+    return m_pParts->Produce({&only, 1}, durable).front();
+}
+
+std::vector<bool> KafkaEventLog::ProduceAll(std::span<const Weftline::Record* const> records) {
+    return m_pParts->Produce(records, true);
+}
+
+std::vector<bool> KafkaEventLog::Parts::Produce(std::span<const Weftline::Record* const> records,
+                                                bool durable) {
+    const auto deadline = Clock::now() + settings.timeout;
+    std::vector<bool> taken(records.size());
+    std::vector<Event> events;
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place < records.size(); ++place) {
+        const Weftline::Record& record = *records[place];
+        auto name = CheckedName(record.recordTopic);
+        if (name && IsReady(topics, outages, *name, deadline, durable)) {
+            events.push_back({std::move(*name), record.recordID, Kafka::MessageOf(record)});
+            places.push_back(place);
+        }
+    }
+    if (events.empty()) {
+        return taken;
+    }
+    const std::vector<Outcome> outcomes = Send(events, durable);
+    for (std::size_t sent = 0; sent < events.size(); ++sent) {
+        taken[places[sent]] = WasTaken(outcomes[sent], events[sent]);
+    }
+    return taken;
 }
 
 std::vector<LoggedEvent> KafkaEventLog::Read(const std::string& topic, std::int64_t afterOffset,

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,8 @@ public:
     /// number that helps. Not durable: true once queued. Either way false at once when the queue is full, the
     /// event too large or its topic refused.
     bool Produce(const Weftline::Record& record, bool durable) override;
+
+    std::vector<bool> ProduceAll(std::span<const Weftline::Record* const> records) override;
 
     /// A message that is no event is skipped. An empty list also where the cluster does not answer within
     /// the wait; since nobody can know without asking, a wait below a second may take up to `timeout` then.

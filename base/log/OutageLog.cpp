@@ -1,11 +1,8 @@
-#include "platform/stores/kafka/OutageLog.h"
+#include "base/log/OutageLog.h"
 
 #include "base/log/PlatformLog.h"
 
-namespace CommonServices::Kafka {
-
-using PlatformAbstraction::MutexLock;
-namespace Log = PlatformAbstraction::Log;
+namespace PlatformAbstraction::Log {
 
 void OutageLog::Down(const std::string& subject, const std::string& reason) {
     {
@@ -15,7 +12,7 @@ void OutageLog::Down(const std::string& subject, const std::string& reason) {
         }
         m_count = m_down.size();
     }
-    Log::Warning(subject + ": " + reason);
+    Warning(subject + ": " + reason);
 }
 
 void OutageLog::Up(const std::string& subject) {
@@ -29,7 +26,7 @@ void OutageLog::Up(const std::string& subject) {
         }
         m_count = m_down.size();
     }
-    Log::Info("No longer so: " + subject);
+    Info("No longer so: " + subject);
 }
 
-}  // namespace CommonServices::Kafka
+}  // namespace PlatformAbstraction::Log
