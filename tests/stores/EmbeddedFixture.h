@@ -94,8 +94,9 @@ inline std::future<bool> AnnounceHeld(CommonServices::RecordStore& records, Comm
     };
     auto* const output = new Output;
     auto isStored = output->isStored.get_future();
-    output->End(records.UpsertOneAndProduceHeld(RecordOf(id, topic), events,
-                                                RecordOf("event of " + id, "V2_WFJobEvents"), *output));
+    Weftline::Record event = RecordOf("event of " + id, "V2_WFJobEvents");
+    event.recordData = id;
+    output->End(records.UpsertOneAndProduceHeld(RecordOf(id, topic), events, std::move(event), *output));
     return isStored;
 }
 

@@ -249,12 +249,39 @@ TEST_F(MongoStore, NothingIsLostWhenTheServerIsKilledAgainAndAgain) {
     }
 }
 
+TEST_F(MongoStore, OfAGroupEachEndsAsItDid) {
+    settings.timeout = 60s;
+    const auto store = Open();
+    std::vector<std::future<bool>> stored;
+    const auto announce = [&](const std::string& id, const std::string& topic) {
+        stored.push_back(AnnounceHeld(*store, *log, id, topic));
+    };
+    Names ids;
+    for (int n = 0; n < 600; ++n) {  // more than one group; of each id the second is refused
+        ids.push_back(std::to_string(n));
+        announce(ids.back(), "V2_WFJobs");
+    }
+    for (const auto& first : stored) {
+        first.wait();
+    }
+    for (const std::string& id : ids) {
+        announce(id, "V2_WFProfiles");
+        announce("new " + id, "V2_WFJobs");
+        announce(id, "V2_WFJobs");
+    }
+    for (std::size_t n = 0; n < stored.size(); ++n) {
+        EXPECT_EQ(stored[n].get(), n < 600 || n % 3 != 0) << n;
+    }
+    EXPECT_THAT(Jobs(*store), SizeIs(1200));
+    EXPECT_TRUE(IsAnnouncedInTime(Jobs(*store)));
+}
+
 TEST_F(MongoStore, AServerThatIsStoppedEndsWhatIsAskedOfIt) {
     MongoServer server;
     settings = server.Settings();
     settings.timeout = 800ms;
     settings.connections = 2;
-    const auto store = Open();
+    auto store = Open();
     ASSERT_TRUE(Announce(*store, "a"));
     server.Signal(SIGSTOP);
     {
@@ -267,7 +294,21 @@ TEST_F(MongoStore, AServerThatIsStoppedEndsWhatIsAskedOfIt) {
             });
         }
     }
+    // Writes that nobody waits for are taken at once, and end all the same.
+    std::vector<std::future<bool>> held;
+    for (int n = 0; n < 1500; ++n) {  // more than the groups that are under way
+        held.push_back(AnnounceHeld(*store, *log, "held " + std::to_string(n), "V2_WFJobs"));
+    }
+    EXPECT_EQ(held.back().wait_for(0s), std::future_status::timeout);
+    for (auto& isStored : held) {
+        EXPECT_FALSE(isStored.get());
+    }
+    held.clear();
+    auto last = AnnounceHeld(*store, *log, "last", "V2_WFJobs");
+    store = {};  // the end of the store is the end of all
+    EXPECT_FALSE(last.get());
     server.Signal(SIGCONT);
+    store = Open();
     while (!Announce(*store, "c")) {
     }
     EXPECT_TRUE(store->FindByID("a", "V2_WFJobs").has_value());

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/log/OutageLog.h"
 #include "base/log/PlatformLog.h"
 #include "platform/stores/EventLog.h"
 #include "platform/stores/mongo/Client.h"
@@ -15,14 +16,16 @@
 namespace CommonServices::Mongo {
 
 using PlatformAbstraction::MutexLock;
+using PlatformAbstraction::Log::OutageLog;
 
 namespace {
 
-constexpr std::size_t kLanes = 8;
+// While one waits for the log the other takes out what was announced.
+constexpr std::size_t kLanes = 2;
 // More are left to the relay, so that a log that is away costs no more memory than this.
-constexpr std::size_t kMostWaiting = 256;
-// How many are taken out of their outboxes with one message to the database.
-constexpr std::size_t kBatch = 32;
+constexpr std::size_t kMostWaiting = 1024;
+// How many go to the log together, and with one message to the database.
+constexpr std::size_t kMostAtOnce = 256;
 
 Client::Step TakingOut(const PendingEvent& event) {
     Document filter = event.id;
@@ -37,6 +40,9 @@ Client::Step TakingOut(const PendingEvent& event) {
 
 // The usual case, in which nothing else is pending.
 Client::Step TakingOutTheOnly(const PendingEvent& event) {
+    if (event.isOfRemoved) {
+        return TakingOut(event);
+    }
     Document filter = event.id;
     filter.Id(Fields::kOutboxToken, event.token).Child(Fields::kOutbox, Document().Int("$size", 1));
     Document update;
@@ -44,14 +50,20 @@ Client::Step TakingOutTheOnly(const PendingEvent& event) {
     return {filter, update};
 }
 
+constexpr const char* kLogOutage =
+    "Events do not reach the event log; they stay with their records and are sent again until they do";
+constexpr const char* kOutage =
+    "Events that were announced stay with their records, so they may come a second time";
+
 }  // namespace
 
 bool Announcer::ByBytes::operator()(const Token& left, const Token& right) const noexcept {
     return bson_oid_compare(&left, &right) < 0;
 }
 
-Announcer::Announcer(std::shared_ptr<EventLog> log, Clients& clients)
-    : m_pLog(std::move(log)), m_clients(clients) {
+Announcer::Announcer(std::shared_ptr<EventLog> log, Clients& clients, std::chrono::milliseconds timeout,
+                     OutageLog& outages)
+    : m_pLog(std::move(log)), m_clients(clients), m_outages(outages), m_limit(timeout, kMostAtOnce) {
     std::generate_n(std::back_inserter(m_lanes), kLanes, std::make_unique<Lane>);
     for (const auto& lane : m_lanes) {
         lane->thread = std::jthread([this, &lane = *lane](const std::stop_token& stop) { Run(lane, stop); });
@@ -83,10 +95,12 @@ bool Announcer::Put(Lane& lane, PendingEvent event) {
     return true;
 }
 
-bool Announcer::Offer(PendingEvent event) {
-    Lane& lane = LaneOf(event);
-    const MutexLock lock(lane.mutex);
-    return Put(lane, std::move(event));
+void Announcer::Offer(std::vector<PendingEvent> events) {
+    for (PendingEvent& event : events) {
+        Lane& lane = LaneOf(event);
+        const MutexLock lock(lane.mutex);
+        Put(lane, std::move(event));
+    }
 }
 
 bool Announcer::OfferWithin(const Patience& patience, PendingEvent event) {
@@ -122,18 +136,12 @@ void Announcer::Run(Lane& lane, const std::stop_token& stop) {
             if (stop.stop_requested()) {
                 return;
             }
-            while (!lane.events.empty() && events.size() < kBatch) {
+            while (!lane.events.empty() && events.size() < m_limit.Get()) {
                 events.push_back(std::move(lane.events.front()));
                 lane.events.pop_front();
             }
         }
-        std::vector<PendingEvent> announced;
-        for (const PendingEvent& event : events) {
-            if (!stop.stop_requested() && Announce(event)) {
-                announced.push_back(event);
-            }
-        }
-        TakeOut(announced);
+        TakeOut(Announce(events));
         const MutexLock lock(lane.mutex);
         for (const PendingEvent& event : events) {
             lane.underWay.erase(event.token);
@@ -142,44 +150,58 @@ void Announcer::Run(Lane& lane, const std::stop_token& stop) {
     }
 }
 
-bool Announcer::Announce(const PendingEvent& event) noexcept {
+std::vector<const PendingEvent*> Announcer::Announce(const std::vector<PendingEvent>& events) noexcept {
+    std::vector<const PendingEvent*> announced;
     std::string reason = "it was refused";
     try {
-        if (m_pLog->Produce(event.event, true)) {
-            if (m_refused.exchange(0) > 0) {
-                PlatformAbstraction::Log::Info("The event log takes events again");
+        std::vector<const Weftline::Record*> records;
+        for (const PendingEvent& event : events) {
+            records.push_back(&event.event);
+        }
+        announced.reserve(events.size());
+        const std::vector<bool> taken = m_pLog->ProduceAll(records);
+        for (std::size_t place = 0; place < events.size(); ++place) {
+            if (taken[place]) {
+                announced.push_back(&events[place]);
             }
-            return true;
         }
     } catch (const std::exception& fault) {
         reason = fault.what();
     }
-    if (m_refused.fetch_add(1) == 0) {
-        PlatformAbstraction::Log::Warning("An event did not reach the event log and stays with its record (" +
-                                          reason + "); it is sent again until it does");
+    if (!announced.empty()) {
+        m_refused = 0;
     }
-    return false;
+    if (announced.size() < events.size()) {
+        m_refused += events.size() - announced.size();
+        m_outages.Down(kLogOutage, reason);
+    } else {
+        m_outages.Up(kLogOutage);
+    }
+    return announced;
 }
 
-void Announcer::TakeOut(const std::vector<PendingEvent>& events) noexcept {
+void Announcer::TakeOut(const std::vector<const PendingEvent*>& events) noexcept {
     if (events.empty()) {
         return;
     }
+    const auto start = std::chrono::steady_clock::now();
     try {
-        std::vector<Client::Step> steps;
-        for (const PendingEvent& event : events) {
-            if (!event.isOfRemoved) {
-                steps.push_back(TakingOutTheOnly(event));
+        Client client(m_clients);
+        const auto write = [&](Client::Step (*take)(const PendingEvent&)) {
+            std::vector<Client::Step> steps;
+            for (const PendingEvent* event : events) {
+                steps.push_back(take(*event));
             }
+            return client.Write(Collections::kRecords, steps, Durability::One);
+        };
+        if (write(TakingOutTheOnly) < events.size()) {
+            write(TakingOut);
         }
-        std::ranges::transform(events, std::back_inserter(steps), TakingOut);
-        Client(m_clients).Write(Collections::kRecords, steps, Durability::One);
+        m_outages.Up(kOutage);
     } catch (const std::exception& fault) {
-        PlatformAbstraction::Log::Warning(
-            "Events that were announced stay with their records, so they may "
-            "come a second time: " +
-            std::string(fault.what()));
+        m_outages.Down(kOutage, fault.what());
     }
+    m_limit.Note(events.size(), std::chrono::steady_clock::now() - start);
 }
 
 }  // namespace CommonServices::Mongo

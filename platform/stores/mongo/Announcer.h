@@ -14,7 +14,9 @@
 
 #include "Core/src/wf_Record.h"
 #include "base/concurrency/Mutex.h"
+#include "base/log/OutageLog.h"
 #include "platform/stores/mongo/Document.h"
+#include "platform/stores/mongo/GroupLimit.h"
 
 namespace CommonServices {
 class EventLog;
@@ -38,20 +40,23 @@ struct Patience {
     std::stop_token stop = {};
 };
 
-/// Brings pending events to the event log and takes them out of their outboxes, on threads of its own: those
-/// of one record one after the other, those of others beside it, since the log answers each in its own time.
+/// Brings pending events to the event log and takes them out of their outboxes, on threads of its own and as
+/// many at once as there are by then: those of one record in order.
 /// What the log does not take, or the end comes before, stays pending. Any thread may call.
 class Announcer {
 public:
-    Announcer(std::shared_ptr<EventLog> log, Clients& clients);
+    /// `clients` and `outages` must outlive it.
+    Announcer(std::shared_ptr<EventLog> log, Clients& clients, std::chrono::milliseconds timeout,
+              PlatformAbstraction::Log::OutageLog& outages);
     /// Waits for the events that the log is at.
     ~Announcer();
     Announcer(const Announcer&) = delete;
     Announcer& operator=(const Announcer&) = delete;
 
-    /// Without effect for an event that is under way already. False where there is no room.
-    bool Offer(PendingEvent event);
-    /// The same, but waits for room first.
+    /// Those for which there is no room are left to the relay, and those that are under way already as they
+    /// are.
+    void Offer(std::vector<PendingEvent> events);
+    /// The same of one, but waits for room first; false where there was none in time.
     bool OfferWithin(const Patience& patience, PendingEvent event);
     /// Waits until nothing is under way; false where that did not come in time.
     bool IsIdleWithin(const Patience& patience);
@@ -75,11 +80,14 @@ private:
     Lane& LaneOf(const PendingEvent& event);
     bool Put(Lane& lane, PendingEvent event) QUILLON_REQUIRES(lane.mutex);
     void Run(Lane& lane, const std::stop_token& stop);
-    bool Announce(const PendingEvent& event) noexcept;
-    void TakeOut(const std::vector<PendingEvent>& events) noexcept;
+    /// Gives those that the log has.
+    std::vector<const PendingEvent*> Announce(const std::vector<PendingEvent>& events) noexcept;
+    void TakeOut(const std::vector<const PendingEvent*>& events) noexcept;
 
     const std::shared_ptr<EventLog> m_pLog;
     Clients& m_clients;
+    PlatformAbstraction::Log::OutageLog& m_outages;
+    GroupLimit m_limit;
     std::atomic<std::uint64_t> m_refused{0};
     std::vector<std::unique_ptr<Lane>> m_lanes;  // constant after construction
 };

@@ -106,6 +106,10 @@ Fault::Kind KindOf(const bson_error_t& error, const bson_t* reply) {
     return Fault::Kind::Other;
 }
 
+std::size_t CountOf(const Document& reply, const char* key) {
+    return static_cast<std::size_t>(Value(*reply.Get(), key).Number().value_or(0));
+}
+
 }  // namespace
 
 std::string WithoutUserInfo(std::string_view text) {
@@ -202,7 +206,7 @@ std::int64_t Client::Update(const char* collection, const Document& filter, cons
     return Value(*reply.Get(), "matchedCount").Number().value_or(0);
 }
 
-void Client::Write(const char* collection, const std::vector<Step>& steps, Durability durability) {
+std::size_t Client::Write(const char* collection, const std::vector<Step>& steps, Durability durability) {
     Document options;
     if (durability == Durability::One) {
         const WriteConcern one(mongoc_write_concern_new());
@@ -226,6 +230,44 @@ void Client::Write(const char* collection, const std::vector<Step>& steps, Durab
     if (mongoc_bulk_operation_execute(bulk.get(), reply.Get(), &error) == 0) {
         Fail(error, reply.Get());
     }
+    return CountOf(reply, "nMatched") + CountOf(reply, "nRemoved");
+}
+
+std::vector<Client::Refusal> Client::Upsert(const char* collection, std::span<const Step* const> steps) {
+    Document inAnyOrder;
+    inAnyOrder.Bool("ordered", false);
+    Document options;
+    options.Bool("upsert", true).Bool("validate", false);  // as in `Update`
+    const Collection records(Open(collection));
+    const Bulk bulk(mongoc_collection_create_bulk_operation_with_opts(records.get(), inAnyOrder.Get()));
+    bson_error_t error{};
+    for (const Step* const step : steps) {
+        if (!mongoc_bulk_operation_update_one_with_opts(bulk.get(), step->filter.Get(), step->update.Get(),
+                                                        options.Get(), &error)) {
+            Fail(error, nullptr);
+        }
+    }
+    Document reply;
+    const bool isTaken = mongoc_bulk_operation_execute(bulk.get(), reply.Get(), &error) != 0;
+    std::vector<Refusal> refusals;
+    for (const Document& refusal : Value(*reply.Get(), "writeErrors").Children()) {
+        const auto place = static_cast<std::size_t>(Value(*refusal.Get(), "index").Number().value_or(-1));
+        const bool isDuplicate = Value(*refusal.Get(), "code").Number() == MONGOC_ERROR_DUPLICATE_KEY;
+        if (place >= steps.size()) {
+            throw Fault(Fault::Kind::Other, "the database refuses what it was not given");
+        }
+        refusals.push_back(
+            {place, Fault(isDuplicate ? Fault::Kind::Duplicate : Fault::Kind::Other,
+                          m_clients.WithoutPasswords(std::string(Value(*refusal.Get(), "errmsg").Text())))});
+    }
+    // What took no majority, or was lost on the way, is told of all and not of one.
+    if (!isTaken && (refusals.empty() || !Value(*reply.Get(), "writeConcernErrors").Children().empty())) {
+        Fail(error, reply.Get());
+    }
+    if (CountOf(reply, "nMatched") + CountOf(reply, "nUpserted") + refusals.size() != steps.size()) {
+        throw Fault(Fault::Kind::Other, "the database tells of other writes than it was given");
+    }
+    return refusals;
 }
 
 void Client::Insert(const char* collection, const Document& document) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -38,7 +39,7 @@ public:
 
     Fault(Kind kindOfFault, const std::string& text) : std::runtime_error(text), kind(kindOfFault) {}
 
-    const Kind kind;
+    Kind kind;
 };
 
 /// Is shown a document, and gives whether it wants the next. (By the name without attributes, which a
@@ -66,11 +67,20 @@ public:
     std::int64_t Update(const char* collection, const Document& filter, const Document& update,
                         IfMissing ifMissing = IfMissing::Leave);
     /// Takes steps one after the other: each updates one document, or deletes it where `update` is empty.
+    /// Gives how many found theirs.
     struct Step {
         Document filter;
         Document update;
     };
-    void Write(const char* collection, const std::vector<Step>& steps, Durability durability);
+    std::size_t Write(const char* collection, const std::vector<Step>& steps, Durability durability);
+    /// Takes steps with one message, in whatever order: each updates the document of its filter or inserts
+    /// it. Gives the places of those that were refused. Throws where it is not known of each whether it was
+    /// taken.
+    struct Refusal {
+        std::size_t place;
+        Fault fault;
+    };
+    std::vector<Refusal> Upsert(const char* collection, std::span<const Step* const> steps);
     void Insert(const char* collection, const Document& document);
     void Delete(const char* collection, const Document& filter);
     /// The document as it is after the update. Throws where there is none.

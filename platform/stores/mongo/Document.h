@@ -27,6 +27,10 @@ public:
     Document() { bson_init(&m_bson); }
     explicit Document(const bson_t& other) { bson_copy_to(&other, &m_bson); }
     Document(const Document& other) : Document(other.m_bson) {}
+    Document(Document&& other) noexcept {
+        bson_steal(&m_bson, &other.m_bson);
+        bson_init(&other.m_bson);
+    }
     Document& operator=(const Document&) = delete;
     ~Document() { bson_destroy(&m_bson); }
 

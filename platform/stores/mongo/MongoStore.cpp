@@ -5,13 +5,15 @@
 #include <map>
 #include <utility>
 
-#include "base/log/PlatformLog.h"
+#include "base/log/OutageLog.h"
 #include "platform/stores/RecordStore.h"
 #include "platform/stores/mongo/Announcer.h"
 #include "platform/stores/mongo/Client.h"
+#include "platform/stores/mongo/HeldUpserts.h"
 #include "platform/stores/mongo/OutboxRelay.h"
 #include "platform/stores/mongo/Places.h"
 #include "platform/stores/mongo/RecordDocument.h"
+#include "platform/stores/mongo/Upserts.h"
 
 namespace CommonServices {
 
@@ -20,18 +22,13 @@ namespace Mongo {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using PlatformAbstraction::Log::Error;
 
-// What one document may take, less what the server wants beside it; a larger one would come back refused.
-constexpr std::size_t kMostDocumentBytes = 16 * 1024 * 1024 - 16 * 1024;
+constexpr const char* kReadOutage = "The store cannot be read";
+constexpr const char* kReplaceOutage = "Records cannot be replaced";
+constexpr const char* kDeleteOutage = "Records cannot be deleted";
+
 // Ids that go with one message, so that it stays far below what a message may take.
 constexpr std::size_t kIdsAtOnce = 1000;
-
-Document WithId(const std::string& id) {
-    Document filter;
-    filter.Text(Fields::kId, id);
-    return filter;
-}
 
 Document WithIds(std::span<const std::string> ids) {
     Document filter;
@@ -105,8 +102,10 @@ public:
         : m_timeout(settings.timeout),
           m_events(events.get()),
           m_clients(settings),
-          m_announcer(std::move(events), m_clients),
-          m_relay((Prepare(m_clients), settings), m_clients, m_announcer) {}
+          m_upserts(m_clients, m_places, m_outages),
+          m_announcer(std::move(events), m_clients, settings.timeout, m_outages),
+          m_relay((Prepare(m_clients), settings), m_clients, m_announcer),
+          m_held(settings.timeout, m_upserts, m_announcer) {}
 
     bool UpsertOne(const Weftline::Record& record) override { return Upsert(record, nullptr); }
 
@@ -118,12 +117,16 @@ public:
         if (&events != m_events) {
             return RecordStore::UpsertOneAndProduce(record, events, event);
         }
-        PendingEvent pending{WithId(record.recordID), NewToken(), false, event};
-        if (!Upsert(record, &pending)) {
-            return false;
+        return Upsert(record, &event);
+    }
+
+    bool UpsertOneAndProduceHeld(Weftline::Record&& record, EventLog& events, Weftline::Record&& event,
+                                 PlatformAbstraction::HeldOutput& output) override {
+        if (&events != m_events) {
+            return RecordStore::UpsertOneAndProduce(record, events, event);
         }
-        m_announcer.Offer(std::move(pending));  // where there is no room, the relay comes by
-        return true;
+        auto upsert = NewUpsert(record, &event);
+        return upsert != nullptr && m_held.Add(std::move(upsert), output);
     }
 
     std::optional<Weftline::Record> FindByID(const std::string& id, const std::string& collection) override {
@@ -168,13 +171,14 @@ private:
         try {
             Client client(m_clients);
             work(client);
+            m_outages.Up(kReadOutage);
         } catch (const Fault& fault) {
-            Error("The store cannot be read: " + std::string(fault.what()));
+            m_outages.Down(kReadOutage, fault.what());
             throw ObjectStoreException("The store cannot be read: the database refuses or does not answer");
         }
     }
     Clock::time_point Deadline() const { return Clock::now() + m_timeout / 2; }
-    bool Upsert(const Weftline::Record& record, const PendingEvent* event);
+    bool Upsert(const Weftline::Record& record, const Weftline::Record* event);
     std::vector<std::optional<Weftline::Record>> FindMany(const std::vector<std::string>& ids,
                                                           const std::string& collection,
                                                           const Document& options);
@@ -184,9 +188,12 @@ private:
     const std::chrono::milliseconds m_timeout;
     const EventLog* const m_events;
     Clients m_clients;
+    PlatformAbstraction::Log::OutageLog m_outages;
     Places m_places;
+    UpsertWriter m_upserts;
     Announcer m_announcer;
     OutboxRelay m_relay;
+    HeldUpserts m_held;
 };
 
 void MongoRecordStore::Prepare(Clients& clients) {
@@ -200,66 +207,25 @@ void MongoRecordStore::Prepare(Clients& clients) {
     }
 }
 
-bool MongoRecordStore::Upsert(const Weftline::Record& record, const PendingEvent* event) {
-    const auto refuse = [](const std::string& why) {
-        Error("A record cannot be stored: " + why);
+bool MongoRecordStore::Upsert(const Weftline::Record& record, const Weftline::Record* event) {
+    const auto upsert = NewUpsert(record, event);
+    if (upsert == nullptr) {
         return false;
-    };
-    const auto deadline = Deadline();
-    const auto now = std::chrono::system_clock::now();
-    Document filter = WithId(record.recordID);
-    filter.Text(Fields::kCollection, record.recordTopic);
-    Document changes;
-    changes.Child("$set", FieldsOf(record, now));
-    if (event != nullptr) {
-        changes.Child("$push", Document().Child(Fields::kOutbox, OutboxEntryOf(event->token, event->event)))
-            .Child("$min", Document().Time(Fields::kSince, now));
     }
-    if (const std::size_t bytes = filter.Size() + changes.Size(); bytes > kMostDocumentBytes) {
-        return refuse("it takes " + std::to_string(bytes) + " bytes, and MongoDB takes " +
-                      std::to_string(kMostDocumentBytes));
+    Mongo::Upsert* const only = upsert.get();
+    m_upserts.Write({&only, 1}, Deadline());
+    if (upsert->isStored && event != nullptr) {
+        m_announcer.Offer({std::move(*upsert->event)});
     }
-    try {
-        Client client(m_clients);
-        for (;;) {
-            Document update = changes;
-            update.Child("$setOnInsert", Document().Long(Fields::kPlace, m_places.Take(client)));
-            if (Clock::now() >= deadline) {
-                return refuse("the database is too slow");
-            }
-            try {
-                client.Update(Collections::kRecords, filter, update, IfMissing::Insert);
-                return true;
-            } catch (const Fault& fault) {
-                if (fault.kind != Fault::Kind::Duplicate) {
-                    throw;
-                }
-            }
-            // Either the id lives elsewhere, or another made this very record meanwhile.
-            bool isOurs = false;
-            client.Find(Collections::kRecords, filter, Document(), [&isOurs](const bson_t&) {
-                isOurs = true;
-                return false;
-            });
-            if (!isOurs) {
-                return refuse("another collection has one of this id");
-            }
-        }
-    } catch (const Fault& fault) {
-        return refuse(fault.what());
-    }
+    return upsert->isStored;
 }
 
 // All of what was seen stands in the filter, so the database itself compares, and what else the document has
 // does not matter.
 ReplaceOutcome MongoRecordStore::ReplaceIf(const std::optional<Weftline::Record>& seen,
                                            const Weftline::Record& next) {
-    const auto fail = [](const std::string& why) {
-        Error("A record cannot be replaced: " + why);
-        return ReplaceOutcome::Failed;
-    };
-    Document filter = WithId(next.recordID);
-    filter.Text(Fields::kCollection, next.recordTopic);
+    Document filter;
+    filter.Text(Fields::kId, next.recordID).Text(Fields::kCollection, next.recordTopic);
     Document update;
     update.Child("$set", FieldsOf(next, std::chrono::system_clock::now()));
     if (seen) {
@@ -267,21 +233,24 @@ ReplaceOutcome MongoRecordStore::ReplaceIf(const std::optional<Weftline::Record>
     } else {
         filter.Child(Fields::kPlace, Document().Bool("$exists", false));  // so that one that is there clashes
     }
-    if (const std::size_t bytes = std::max(filter.Size(), update.Size()); bytes > kMostDocumentBytes) {
-        return fail("it takes " + std::to_string(bytes) + " bytes, and MongoDB takes " +
-                    std::to_string(kMostDocumentBytes));
+    if (!FitsDocument(std::max(filter.Size(), update.Size()))) {
+        return ReplaceOutcome::Failed;
     }
     try {
         Client client(m_clients);
         if (!seen) {
             update.Child("$setOnInsert", Document().Long(Fields::kPlace, m_places.Take(client)));
-            client.Update(Collections::kRecords, filter, update, IfMissing::Insert);
-            return ReplaceOutcome::Replaced;
         }
-        return client.Update(Collections::kRecords, filter, update) > 0 ? ReplaceOutcome::Replaced
-                                                                        : ReplaceOutcome::Changed;
+        const auto ifMissing = seen ? IfMissing::Leave : IfMissing::Insert;
+        const bool isSame = client.Update(Collections::kRecords, filter, update, ifMissing) > 0;
+        m_outages.Up(kReplaceOutage);
+        return isSame || !seen ? ReplaceOutcome::Replaced : ReplaceOutcome::Changed;
     } catch (const Fault& fault) {
-        return fault.kind == Fault::Kind::Duplicate ? ReplaceOutcome::Changed : fail(fault.what());
+        if (fault.kind == Fault::Kind::Duplicate) {
+            return ReplaceOutcome::Changed;
+        }
+        m_outages.Down(kReplaceOutage, fault.what());
+        return ReplaceOutcome::Failed;
     }
 }
 
@@ -357,9 +326,10 @@ bool MongoRecordStore::DeleteMany(const std::vector<std::string>& ids) {
     try {
         Client client(m_clients);
         client.InTransaction(Deadline(), [&] { Delete(client, ids); });
+        m_outages.Up(kDeleteOutage);
         return true;
     } catch (const Fault& fault) {
-        Error("Records cannot be deleted: " + std::string(fault.what()));
+        m_outages.Down(kDeleteOutage, fault.what());
         return false;
     }
 }
@@ -395,7 +365,7 @@ std::vector<std::string> MongoRecordStore::TakeDataWithReferencedID(const std::s
             if (data.empty()) {
                 throw;
             }
-            Error("Results that were given cannot be deleted: " + std::string(fault.what()));
+            m_outages.Down(kDeleteOutage, fault.what());
         }
     });
     return data;
