@@ -1,7 +1,6 @@
 #include "farm/coordinator/JobFollower.h"
 
 #include <algorithm>
-#include <charconv>
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "Core/src/Vocabulary.h"
 #include "base/log/PlatformLog.h"
 #include "base/parameters/Parameters.h"
+#include "farm/protocol/FarmState.h"
 #include "farm/protocol/Pause.h"
 #include "platform/stores/ObjectStore.h"
 #include "platform/stores/StoreChoice.h"
@@ -31,22 +31,6 @@ constexpr std::size_t kReadAtOnce = 8;  // records, of which each may be megabyt
 constexpr std::chrono::milliseconds kKeepEvery{1000};
 constexpr std::chrono::milliseconds kPauseAfterFailure{1000};
 
-constexpr char kCollection[] = "V2_WFFarm";
-constexpr char kType[] = "FarmPosition";
-constexpr char kRecordId[] = "farm.coordinator.position";
-constexpr std::int32_t kVersion = 1;
-
-// As a text: offsets outgrow the numbers of a tree.
-std::int64_t ReadOffset(const std::string& json) try {
-    std::string text;
-    std::int64_t offset = 0;
-    CoreServices::Parameters::fromJSON(json).GetParameter(Weftline::Keys::Offset, text);
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), offset);
-    return error == std::errc() && end == text.data() + text.size() && offset > 0 ? offset : 0;
-} catch (const std::runtime_error&) {
-    return 0;
-}
-
 bool IsInLog(std::int64_t offset) {
     return !StoreChoice::Events()->Read(std::string(Weftline::Topics::JobEvents), offset - 1, 1, {}).empty();
 }
@@ -64,24 +48,19 @@ KeptPosition::KeptPosition() {
 }
 
 void KeptPosition::Load() {
-    m_stored = ObjectStore().FindByID(kRecordId, kCollection);
-    m_offset = m_stored ? ReadOffset(m_stored->recordData) : 0;
+    m_stored = ObjectStore().FindByID(kPositionId, kStateCollection);
+    m_offset = m_stored ? OffsetOf(*m_stored) : 0;
 }
 
 bool KeptPosition::Keep(std::int64_t offset) {
-    Record position(kType, kVersion, kCollection);
-    position.recordID = kRecordId;
-    position.systemCreated = true;
-    CoreServices::Parameters data;
-    data.SetParameter(Weftline::Keys::Offset, std::to_string(offset));
-    position.recordData = data.toJSON();
+    Record position = PositionRecord(offset);
     switch (ObjectStore().ReplaceIf(m_stored, position)) {
         case CommonServices::ReplaceOutcome::Replaced:
             m_stored = std::move(position);
             m_offset = offset;
             return true;
         case CommonServices::ReplaceOutcome::Changed:
-            m_stored = ObjectStore().FindByID(kRecordId, kCollection);
+            m_stored = ObjectStore().FindByID(kPositionId, kStateCollection);
             return false;
         case CommonServices::ReplaceOutcome::Failed:
             return false;
