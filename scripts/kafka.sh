@@ -51,6 +51,8 @@ offsets.topic.replication.factor=1
 offsets.topic.num.partitions=1
 transaction.state.log.replication.factor=1
 transaction.state.log.min.isr=1
+broker.heartbeat.interval.ms=500
+broker.session.timeout.ms=3000
 END
     "${java_command[@]}" kafka.tools.StorageTool format -c "$directory/server.properties" \
         -t "$(openssl rand -base64 16 | tr '+/' '-_' | tr -d '=')" >&2
