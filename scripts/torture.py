@@ -54,14 +54,14 @@ class Journal:
             directories = (body.pop("metadataDirectory"), body.pop("processingControlDirectoryPath"))
             assert body == request_of(marker) and all(job["recordID"] in name for name in directories), body
         announced = collections.Counter(json.loads(event["recordData"])["id"] for event in service.events())
-        assert max(announced.values(), default=1) == 1, "an event is there twice"
+        assert service.repeats_events or max(announced.values(), default=1) == 1, "an event is there twice"
         assert announced.keys() >= set(jobs.values()), "a job without its event"
         assert purged or announced.keys() <= set(jobs.values()), "an event without its job"
         for marker, key in self.answered.items():
             assert jobs.get(marker) == key, "%s was answered, and is gone" % marker
         left = jobs.keys() - self.answered.keys()
         assert left <= self.lost, "refused, and there: %s" % (left - self.lost)
-        assert [row[0] for row in service.query("PRAGMA integrity_check")] == ["ok"]
+        service.check_integrity()
         return left
 
 

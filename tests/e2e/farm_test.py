@@ -1,22 +1,22 @@
-"""The local farm: what becomes of a job, on one machine with nothing beside the program."""
+"""The local farm: what becomes of a job."""
 
 import json
 import signal
 import unittest
 import urllib.parse
 
-from quillon import ROOT, Service, wait_until
+from quillon import ROOT, deploy, wait_until
 
 MOBS = {"InputMobIDs": ["mob-1", "mob-2"]}
 
 
 def farm(task_milliseconds, **more):
-    return {"farm": dict(more, taskMilliseconds=task_milliseconds)}
+    return {"farm": dict(more, enabled=True, taskMilliseconds=task_milliseconds)}
 
 
 class Farm(unittest.TestCase):
     def start(self, settings):
-        service = Service(settings=settings)
+        service = deploy(settings=settings)
         self.addCleanup(service.close)
         service.wait_for_start()
         return service
@@ -41,6 +41,7 @@ class Farm(unittest.TestCase):
         status, _, refused = service.post("/jobs/" + key, {}, method="DELETE")
         self.assertEqual(status, 500)
         self.assertRegex(refused, '"Found job had invalid status for deletion: (Created|Readied|Evaluated|Tasked)"')
+        wait_until(lambda: key in self.listed(service), "job in the list")
         seen, at_work = [], set()
 
         def look_until_it_is_done():
@@ -117,7 +118,7 @@ class Farm(unittest.TestCase):
                 wait_until(lambda line=line: line in service.errors, line)
 
     def test_catalogues_of_ones_own(self):
-        service = Service(settings=farm(0, catalogueDirectory="mine"))
+        service = deploy(settings=farm(0, catalogueDirectory="mine"))
         self.addCleanup(service.close)
         self.assertEqual(service.exit_code(), 254)
         self.assertIn('The catalogue directory "mine" is not there.', service.errors)
@@ -129,7 +130,7 @@ class Farm(unittest.TestCase):
 
     def check_rerun(self, service, keys):
         """What was not done comes to its end after the next start, at once."""
-        (service.directory / "settings.json").write_text(json.dumps(farm(0)))
+        service.write_settings(farm(0))
         service.start()
         for key in keys:
             self.wait_for_status(service, key, "Completed")
@@ -138,12 +139,16 @@ class Farm(unittest.TestCase):
         service = self.start(farm(20))
         queries = [service.submit("/submitVideoFormatsQuery", {"CompressionFamily": "Ravex HQX"}) for _ in range(20)]
         media = [service.submit("/submitMixdown", {}) for _ in range(20)]
-        ended = "SELECT recordID, recordPublicData FROM records WHERE recordPublicData LIKE '%\"Completed\"%'"
-        wait_until(lambda: len(service.query(ended)) >= 10, "the first ten jobs")
+
+        def ended():
+            return {job["recordID"]: job["recordPublicData"] for job in service.jobs()
+                    if '"Completed"' in job["recordPublicData"]}
+
+        wait_until(lambda: len(ended()) >= 10, "the first ten jobs")
         service.end(signal.SIGKILL)
-        before = {row["recordID"]: row["recordPublicData"] for row in service.query(ended)}
+        before = ended()
         self.check_rerun(service, [*queries, *media])
-        after = {row["recordID"]: row["recordPublicData"] for row in service.query(ended)}
+        after = ended()
         self.assertEqual(before, {key: after[key] for key in before})
         for key in queries:
             found = self.ask(service, "/findVideoFormats?queryID=" + key, method="GET")

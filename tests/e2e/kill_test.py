@@ -1,21 +1,15 @@
 """Death and end of the process under load, at random moments and at chosen places; few rounds of what
 scripts/torture.sh does at length."""
 
-import mmap
 import signal
 import unittest
 
 import torture
-from quillon import BINARY, Service
+from quillon import Service, has_failpoints
 
 # How many jobs are left of the submission that does not come past this place.
 PLACES = {"between-record-and-event": 0, "before-group-commit": 0, "after-group-commit": 1, "before-answer": 1,
           "before-held-answers": None}  # where nobody else is at work no answer is held
-
-
-def has_failpoints():
-    with open(BINARY, "rb") as file, mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ) as program:
-        return program.find(b"QUILLON_FAILPOINT\0") >= 0
 
 
 class Torture(unittest.TestCase):

@@ -3,6 +3,7 @@
 import contextlib
 import http.client
 import json
+import mmap
 import os
 import pathlib
 import re
@@ -17,20 +18,36 @@ from packed_text import unpack_rows
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 BINARY = os.environ.get("QUILLON_SCHEDULER", str(ROOT / "build/release/bin/quillon-scheduler"))
+IN_CLUSTER = os.environ.get("QUILLON_DEPLOY") == "cluster"  # or a program by itself
 SERVICE_NAME = "orvik.quillon.processing.scheduler"
 DEADLINE_SECONDS = 30  # for what takes milliseconds, on a machine that is busy with something else
+
+
+def deploy(*options, settings=None):
+    """A service of which a story holds however it is deployed."""
+    if IN_CLUSTER:
+        from cluster import Cluster
+        return Cluster().start_alone(*options, settings=settings)
+    return Service(*options, settings=settings)
+
+
+def has_failpoints():
+    with open(BINARY, "rb") as file, mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ) as program:
+        return program.find(b"QUILLON_FAILPOINT\0") >= 0
 
 
 class Service:
     """Starts the program on port 0; `directory` holds what it prints, its store and its home."""
 
+    repeats_events = False  # an event may be announced more than once
+
     def __init__(self, *options, store=True, settings=None, environment=None, launcher=()):
         self._temporary = tempfile.TemporaryDirectory(prefix="quillon-e2e-")
         self.directory = pathlib.Path(self._temporary.name)
         self.store = self.directory / "store.db"
-        self._defaults = ["--port=0"] + (["--mongo-uri=sqlite:%s" % self.store] if store else [])
+        self._defaults = self.default_options(store)
         if settings is not None:
-            (self.directory / "settings.json").write_text(json.dumps(settings))
+            self.write_settings(settings)
             self._defaults.append("--config=settings.json")
         self._environment = {name: value for name, value in os.environ.items()
                              if name != "PUBLIC" and not name.startswith("zrf_")}
@@ -41,6 +58,12 @@ class Service:
         self._environment.update(environment or {})
         self.launcher = launcher  # words of a command that becomes the program
         self.start(*options)
+
+    def default_options(self, store):
+        return ["--port=0"] + (["--mongo-uri=sqlite:%s" % self.store] if store else [])
+
+    def write_settings(self, settings):
+        (self.directory / "settings.json").write_text(json.dumps(settings))
 
     def start(self, *options):
         """Also once more, after the process has ended, on the same store."""
@@ -117,14 +140,25 @@ class Service:
             unpack_rows(database)
             return database.execute(sql, values).fetchall()
 
+    def records(self, collection):
+        return self.query("SELECT * FROM records WHERE recordTopic = ? ORDER BY rowid", collection)
+
     def jobs(self):
-        return self.query("SELECT * FROM records WHERE recordTopic = 'V2_WFJobs'")
+        return self.records("V2_WFJobs")
 
     def job(self, key):
         return next(job for job in self.jobs() if job["recordID"] == key)
 
     def events(self):
         return self.query("SELECT * FROM events WHERE recordTopic = 'V2_WFJobEvents' ORDER BY eventOffset")
+
+    def insert(self, records):
+        """What another program of the farm stores meanwhile: (type, collection, data, public data)."""
+        self.write(("INSERT INTO records (recordType, recordTopic, recordData, recordPublicData)"
+                    " VALUES (?, ?, ?, ?)", records))
+
+    def check_integrity(self):
+        assert [row[0] for row in self.query("PRAGMA integrity_check")] == ["ok"]
 
     def write(self, *statements):
         """What another program of the farm does to the store meanwhile: (SQL, rows of values), in one transaction."""

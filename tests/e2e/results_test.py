@@ -7,12 +7,13 @@ import pathlib
 import unittest
 import urllib.parse
 
-from quillon import Service, wait_until
+from quillon import IN_CLUSTER, deploy, wait_until
 
 FORMAT = json.dumps({
     "RasterSize": {"Width": 1920, "Height": 1080}, "Progressive": True, "ChromaSampling": "422", "BitsPerComponent": 10,
     "ColorSpace": "x", "FrameRate": {"Numerator": 25, "Denominator": 1}, "CompressionFamily": "f", "EncodingName": "e",
     "Compressed": True, "Preset": "p", "FileFormat": "é", "SampleRate": 48000, "BitsPerSample": 24})
+MANY = 240 if IN_CLUSTER else 3000  # the stand-in for MongoDB deletes some hundreds a second
 # Path of the find message: collection and type of the records, and the answer to an unknown id.
 KINDS = {
     "findVideoFormats": ("V2_WFVideoFormats", "VideoFormat", '{"status":"FAILED"}'),
@@ -27,7 +28,7 @@ KINDS = {
 class Results(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.service = Service(settings={"farm": {"enabled": False}})
+        cls.service = deploy(settings={"farm": {"enabled": False}})
         cls.addClassCleanup(cls.service.close)
         cls.service.wait_for_start()
 
@@ -37,9 +38,7 @@ class Results(unittest.TestCase):
 
     def store(self, path, query_id, documents):
         topic, kind, _ = KINDS[path]
-        self.service.write(("INSERT INTO records (recordType, recordTopic, recordData, recordPublicData)"
-                            " VALUES (?, ?, ?, ?)",
-                            [(kind, topic, document, json.dumps({"queryID": query_id})) for document in documents]))
+        self.service.insert([(kind, topic, document, json.dumps({"queryID": query_id})) for document in documents])
 
     def test_export_types_come_once_each_and_in_their_order(self):
         self.store("findExportTypes", "q", ['{"b":1,"a":2}', '{"a":[1.0]}', '{"b":1,"a":2}', '{"a":2,"b":1}'])
@@ -48,21 +47,22 @@ class Results(unittest.TestCase):
                          (200, '{"ExportTypesList":%s,"FoundExportTypes":3,"status":"COMPLETED"}' % types))
 
     def test_fetches_at_once_have_all_results_or_none(self):
-        documents = [FORMAT.replace("{", '{"n":%d,' % n, 1) for n in range(3000)]
+        documents = [FORMAT.replace("{", '{"n":%d,' % n, 1) for n in range(MANY)]
         for path, (topic, _, unknown) in KINDS.items():
             everything = 60 if path == "findVideoFormats" else len(documents)
             with self.subTest(path), concurrent.futures.ThreadPoolExecutor(4) as clients:
                 self.assertEqual(self.get(path, queryID="at once"), (200, unknown))
                 self.store(path, "at once", documents)
-                answers = list(clients.map(lambda _: self.get(path, queryID="at once", PageOffset=49), range(12)))
+                answers = list(clients.map(lambda _: self.get(path, queryID="at once", PageOffset=MANY // 60 - 1), range(12)))
                 self.assertEqual({status for status, _ in answers}, {200})
                 found = [max(body.count('"Preset"'), body.count('"SampleRate"'))
                          for _, body in answers if body != unknown]
                 self.assertEqual(set(found), {everything})
                 if unknown == '{"status":"FAILED"}':
                     self.assertEqual(len(found), 1, "formats are taken in one step")
-                self.assertEqual(self.service.query("SELECT 1 FROM records WHERE recordTopic = ?", topic), [])
+                self.assertEqual(self.service.records(topic), [])
 
+    @unittest.skipIf(IN_CLUSTER, "The stand-in for MongoDB stands still over records that large.")
     def test_what_a_huge_answer_took_goes_back(self):
         process = pathlib.Path("/proc/%d" % self.service.process.pid)
         if "san.so" in (process / "maps").read_text():
