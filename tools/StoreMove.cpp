@@ -267,18 +267,24 @@ void StoreMove::SendBatch(const std::vector<Row>& rows) {
     if (m_target.records != nullptr && !m_wishes.isDry) {
         jobs = m_target.records->FindManyWithoutData(ids, std::string(Weftline::Collections::Jobs));
     }
+    std::vector<const Record*> wanted;
     for (std::size_t n = 0; n < rows.size(); ++n) {
         if (!m_wishes.isDry && !ids[n].empty() && !jobs[n]) {
             ++m_events.ofNoJob;
-        } else if (m_wishes.isDry || m_target.events->Produce(rows[n].record, true)) {
-            ++m_events.sent;
-            QUILLON_FAILPOINT("after-moved-event");
         } else {
-            throw ObjectStoreException("The event at the offset " + std::to_string(rows[n].place) +
-                                       " was not taken by Kafka");
+            wanted.push_back(&rows[n].record);
         }
-        m_progress.events = rows[n].place;
     }
+    if (!m_wishes.isDry) {
+        const std::vector<bool> taken = m_target.events->ProduceAll(wanted);
+        if (std::ranges::find(taken, false) != taken.end()) {
+            throw ObjectStoreException("Kafka did not take all of the events behind the offset " +
+                                       std::to_string(m_progress.events));
+        }
+    }
+    QUILLON_FAILPOINT("after-moved-events");
+    m_events.sent += wanted.size();
+    m_progress.events = rows.back().place;
     KeepProgress();
     TellHowFar();
 }
