@@ -23,9 +23,9 @@ namespace {
 // While one waits for the log the other takes out what was announced.
 constexpr std::size_t kLanes = 2;
 // More are left to the relay, so that a log that is away costs no more memory than this.
-constexpr std::size_t kMostWaiting = 1024;
+constexpr std::size_t kMostWaiting = 4096;
 // How many go to the log together, and with one message to the database.
-constexpr std::size_t kMostAtOnce = 256;
+constexpr std::size_t kMostAtOnce = 1024;
 
 Client::Step TakingOut(const PendingEvent& event) {
     Document filter = event.id;
