@@ -308,6 +308,7 @@ TEST_F(MongoStore, AServerThatIsStoppedEndsWhatIsAskedOfIt) {
     store = {};  // the end of the store is the end of all
     EXPECT_FALSE(last.get());
     server.Signal(SIGCONT);
+    settings.timeout = 20s;  // it has much to do first
     store = Open();
     while (!Announce(*store, "c")) {
     }
