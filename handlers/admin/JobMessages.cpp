@@ -22,6 +22,7 @@ using CoreServices::Parameters;
 using PlatformAbstraction::HTTPMethod;
 using PlatformAbstraction::RegistrationParams;
 using PlatformAbstraction::RegParamsBuilder;
+using PlatformAbstraction::Messaging::Blame;
 using PlatformAbstraction::Messaging::MessageContext;
 using PlatformAbstraction::Messaging::ServiceMessageResponse;
 
@@ -127,6 +128,7 @@ Parameters ExampleOfSeveralKinds() {
 struct RemovableJob {
     std::string failure;  ///< empty where the job may go
     std::string id;
+    Blame blame = Blame::Service;  ///< for the failure
 };
 
 bool IsFinished(JobStatus status) {
@@ -148,7 +150,7 @@ RemovableJob CheckFoundJob(const Parameters& found, const std::string& clientKey
     }
     const std::string status = TextOrEmpty(body, Keys::Status);
     if (!IsFinished(CommonServices::StrToJobStatus(status))) {
-        return {"Found job had invalid status for deletion: " + status, {}};
+        return {"Found job had invalid status for deletion: " + status, {}, Blame::Conflict};
     }
     return {{}, id};
 }
@@ -159,21 +161,21 @@ RemovableJob FindRemovableJob(const ContextPointer& context, const std::string& 
         PrintLine("removeJob - DoFindOneJob Results: " + found.results.debugString());
     }
     return found.errorText.empty() ? CheckFoundJob(found.results, clientKey)
-                                   : RemovableJob{found.errorText, {}};
+                                   : RemovableJob{found.errorText, {}, found.blame};
 }
 
-/// Gives the failure, or an empty text.
-std::string RemoveJob(const ContextPointer& context, const std::string& id, bool logging) {
-    const JobMonitorOutcome removed = PartTimeJobHandlers::DoRemoveJob(context, id, logging);
+/// As `JobMonitorOutcome`, whose failure is empty where the job is gone.
+JobMonitorOutcome RemoveJob(const ContextPointer& context, const std::string& id, bool logging) {
+    JobMonitorOutcome removed = PartTimeJobHandlers::DoRemoveJob(context, id, logging);
     if (logging) {
         PrintLine("removeJob - DoRemoveJob Results: " + removed.results.debugString());
     }
     // What the answer's keys say does not matter, but there has to be one.
     const bool hasKeys = !removed.results.IsArray() && !removed.results.IsEmpty();
     if (removed.errorText.empty() && !hasKeys) {
-        return "DoRemoveJob was unable to removeJob and failed to provide any results";
+        removed.errorText = "DoRemoveJob was unable to removeJob and failed to provide any results";
     }
-    return removed.errorText;
+    return removed;
 }
 
 }  // namespace
@@ -253,12 +255,14 @@ bool RemoveJobEx::HandleMessage(std::shared_ptr<MessageContext> context, const P
         PrintLine("removeJob - params: " + request.debugString());
     }
     const RemovableJob job = FindRemovableJob(context, TextOrEmpty(request, Keys::ClientKey), logging);
-    const std::string failure = job.failure.empty() ? RemoveJob(context, job.id, logging) : job.failure;
-    if (failure.empty()) {
+    const JobMonitorOutcome removed = job.failure.empty() ? RemoveJob(context, job.id, logging)
+                                                          : JobMonitorOutcome{job.failure, {}, job.blame};
+    if (removed.errorText.empty()) {
         response.RespondOK();
     } else {
-        PrintLine("removeJobEx failed with details: " + Printable(failure));
-        response.RespondGenericError(failure);
+        PrintLine("removeJobEx failed with details: " + Printable(removed.errorText));
+        response.SetBlame(removed.blame);
+        response.RespondGenericError(removed.errorText);
     }
     return true;
 }

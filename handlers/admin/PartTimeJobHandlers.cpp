@@ -8,10 +8,12 @@
 
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/ConsoleLines.h"
+#include "handlers/support/ServiceQueries.h"
 
 namespace Weftline::Services::Scheduler::PartTimeJobHandlers {
 
 using CoreServices::Parameters;
+using PlatformAbstraction::Messaging::Blame;
 using PlatformAbstraction::Messaging::BusMessaging;
 using PlatformAbstraction::Messaging::MessageContext;
 using PlatformAbstraction::Messaging::MessageResultsFuture;
@@ -73,14 +75,15 @@ JobMonitorOutcome AwaitOutcome(const OneJobQuestion& question, MessageResultsFut
         if (logging) {
             PrintNoAnswer(question.function);
         }
-        return {asked + "failed to complete in wait time - 10000ms", Parameters()};
+        return {asked + "failed to complete in wait time - 10000ms", Parameters(), Blame::Unavailable};
     }
     // Before the error: an exchange that was given up has one too, but none that says so.
     if (future.HasTimedOut()) {
-        return {asked + "timed out", Parameters()};
+        return {asked + "timed out", Parameters(), Blame::Unavailable};
     }
     if (future.HasError()) {
-        return {asked + "has error: " + DescribeError(future), Parameters()};
+        return {asked + "has error: " + DescribeError(future), Parameters(),
+                MsgHandlersUtils::BlameFor(future)};
     }
     JobMonitorOutcome outcome;
     if (!future.GetResults(outcome.results)) {

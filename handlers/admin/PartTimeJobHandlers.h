@@ -7,6 +7,7 @@
 
 #include "base/parameters/Parameters.h"
 #include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageAnswer.h"
 #include "platform/messaging/MessageContext.h"
 
 namespace Weftline::Services::Scheduler {
@@ -16,6 +17,8 @@ namespace Weftline::Services::Scheduler {
 struct JobMonitorOutcome {
     std::string errorText;             ///< empty when the exchange gave no failure
     CoreServices::Parameters results;  ///< what the monitor answered
+    PlatformAbstraction::Messaging::Blame blame =
+        PlatformAbstraction::Messaging::Blame::Service;  ///< for the failure
 };
 
 /// The talk with the job monitor. Nothing is kept between calls, so any thread may call. Each question is one

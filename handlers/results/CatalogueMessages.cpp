@@ -5,6 +5,7 @@
 #include "handlers/support/HandlerDocumentation.h"
 #include "handlers/support/ServiceQueries.h"
 #include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/HandlerErrors.h"
 #include "platform/messaging/RegistrationParams.h"
 
 namespace Weftline::Services::Scheduler {
@@ -123,9 +124,13 @@ bool GenericProxyMsg::HandleMessage(std::shared_ptr<MessageContext> context, con
         const Parameters answer = MsgHandlersUtils::WaitForResult(*future, m_service);
         response.AssignParameters(answer.GetChildParameters(Keys::Results));
         response.RespondOK();
+    } catch (const PlatformAbstraction::Messaging::BlamedTree& error) {
+        response.SetBlame(error);
+        response.RespondGenericError("Exception", error);
     } catch (const Parameters& error) {
         response.RespondGenericError("Exception", error);
     } catch (const std::exception& failure) {
+        response.SetBlame(failure);
         response.RespondGenericError(std::string("Exception: ") + failure.what());
     }
     return true;

@@ -9,6 +9,7 @@
 #include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/HandlerDocumentation.h"
+#include "handlers/support/RequestValues.h"
 #include "platform/messaging/RegistrationParams.h"
 #include "platform/stores/ObjectStore.h"
 
@@ -34,6 +35,7 @@ PlatformAbstraction::RegistrationParams DescribeFindMessage(const FindMessage& m
     builder.SetName(std::string(message.name))
         .SetDescription(std::string(message.description))
         .SetRESTPath(std::string(message.name))
+        .SetTakesAway()
         .AddExample({std::string(message.example), TreeOf({{Keys::QueryID, kExampleQueryID}})});
     if (!message.pagedExample.empty()) {
         builder.AddExample({std::string(message.pagedExample), TreeOf({{Keys::QueryID, kExampleQueryID},
@@ -44,7 +46,7 @@ PlatformAbstraction::RegistrationParams DescribeFindMessage(const FindMessage& m
 }
 
 std::vector<Record> FindResults(const FindMessage& message, const CoreServices::Parameters& request) {
-    const std::string queryID = GetRequiredString(request, Keys::QueryID);
+    const std::string queryID = RequestedString(request, Keys::QueryID);
     return ObjectStore().FindRecordsWithReferencedID(std::string(message.collection),
                                                      std::string(message.recordType),
                                                      std::string(Keys::QueryID), queryID, 0, kNoLimit);
@@ -63,7 +65,7 @@ void DeleteResults(const std::vector<Record>& results) {
 }
 
 std::vector<std::string> TakeResults(const FindMessage& message, const CoreServices::Parameters& request) {
-    const std::string queryID = GetRequiredString(request, Keys::QueryID);
+    const std::string queryID = RequestedString(request, Keys::QueryID);
     return ObjectStore().TakeDataWithReferencedID(std::string(message.collection),
                                                   std::string(message.recordType), std::string(Keys::QueryID),
                                                   queryID);

@@ -171,6 +171,7 @@ bool RespondWithFormatResults(const FormatResults& row, const Parameters& reques
             row.answer(results, request, response);
         }
     } catch (const std::exception& failure) {
+        response.SetBlame(failure);
         response.RespondGenericError(std::string("Exception: ") + failure.what());
     }
     return true;

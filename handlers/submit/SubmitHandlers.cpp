@@ -8,9 +8,10 @@
 
 #include "Core/src/Profile.h"
 #include "Core/src/StructureFields.h"
-#include "Core/src/TreeValues.h"
 #include "Core/src/Vocabulary.h"
 #include "handlers/support/HandlerDocumentation.h"
+#include "handlers/support/RequestValues.h"
+#include "platform/messaging/HandlerErrors.h"
 #include "platform/messaging/RegistrationParams.h"
 #include "platform/stores/EventStore.h"
 #include "platform/stores/ObjectStore.h"
@@ -51,6 +52,7 @@ using CommonServices::EventStore;
 using CommonServices::ObjectStore;
 using CommonServices::ObjectStoreException;
 using CoreServices::Parameters;
+namespace Messaging = PlatformAbstraction::Messaging;
 using SubmitOperations::InCode;
 
 namespace {
@@ -120,7 +122,9 @@ Entities::Profile LookupProfile(const std::shared_ptr<ObjectStore>& objectStore,
                                 const std::shared_ptr<EventStore>& eventStore, const std::string& profileId) {
     const std::optional<Record> record = objectStore->FindByID(profileId, std::string(Collections::Profiles));
     if (!record) {
-        throw ObjectStoreException("[" + profileId + "] Unable to find record in Object Store");
+        throw Messaging::Blamed<ObjectStoreException>(
+            Messaging::Blame::Unprocessable, "[" + profileId + "] Unable to find record in Object Store",
+            Keys::Profile);
     }
     return Entities::Profile(objectStore, eventStore, *record);
 }
@@ -140,7 +144,7 @@ PlatformAbstraction::RegistrationParams DescribeSubmission(const SubmitOperation
 }
 
 Parameters ProfileSubmitHandler::ApplyProfile(const Parameters& jobParams) const {
-    const std::string profileId = GetRequiredString(jobParams, Keys::Profile);
+    const std::string profileId = RequestedString(jobParams, Keys::Profile);
     const auto objectStore = std::make_shared<ObjectStore>();
     const auto eventStore = std::make_shared<EventStore>(Parameters());
     return LookupProfile(objectStore, eventStore, profileId).MergeProfileIntoParams(jobParams);

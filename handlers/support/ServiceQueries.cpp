@@ -1,10 +1,13 @@
 #include "handlers/support/ServiceQueries.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <stdexcept>
 #include <string_view>
 
 #include "Core/src/Vocabulary.h"
+#include "platform/messaging/HandlerErrors.h"
 
 namespace Weftline::Services::Scheduler::MsgHandlersUtils {
 
@@ -15,6 +18,8 @@ namespace {
 
 constexpr std::int64_t kPatienceMicroseconds = 10'000'000;
 constexpr std::string_view kNoErrorDetails = "<<NO ERROR DETAILS>>";
+
+namespace Messaging = PlatformAbstraction::Messaging;
 
 std::string Describe(const std::string& serviceName, std::string_view outcome) {
     std::string text = "MsgHandlersUtils::WaitForResult() - Query to " + serviceName;
@@ -35,12 +40,32 @@ Parameters DescribeError(const MessageResultsFuture& future, const std::string& 
 
 }  // namespace
 
+Messaging::Blame BlameFor(const MessageResultsFuture& future) {
+    static constexpr std::array<std::string_view, 5> kAway{
+        Messaging::kServiceNotFound, Messaging::kOperationNotFound, Messaging::kQueueFull,
+        Messaging::kServiceStopping, Messaging::kBusAway};
+    std::string code;
+    std::string message;
+    if (future.HasTimedOut() || !future.GetErrorDetails(code, message)) {
+        return Messaging::Blame::Unavailable;
+    }
+    if (code == Messaging::kNotFound) {
+        return Messaging::Blame::Absent;
+    }
+    if (code == Messaging::kBadRequest) {
+        return Messaging::Blame::Client;
+    }
+    return std::ranges::find(kAway, code) == kAway.end() ? Messaging::Blame::Service
+                                                         : Messaging::Blame::Unavailable;
+}
+
 Parameters WaitForResult(MessageResultsFuture& future, const std::string& serviceName) {
     if (!future.WaitForDone(kPatienceMicroseconds)) {
-        throw std::runtime_error(Describe(serviceName, "Timeout"));
+        throw Messaging::Blamed<std::runtime_error>(Messaging::Blame::Unavailable,
+                                                    Describe(serviceName, "Timeout"));
     }
     if (future.HasError()) {
-        throw DescribeError(future, serviceName);
+        throw Messaging::BlamedTree(BlameFor(future), DescribeError(future, serviceName));
     }
     Parameters results;
     future.GetResults(results);  // an answer without results is an empty one

@@ -6,9 +6,14 @@
 
 #include "base/parameters/Parameters.h"
 #include "platform/messaging/BusMessaging.h"
+#include "platform/messaging/MessageAnswer.h"
 #include "platform/messaging/MessageContext.h"
 
 namespace Weftline::Services::Scheduler::MsgHandlersUtils {
+
+/// Who is to blame where another service has answered with an error.
+PlatformAbstraction::Messaging::Blame BlameFor(
+    const PlatformAbstraction::Messaging::MessageResultsFuture& future);
 
 /// The whole answer to a question that was sent to another service. Blocks the calling thread for ten seconds
 /// at most. `serviceName` only goes into the texts of failures.

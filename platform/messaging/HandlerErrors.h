@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "base/log/PlatformLog.h"
+#include "base/parameters/Parameters.h"
+#include "platform/messaging/MessageAnswer.h"
 
 namespace PlatformAbstraction::Messaging {
 
@@ -48,6 +50,37 @@ public:
 class ResourceNotFoundHandlerError : public HandlerError {
 public:
     using HandlerError::HandlerError;
+};
+
+/// Says of an exception who is to blame for it, and for which key of the request.
+class BlameNote {
+public:
+    BlameNote(Blame blame, std::string_view field) : m_blame(blame), m_field(field) {}
+    BlameNote(const BlameNote&) = default;
+    BlameNote& operator=(const BlameNote&) = default;
+    virtual ~BlameNote() = default;
+
+    Blame GetBlame() const { return m_blame; }
+    const std::string& GetField() const { return m_field; }
+
+private:
+    Blame m_blame;
+    std::string m_field;
+};
+
+/// An exception of the type `Error`, with its text, and with such a note.
+template <typename Error>
+class Blamed final : public Error, public BlameNote {
+public:
+    Blamed(Blame blame, const std::string& message, std::string_view field = {})
+        : Error(message), BlameNote(blame, field) {}
+};
+
+/// The same for those who throw a tree.
+class BlamedTree final : public CoreServices::Parameters, public BlameNote {
+public:
+    BlamedTree(Blame blame, CoreServices::Parameters tree)
+        : CoreServices::Parameters(std::move(tree)), BlameNote(blame, {}) {}
 };
 
 }  // namespace PlatformAbstraction::Messaging

@@ -89,6 +89,11 @@ std::string TextOf(const std::exception& error) {
     return text == nullptr ? std::string() : text;
 }
 
+void SetBlame(const BlameNote& note, MessageAnswer& answer) {
+    answer.blame = note.GetBlame();
+    answer.field = note.GetField();
+}
+
 MessageAnswer TranslateCurrentException() {
     try {
         throw;
@@ -103,7 +108,15 @@ MessageAnswer TranslateCurrentException() {
     } catch (const HandlerNotFoundError& error) {
         return MessageAnswer::OfError(kHandlerNotFound, TextOf(error));
     } catch (const std::exception& error) {
-        return MessageAnswer::OfError(kGenericServiceError, TextOf(error));
+        auto answer = MessageAnswer::OfError(kGenericServiceError, TextOf(error));
+        if (const auto* const note = dynamic_cast<const BlameNote*>(&error)) {
+            SetBlame(*note, answer);
+        }
+        return answer;
+    } catch (const BlamedTree& details) {
+        auto answer = MessageAnswer::OfError(kGenericServiceError, "Exception", details);
+        SetBlame(details, answer);
+        return answer;
     } catch (const Parameters& details) {
         return MessageAnswer::OfError(kGenericServiceError, "Exception", details);
     } catch (...) {

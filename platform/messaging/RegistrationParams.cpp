@@ -62,6 +62,11 @@ RegParamsBuilder& RegParamsBuilder::SetRESTMethod(HTTPMethod method) {
     return *this;
 }
 
+RegParamsBuilder& RegParamsBuilder::SetTakesAway() {
+    m_result.takesAway = true;
+    return *this;
+}
+
 RegistrationParams RegParamsBuilder::GetResult() const {
     return m_result;
 }

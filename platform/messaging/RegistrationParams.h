@@ -44,6 +44,8 @@ struct RegistrationParams {
     std::vector<MessageExample> examples;
     std::string restPath;  ///< relative to the service; may hold `{placeholder}` segments; empty for none
     HTTPMethod restMethod = HTTPMethod::Get;
+    bool takesAway =
+        false;  ///< a read that hands out once: whoever asks for its head alone does not reach it
 };
 
 /// Builds a `RegistrationParams` by calls that chain, in any order. Until they are set, the REST method is a
@@ -57,6 +59,7 @@ public:
     /// Replaces what an earlier call set.
     RegParamsBuilder& SetRESTPath(std::string path);
     RegParamsBuilder& SetRESTMethod(HTTPMethod method);
+    RegParamsBuilder& SetTakesAway();
 
     RegistrationParams GetResult() const;
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/messaging/MessageAnswer.h"
+#include "platform/messaging/HandlerErrors.h"
 
 namespace PlatformAbstraction::Messaging {
 
@@ -12,6 +12,17 @@ void ServiceMessageResponse::AssignParameters(CoreServices::Parameters results) 
 
 void ServiceMessageResponse::SetErrorParameters(CoreServices::Parameters details) {
     m_errorDetails = std::move(details);
+}
+
+void ServiceMessageResponse::SetBlame(const BlameNote& note) {
+    m_blame = note.GetBlame();
+    m_blamedField = note.GetField();
+}
+
+void ServiceMessageResponse::SetBlame(const std::exception& failure) {
+    if (const auto* const note = dynamic_cast<const BlameNote*>(&failure)) {
+        SetBlame(*note);
+    }
 }
 
 bool ServiceMessageResponse::RespondOK() {
@@ -44,6 +55,8 @@ bool ServiceMessageResponse::Answer(MessageAnswer answer) {
         return false;
     }
     m_answer = std::move(answer);
+    m_answer->blame = m_blame;
+    m_answer->field = m_blamedField;
     return true;
 }
 

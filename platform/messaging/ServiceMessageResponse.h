@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,8 @@ public:
 
 namespace PlatformAbstraction::Messaging {
 
+class BlameNote;
+
 /// Through which a handler of the first kind answers. It lives for one message on the handler's thread; the
 /// first answer counts, and an answering call after it gives false and changes nothing.
 class ServiceMessageResponse {
@@ -35,6 +38,12 @@ public:
     /// form of transports that have one; the transports here send trees and ignore it.
     void SetUseNestedJSONStringResults(bool use) { m_useNestedJSONStringResults = use; }
     bool GetUseNestedJSONStringResults() const { return m_useNestedJSONStringResults; }
+
+    /// Comes before an error: who is to blame for it, and for which key of the request.
+    void SetBlame(Blame blame) { m_blame = blame; }
+    void SetBlame(const BlameNote& note);
+    /// What the exception notes of that; most note nothing.
+    void SetBlame(const std::exception& failure);
 
     /// Answers with the result tree.
     bool RespondOK();
@@ -55,6 +64,8 @@ private:
 
     CoreServices::Parameters m_results;
     CoreServices::Parameters m_errorDetails;
+    Blame m_blame = Blame::Service;
+    std::string m_blamedField;
     std::optional<MessageAnswer> m_answer;
     bool m_useNestedJSONStringResults = true;
 };

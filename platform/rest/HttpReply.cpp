@@ -40,12 +40,16 @@ std::string_view ReasonOf(HttpStatus status) {
             return "Method Not Allowed";
         case HttpStatus::RequestTimeout:
             return "Request Timeout";
+        case HttpStatus::Conflict:
+            return "Conflict";
         case HttpStatus::ContentTooLarge:
             return "Content Too Large";
         case HttpStatus::UnsupportedMediaType:
             return "Unsupported Media Type";
         case HttpStatus::ExpectationFailed:
             return "Expectation Failed";
+        case HttpStatus::UnprocessableContent:
+            return "Unprocessable Content";
         case HttpStatus::HeadersTooLarge:
             return "Request Header Fields Too Large";
         case HttpStatus::InternalServerError:
@@ -123,8 +127,27 @@ FailureOnTheWire Describe(GatewayFailure failure) {
     throw std::logic_error("A gateway failure without a description.");
 }
 
+HttpStatus StatusOf(Messaging::Blame blame) {
+    using Messaging::Blame;
+    switch (blame) {
+        case Blame::Service:
+            return HttpStatus::InternalServerError;
+        case Blame::Client:
+            return HttpStatus::BadRequest;
+        case Blame::Absent:
+            return HttpStatus::NotFound;
+        case Blame::Conflict:
+            return HttpStatus::Conflict;
+        case Blame::Unprocessable:
+            return HttpStatus::UnprocessableContent;
+        case Blame::Unavailable:
+            return HttpStatus::ServiceUnavailable;
+    }
+    throw std::logic_error("A blame without a status.");
+}
+
 // The status of an error that a handler or the bus reports.
-HttpStatus StatusOfErrorCode(std::string_view code) {
+HttpStatus StatusOf(std::string_view code, Messaging::Blame blame) {
     struct Row {
         std::string_view code;
         HttpStatus status;
@@ -141,7 +164,7 @@ HttpStatus StatusOfErrorCode(std::string_view code) {
     };
     const auto* const row = std::find_if(kRows.begin(), kRows.end(),
                                          [code](const Row& candidate) { return candidate.code == code; });
-    return row == kRows.end() ? HttpStatus::InternalServerError : row->status;
+    return row == kRows.end() ? StatusOf(blame) : row->status;
 }
 
 std::string ErrorBody(std::string_view code, std::string_view message, Parameters details) {
@@ -194,7 +217,10 @@ HttpReply ReplyOf(Messaging::MessageAnswer answer, std::string_view allowedMetho
             reply.body = std::move(answer.text);
             break;
         case Messaging::MessageAnswer::Kind::Error:
-            reply.status = StatusOfErrorCode(answer.code);
+            reply.status = StatusOf(answer.code, answer.blame);
+            if (!answer.field.empty()) {
+                answer.details.SetParameter("field", answer.field);
+            }
             reply.body = ErrorBody(answer.code, answer.message, std::move(answer.details));
             break;
     }

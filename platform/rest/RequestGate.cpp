@@ -14,6 +14,7 @@ namespace {
 using CoreServices::Parameters;
 
 constexpr std::string_view kOptions = "OPTIONS";
+constexpr std::string_view kHead = "HEAD";
 
 // What a browser asks before it sends a page's request. It carries no token, so it learns nothing of the
 // paths.
@@ -21,7 +22,7 @@ constexpr char kPreflightFields[] =
     "Access-Control-Allow-Methods: GET, POST, DELETE\r\n"
     "Access-Control-Allow-Headers: Authorization, Content-Type\r\n"
     "Access-Control-Max-Age: 600\r\n";
-constexpr char kWholeServerFields[] = "Allow: GET, POST, DELETE, OPTIONS\r\n";
+constexpr char kWholeServerFields[] = "Allow: GET, HEAD, POST, DELETE, OPTIONS\r\n";
 constexpr std::string_view kWholeServer = "*";
 
 std::vector<std::string> OurHosts(const std::string& configured) {
@@ -140,6 +141,9 @@ std::variant<AdmittedRequest, HttpReply> RequestGate::Decide(const RequestHead& 
     if (!found.route) {
         return found.allowedMethods.empty() ? ReplyOf(GatewayFailure::PathNotFound)
                                             : MethodNotAllowedReply(found.allowedMethods);
+    }
+    if (found.route->takesAway && head.method == kHead) {
+        return NoContentReply("");
     }
     auto query = ReadQuery(head.query);
     if (!query) {

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::string_view kMessages = "messages";
 constexpr std::string_view kMessagesMethod = "POST";
+constexpr std::string_view kGet = "GET";
+constexpr std::string_view kHead = "HEAD";
 
 void AppendMethod(std::string& methods, std::string_view more) {
     methods.append(methods.empty() ? "" : ", ").append(more);
@@ -38,8 +40,12 @@ void RouteTable::Add(const RegistrationParams& registration) {
     if (known == m_paths.end()) {
         known = m_paths.insert(m_paths.end(), Path{std::move(pattern), {}, {}});
     }
-    known->operations.emplace_back(MethodName(registration.restMethod), registration.name);
-    AppendMethod(known->methods, known->operations.back().first);
+    known->operations.push_back(
+        {std::string(MethodName(registration.restMethod)), registration.name, registration.takesAway});
+    AppendMethod(known->methods, known->operations.back().method);
+    if (registration.restMethod == HTTPMethod::Get) {
+        AppendMethod(known->methods, kHead);
+    }
 }
 
 bool RouteTable::Matches(const Path& path, const std::vector<std::string>& segments) {
@@ -49,9 +55,9 @@ bool RouteTable::Matches(const Path& path, const std::vector<std::string>& segme
                       });
 }
 
-Route RouteTable::MakeRoute(const Path& path, const std::string& operation,
+Route RouteTable::MakeRoute(const Path& path, const Operation& operation,
                             const std::vector<std::string>& segments) const {
-    Route route{operation, path.methods, m_messages.at(operation).get(), {}};
+    Route route{operation.name, path.methods, m_messages.at(operation.name).get(), operation.takesAway, {}};
     for (std::size_t n = 0; n < segments.size(); ++n) {
         if (path.pattern[n].isPlaceholder) {
             route.placeholders.emplace_back(path.pattern[n].text, segments[n]);
@@ -66,8 +72,8 @@ RouteTable::Answer RouteTable::Find(std::string_view method, const std::vector<s
         if (!Matches(path, segments)) {
             continue;
         }
-        for (const auto& [offered, operation] : path.operations) {
-            if (offered == method) {
+        for (const Operation& operation : path.operations) {
+            if (operation.method == (method == kHead ? kGet : method)) {
                 answer.route = MakeRoute(path, operation, segments);
                 return answer;
             }
@@ -87,7 +93,7 @@ RouteTable::Answer RouteTable::FindMessage(std::string_view method, const std::s
         return answer;
     }
     if (method == kMessagesMethod) {
-        answer.route = Route{known->first, kMessagesMethod, known->second.get(), {}};
+        answer.route = Route{known->first, kMessagesMethod, known->second.get(), false, {}};
     } else {
         answer.allowedMethods = kMessagesMethod;
     }

@@ -38,12 +38,13 @@ struct Route {
     std::string_view operation;     ///< the message's registered name; lives as long as the table
     std::string_view pathMethods;   ///< what the path takes, as `Allow` names it; lives as long
     AnswerSize* answers = nullptr;  ///< of the message; lives as long
+    bool takesAway = false;         ///< as the registration says
     std::vector<std::pair<std::string, std::string>> placeholders;  ///< name and decoded text
 };
 
 /// Which method and path reaches which message: `METHOD /<REST path>` of each registration, and
-/// `POST /messages/<registered name>` for all of them. Case-sensitive. Constant once built, but for the sizes
-/// of answers, so any thread may ask.
+/// `POST /messages/<registered name>` for all of them. HEAD reaches what GET reaches. Case-sensitive.
+/// Constant once built, but for the sizes of answers, so any thread may ask.
 class RouteTable {
 public:
     explicit RouteTable(const std::vector<RegistrationParams>& registrations);
@@ -58,16 +59,21 @@ public:
     Answer Find(std::string_view method, const std::vector<std::string>& segments) const;
 
 private:
+    struct Operation {
+        std::string method;
+        std::string name;
+        bool takesAway = false;
+    };
     struct Path {
         PathPattern pattern;
-        std::vector<std::pair<std::string, std::string>> operations;  // by method
-        std::string methods;                                          // joined for `Allow`
+        std::vector<Operation> operations;
+        std::string methods;  // joined for `Allow`
     };
 
     using Messages = std::unordered_map<std::string, std::unique_ptr<AnswerSize>>;
 
     static bool Matches(const Path& path, const std::vector<std::string>& segments);
-    Route MakeRoute(const Path& path, const std::string& operation,
+    Route MakeRoute(const Path& path, const Operation& operation,
                     const std::vector<std::string>& segments) const;
     void Add(const RegistrationParams& registration);
     Answer FindMessage(std::string_view method, const std::string& name) const;

@@ -39,7 +39,7 @@ class Farm(unittest.TestCase):
         self.assertEqual(request["JobParams"], json.loads((ROOT / "resources/IDR_TRANSCODE_HD.json").read_text()))
         key = service.submit("/submitTranscode", request)
         status, _, refused = service.post("/jobs/" + key, {}, method="DELETE")
-        self.assertEqual(status, 500)
+        self.assertEqual(status, 409)
         self.assertRegex(refused, '"Found job had invalid status for deletion: (Created|Readied|Evaluated|Tasked)"')
         wait_until(lambda: key in self.listed(service), "job in the list")
         seen, at_work = [], set()

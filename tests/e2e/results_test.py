@@ -40,6 +40,25 @@ class Results(unittest.TestCase):
         topic, kind, _ = KINDS[path]
         self.service.insert([(kind, topic, document, json.dumps({"queryID": query_id})) for document in documents])
 
+    def test_a_status_says_who_is_to_blame(self):
+        for method, path, body, status, field in (
+                ("GET", "/findVideoFormats", {}, 400, "queryID"), ("GET", "/findMobIDsFromContainer", {}, 400, "queryID"),
+                ("POST", "/submitProxyCreation", {"jobParams": {"profile": "unknown"}}, 422, "profile"),
+                ("GET", "/formats/video", {}, 503, None), ("DELETE", "/jobs/any", {}, 503, None)):
+            with self.subTest(path):
+                answered, headers, text = self.service.post(path, body, method=method)
+                error = json.loads(text)["error"]
+                self.assertEqual((answered, error["code"]), (status, "GENERIC_SERVICE_ERROR"))
+                self.assertEqual(error.get("details", {}).get("field"), field)
+                self.assertEqual("retry-after" in headers, status == 503)
+
+    def test_a_look_at_the_head_takes_nothing_away(self):
+        self.store("findExportTypes", "head", ['{"a":1}'])
+        with self.service.connect(b"HEAD /findExportTypes?queryID=head HTTP/1.1\r\nHost: localhost\r\n"
+                                  b"Connection: close\r\n\r\n") as connection:
+            self.assertTrue(connection.makefile("rb").read().startswith(b"HTTP/1.1 204 "))
+        self.assertIn('"FoundExportTypes":1', self.get("findExportTypes", queryID="head")[1])
+
     def test_export_types_come_once_each_and_in_their_order(self):
         self.store("findExportTypes", "q", ['{"b":1,"a":2}', '{"a":[1.0]}', '{"b":1,"a":2}', '{"a":2,"b":1}'])
         types = '[{"a":2,"b":1},{"a":[1.0]},{"b":1,"a":2}]'

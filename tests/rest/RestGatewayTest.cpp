@@ -17,6 +17,7 @@ namespace PlatformAbstraction::Rest {
 namespace {
 
 using namespace std::string_literals;
+using Messaging::Blame;
 using Messaging::MessageAnswer;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -88,7 +89,7 @@ TEST_F(GatewayTest, AnswersEveryKindOfRequestWithItsStatus) {
             EXPECT_EQ(response.status == 405, !response.Header("allow").empty()) << request;
         }
     }
-    EXPECT_EQ(Ask(port, Request("PUT /jobs/all")).Header("allow"), "GET, DELETE");
+    EXPECT_EQ(Ask(port, Request("PUT /jobs/all")).Header("allow"), "GET, HEAD, DELETE");
 }
 
 TEST_F(GatewayTest, BuildsTheRequestFromBodyQueryAndPath) {
@@ -117,8 +118,21 @@ TEST_F(GatewayTest, GivesEachErrorOfTheServiceItsStatusAndTellsNothingOfTheProce
         const RawResponse response = Ask(port, GetVideo());
         EXPECT_EQ(response.status, status);
         EXPECT_EQ(response.Header("retry-after").empty(), status != 503) << code;
-        EXPECT_EQ(response.Header("allow"), status == 405 ? "GET" : "");
+        EXPECT_EQ(response.Header("allow"), status == 405 ? "GET, HEAD" : "");
         EXPECT_EQ(response.body, R"({"error":{"code":")"s + code + R"(","message":"not \u0000 now"}})");
+    }
+    const std::pair<Blame, int> blames[] = {{Blame::Client, 400},      {Blame::Absent, 404},
+                                            {Blame::Conflict, 409},    {Blame::Unprocessable, 422},
+                                            {Blame::Unavailable, 503}, {Blame::Service, 500}};
+    for (const auto& [blame, status] : blames) {
+        MessageAnswer answer = MessageAnswer::OfError("ANY", "none");
+        answer.blame = blame;
+        answer.field = "queryID";
+        sink.RespondWith(answer);
+        const RawResponse response = Ask(port, GetVideo());
+        EXPECT_EQ(response.status, status);
+        EXPECT_EQ(response.body,
+                  R"({"error":{"code":"ANY","message":"none","details":{"field":"queryID"}}})");
     }
     sink.throws = true;
     const RawResponse response = Ask(port, GetVideo());
@@ -140,7 +154,7 @@ TEST_F(GatewayTest, LetsAllowedPagesCallAcrossOrigins) {
     EXPECT_EQ(answer.Header("access-control-allow-origin"), "http://page.example");
     EXPECT_EQ(answer.Header("vary"), "Origin");
     EXPECT_EQ(Ask(port, GetVideo()).Header("access-control-allow-origin"), "");
-    EXPECT_EQ(Ask(port, Request("OPTIONS *")).Header("allow"), "GET, POST, DELETE, OPTIONS");
+    EXPECT_EQ(Ask(port, Request("OPTIONS *")).Header("allow"), "GET, HEAD, POST, DELETE, OPTIONS");
 }
 
 TEST_F(GatewayTest, AnswersRequestsThatWereSentAheadInTheirOrder) {
@@ -148,7 +162,7 @@ TEST_F(GatewayTest, AnswersRequestsThatWereSentAheadInTheirOrder) {
     Start();
     RawClient client(port);
     client.Send(Request("GET /formats/video?n=1") + "\r\n" + Post(R"({"n":2})") + Request("HEAD /submit") +
-                Post(R"({"n":3})"));
+                Request("HEAD /formats/video") + Post(R"({"n":3})"));
     const auto first = sink.TakeHeld();
     EXPECT_EQ(sink.LastMessage(), R"(getVideo {"n":1} {})");
     first(MessageAnswer::OfText("1"));
@@ -157,6 +171,8 @@ TEST_F(GatewayTest, AnswersRequestsThatWereSentAheadInTheirOrder) {
     EXPECT_EQ(client.ReadResponse()->body, "1");
     EXPECT_EQ(client.ReadResponse()->body, "22");
     EXPECT_EQ(client.ReadResponse(true)->status, 405);  // no body, lest it be read as the next answer
+    sink.TakeHeld()(MessageAnswer::OfText("a body"));
+    EXPECT_EQ(client.ReadResponse(true)->Header("content-length"), "6");
     sink.TakeHeld()(MessageAnswer::OfText("333"));
     EXPECT_EQ(client.ReadResponse()->body, "333");
 }

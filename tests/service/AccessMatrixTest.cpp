@@ -70,7 +70,7 @@ TEST_F(AccessMatrix, EveryRouteAsksWhoCallsAndBelievesNothingElse) {
     // A path that would take an identity from its own segments.
     registrations.push_back({"trap", "", {}, "trap/{context}/{identity}"});
     Start(registrations);
-    for (const auto& [name, description, examples, path, method] : registrations) {
+    for (const auto& [name, description, examples, path, method, takesAway] : registrations) {
         AskAll(rows, name, "POST /messages/" + name);
         if (!path.empty()) {
             AskAll(rows, name, std::string(PlatformAbstraction::MethodName(method)) + " /" + Filled(path));

@@ -71,7 +71,7 @@ std::string DescribeJob(const SubmitOpJobInfo& job) {
 TEST(HandlerTable, HoldsEachMessageOnceInItsPlaceAndNoOther) {
     const auto info = DescribeScheduler();
     std::ostringstream messages;
-    for (const auto& [name, description, examples, path, method] : info->GetRegistrations()) {
+    for (const auto& [name, description, examples, path, method, takesAway] : info->GetRegistrations()) {
         const bool isSubmission = info->IsRegisteredSubmitMessageHandler(name);
         messages << (isSubmission                             ? "\nsubmission "
                      : info->IsRegisteredMessageHandler(name) ? "\nv1 "
