@@ -8,7 +8,13 @@
 
 namespace Quillon::Farm {
 
-Coordinator::Coordinator(std::string realm) : m_realm(std::move(realm)), m_follower(m_board, m_records) {}
+Coordinator::Coordinator(std::string realm, std::shared_ptr<const LeaseTerm> term,
+                         const WorkerPatience& patience)
+    : m_realm(std::move(realm)),
+      m_pTerm(std::move(term)),
+      m_records(m_pTerm),
+      m_board(patience),
+      m_follower(m_board, m_records, m_pTerm) {}
 
 Coordinator::~Coordinator() {
     Stop();
@@ -17,26 +23,27 @@ Coordinator::~Coordinator() {
 void Coordinator::Start(std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> messaging) {
     const PlatformAbstraction::MutexLock lock(m_mutex);
     m_pMessaging = std::move(messaging);
-    m_threads.emplace_back([this](const std::stop_token& stop) { m_follower.Run(stop); });
+    m_following = std::jthread([this](const std::stop_token& stop) { m_follower.Run(stop); });
     for (const WorkerState& state : m_board.Workers()) {
         StartSlot(state.worker);
     }
 }
 
 void Coordinator::Stop() noexcept {
-    std::vector<std::jthread> threads;
+    std::jthread following;
+    std::vector<Slot> slots;
     {
         const PlatformAbstraction::MutexLock lock(m_mutex);
         m_pMessaging.reset();
-        threads.swap(m_threads);
+        following = std::move(m_following);
+        slots.swap(m_slots);
     }
-    for (std::jthread& thread : threads) {
-        thread.request_stop();
+    following.request_stop();
+    for (Slot& slot : slots) {
+        slot.thread.request_stop();
     }
-    // The follower, which is the first, joins last: what it keeps at its end is what all others have left.
-    while (!threads.empty()) {
-        threads.pop_back();
-    }
+    // The follower ends last: what it keeps at its end is what all others have left.
+    slots.clear();
 }
 
 void Coordinator::ReportWorker(const Worker& worker) {
@@ -61,8 +68,14 @@ void Coordinator::TellProgress(const std::string& jobId, std::int32_t progress) 
 }
 
 void Coordinator::StartSlot(const Worker& worker) {
-    auto slot = std::make_shared<TaskSlot>(worker, m_realm, m_pMessaging, m_board, m_records);
-    m_threads.emplace_back([slot](const std::stop_token& stop) { slot->Run(stop); });
+    std::erase_if(m_slots, [](const Slot& slot) { return slot.hasEnded->load(); });
+    auto slot =
+        std::make_shared<TaskSlot>(worker, m_realm, m_pTerm->Number(), m_pMessaging, m_board, m_records);
+    auto hasEnded = std::make_shared<std::atomic<bool>>(false);
+    m_slots.push_back({hasEnded, std::jthread([slot, hasEnded](const std::stop_token& stop) {
+                           slot->Run(stop);
+                           *hasEnded = true;
+                       })});
     PlatformAbstraction::Log::Debug("The worker " + worker.id + " has reported in.");
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "base/concurrency/Mutex.h"
+#include "farm/coordinator/FarmLease.h"
 #include "farm/coordinator/JobBoard.h"
 #include "farm/coordinator/JobFollower.h"
 #include "farm/coordinator/JobRecords.h"
@@ -19,8 +21,11 @@ namespace Quillon::Farm {
 /// which are for whoever started it.
 class Coordinator {
 public:
-    /// Throws `ObjectStoreException` when the kept position cannot be read.
-    explicit Coordinator(std::string realm);
+    /// For the time of the term, or without one for whoever has the store to himself. Nothing is changed
+    /// after its end, which however does not stop the coordinator.
+    explicit Coordinator(std::string realm,
+                         std::shared_ptr<const LeaseTerm> term = std::make_shared<LeaseTerm>(),
+                         const WorkerPatience& patience = {});
     Coordinator(const Coordinator&) = delete;
     Coordinator& operator=(const Coordinator&) = delete;
     ~Coordinator();
@@ -37,9 +42,16 @@ public:
     void TellProgress(const std::string& jobId, std::int32_t progress);
 
 private:
+    /// The thread of a worker.
+    struct Slot {
+        std::shared_ptr<std::atomic<bool>> hasEnded;
+        std::jthread thread;
+    };
+
     void StartSlot(const Worker& worker) QUILLON_REQUIRES(m_mutex);
 
     const std::string m_realm;
+    const std::shared_ptr<const LeaseTerm> m_pTerm;
     JobRecords m_records;
     JobBoard m_board;
     JobFollower m_follower;
@@ -47,8 +59,9 @@ private:
     PlatformAbstraction::Mutex m_mutex;
     // From the start to the stop.
     std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> m_pMessaging QUILLON_GUARDED_BY(m_mutex);
-    // The last member, so that they end before what they use.
-    std::vector<std::jthread> m_threads QUILLON_GUARDED_BY(m_mutex);
+    // The last members, so that they end before what they use.
+    std::jthread m_following QUILLON_GUARDED_BY(m_mutex);
+    std::vector<Slot> m_slots QUILLON_GUARDED_BY(m_mutex);
 };
 
 }  // namespace Quillon::Farm

@@ -1,7 +1,9 @@
 #include "farm/coordinator/CoordinatorService.h"
 
 #include <functional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "Core/src/Vocabulary.h"
 #include "base/concurrency/Mutex.h"
@@ -48,12 +50,20 @@ private:
 
 // From now on the worker gets tasks.
 Parameters ReportWorker(Coordinator& coordinator, const Parameters& request) {
-    coordinator.ReportWorker({RequiredValue<std::string>(request, Shared::Id),
-                              RequiredValue<std::string>(request, Shared::Machine),
-                              RequiredValue<std::string>(request, Shared::Tag),
-                              RequiredValue<std::string>(request, Shared::WorkerKind),
-                              RequiredValue<bool>(request, Shared::MetadataOnly),
-                              RequiredValue<std::int32_t>(request, Shared::ProcessID)});
+    Worker worker{RequiredValue<std::string>(request, Shared::Id),
+                  RequiredValue<std::string>(request, Shared::Machine),
+                  RequiredValue<std::string>(request, Shared::Tag),
+                  RequiredValue<std::string>(request, Shared::WorkerKind),
+                  RequiredValue<bool>(request, Shared::MetadataOnly),
+                  RequiredValue<std::int32_t>(request, Shared::ProcessID),
+                  ValueOr(request, Keys::TaskRealm, std::string())};
+    if (request.HasParameter(Keys::JobIds)) {
+        std::vector<std::string>& jobIds = worker.jobIds.emplace(request.GetArrayNumValues(Keys::JobIds));
+        for (std::size_t n = 0; n < jobIds.size(); ++n) {
+            request.GetArrayNthValue(Keys::JobIds, n, jobIds[n]);
+        }
+    }
+    coordinator.ReportWorker(worker);
     return {};
 }
 

@@ -7,6 +7,13 @@ namespace Quillon::Farm {
 
 using PlatformAbstraction::MutexLock;
 
+namespace {
+
+constexpr std::chrono::milliseconds kLookForSilence{200};
+constexpr std::chrono::hours kLongWait{24};
+
+}  // namespace
+
 void JobBoard::Post(const JobTicket& ticket) {
     {
         const MutexLock lock(m_mutex);
@@ -27,8 +34,11 @@ std::int64_t JobBoard::OldestOffset() const {
 std::optional<JobTicket> JobBoard::Take(const Worker& worker, const std::stop_token& stop) {
     std::optional<JobTicket> ticket;
     MutexLock lock(m_mutex);
-    m_changed.wait(lock, stop, [&] {
+    const auto isThere = [&] {
         m_mutex.AssertHeld();
+        if (m_workers.IsSilent(worker.id)) {
+            return false;
+        }
         const auto mayTake = [this, &worker](const MachineWishes& wishes) {
             m_mutex.AssertHeld();
             return m_workers.MayTake(worker, wishes);
@@ -39,11 +49,29 @@ std::optional<JobTicket> JobBoard::Take(const Worker& worker, const std::stop_to
             m_repeated.push_back(*std::exchange(ticket, std::nullopt));
         }
         return ticket.has_value();
-    });
+    };
+    // A silence is seen by looking.
+    while (!m_changed.wait_for(lock, stop, worker.jobIds ? kLookForSilence : kLongWait, isThere) &&
+           !stop.stop_requested()) {
+        if (m_workers.IsSilent(worker.id)) {
+            m_workers.Remove(worker.id);
+            return std::nullopt;
+        }
+    }
     if (ticket) {
         m_workers.Assign(worker.id, *ticket);
     }
     return ticket;
+}
+
+bool JobBoard::IsLost(const Worker& worker) const {
+    const MutexLock lock(m_mutex);
+    return m_workers.IsLost(worker.id);
+}
+
+void JobBoard::NoteSilence(const Worker& worker) {
+    const MutexLock lock(m_mutex);
+    m_workers.NoteSilence(worker.id);
 }
 
 void JobBoard::SetBusy(const Worker& worker, std::string_view taskKind, const std::string& user) {

@@ -18,6 +18,8 @@ namespace Quillon::Farm {
 /// not ended, so that the most urgent one is next however many wait. Thread-safe.
 class JobBoard {
 public:
+    explicit JobBoard(const WorkerPatience& patience = {}) : m_workers(patience) {}
+
     // For the reader of the log.
 
     /// A job that waits for its next task. The same job may be posted more than once: never are two workers
@@ -28,10 +30,14 @@ public:
 
     // For the thread of a worker.
 
-    /// Waits for a job with a task for the worker, which has it from then on; nothing on a stop.
+    /// Waits for a job with a task for the worker, which has it from then on; nothing on a stop, or when the
+    /// worker was silent for too long: then it has left, and counts as new when it reports again.
     [[nodiscard]] std::optional<JobTicket> Take(const Worker& worker, const std::stop_token& stop);
     /// The worker is at the task of its job.
     void SetBusy(const Worker& worker, std::string_view taskKind, const std::string& user);
+    /// As `WorkerRoster::IsLost` and `WorkerRoster::NoteSilence`.
+    bool IsLost(const Worker& worker) const;
+    void NoteSilence(const Worker& worker);
     /// The worker is free, and the job waits for its next task, or for the same one again.
     void PutBack(const Worker& worker, const JobTicket& ticket);
     /// The worker is free, and the job is done with.

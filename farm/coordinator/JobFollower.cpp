@@ -37,23 +37,28 @@ bool IsInLog(std::int64_t offset) {
 
 }  // namespace
 
-KeptPosition::KeptPosition() {
-    Load();
+KeptPosition::KeptPosition(std::shared_ptr<const LeaseTerm> term) : m_pTerm(std::move(term)) {
+    m_stored = ObjectStore().FindByID(kPositionId, kStateCollection);
+    const std::int64_t offset = m_stored ? OffsetOf(*m_stored) : 0;
+    const bool isClaim = m_stored && offset == 0 && ReadLeaseNumber(*m_stored) != 0;
     // From a position behind the end of the log no job would be heard of. From the first event on, those that
     // have ended are passed over.
-    if (m_stored && (m_offset == 0 || !IsInLog(m_offset))) {
+    if (m_stored && !isClaim && (offset == 0 || !IsInLog(offset))) {
         Warning("The coordinator's position cannot be used, so all events are read.");
-        m_offset = 0;
+    } else {
+        m_offset = offset;
+    }
+    if (m_pTerm->Number() != 0 && !Keep(m_offset)) {
+        throw CommonServices::ObjectStoreException("The coordinator's position cannot be claimed");
     }
 }
 
-void KeptPosition::Load() {
-    m_stored = ObjectStore().FindByID(kPositionId, kStateCollection);
-    m_offset = m_stored ? OffsetOf(*m_stored) : 0;
-}
-
 bool KeptPosition::Keep(std::int64_t offset) {
-    Record position = PositionRecord(offset);
+    if (m_pTerm->IsOver() ||
+        (m_stored && m_pTerm->Number() != 0 && ReadLeaseNumber(*m_stored) > m_pTerm->Number())) {
+        return false;
+    }
+    Record position = PositionRecord(offset, m_pTerm->Number());
     switch (ObjectStore().ReplaceIf(m_stored, position)) {
         case CommonServices::ReplaceOutcome::Replaced:
             m_stored = std::move(position);
@@ -68,8 +73,8 @@ bool KeptPosition::Keep(std::int64_t offset) {
     return false;
 }
 
-JobFollower::JobFollower(JobBoard& board, JobRecords& records)
-    : m_board(board), m_records(records), m_read(m_kept.Offset()) {}
+JobFollower::JobFollower(JobBoard& board, JobRecords& records, std::shared_ptr<const LeaseTerm> term)
+    : m_board(board), m_records(records), m_pTerm(std::move(term)) {}
 
 void JobFollower::Run(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
@@ -94,9 +99,13 @@ void JobFollower::Run(const std::stop_token& stop) {
 }
 
 void JobFollower::ReadOn(const std::stop_token& stop) {
+    if (!m_kept) {
+        m_kept.emplace(m_pTerm);
+        m_read = m_kept->Offset();
+    }
     KeepPosition();
     auto wait = StoreChoice::LongestEventWait();
-    if (m_kept.Offset() != m_read) {
+    if (m_kept->Offset() != m_read) {
         wait = std::min(wait, kKeepEvery);  // there are jobs that have not ended, as far as anybody has seen
     }
     const auto events =
@@ -152,12 +161,12 @@ void JobFollower::Refuse(const std::string& jobId, const std::string& reason) {
 
 void JobFollower::KeepPosition() {
     const auto now = std::chrono::steady_clock::now();
-    if (m_kept.Offset() == m_read || now - m_keptAt < kKeepEvery) {
+    if (!m_kept || m_kept->Offset() == m_read || now - m_keptAt < kKeepEvery) {
         return;
     }
     m_keptAt = now;
     const std::int64_t low = std::min(m_read, m_board.OldestOffset() - 1);
-    if (low != m_kept.Offset() && !m_kept.Keep(low)) {
+    if (low != m_kept->Offset() && !m_kept->Keep(low)) {
         Debug("The coordinator's position was not kept this time.");
     }
 }

@@ -8,6 +8,7 @@
 #include "Core/src/TimeText.h"
 #include "Core/src/Vocabulary.h"
 #include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/LeaseNumber.h"
 #include "platform/stores/ObjectStore.h"
 
 namespace Quillon::Farm {
@@ -70,6 +71,14 @@ public:
 private:
     Record& m_job;
 };
+
+void NoteLease(Record& job, std::int64_t number) {
+    if (number != 0) {
+        Parameters privateData = ReadObject(job.recordData);
+        WriteLeaseNumber(privateData, number);
+        job.recordData = privateData.toJSON();
+    }
+}
 
 // A half of a record that cannot be read makes room for an object, and lies in it as a text.
 void MakeReadable(std::string& json) {
@@ -164,14 +173,21 @@ JobRecords::Outcome JobRecords::Change(const std::string& jobId, const Edit& edi
     using CommonServices::ReplaceOutcome;
     const CommonServices::ObjectStore store;
     for (;;) {
+        if (m_pTerm->IsOver()) {
+            throw CommonServices::ObjectStoreException("The coordinator's lease has run out");
+        }
         const auto seen = store.FindByID(jobId, std::string(Weftline::Collections::Jobs));
         if (!seen) {
             return Outcome::Gone;
+        }
+        if (m_pTerm->Number() != 0 && ReadLeaseNumber(*seen) > m_pTerm->Number()) {
+            return Outcome::Taken;
         }
         Record next = *seen;
         if (!edit(next)) {
             return Outcome::Unchanged;
         }
+        NoteLease(next, m_pTerm->Number());
         switch (store.ReplaceIf(seen, next)) {
             case ReplaceOutcome::Replaced:
                 return Outcome::Written;

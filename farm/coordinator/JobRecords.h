@@ -2,11 +2,14 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Core/src/wf_Record.h"
 #include "base/parameters/Parameters.h"
+#include "farm/coordinator/FarmLease.h"
 #include "farm/coordinator/JobTicket.h"
 
 /// Reading and changing the stored record of a job. A change touches the keys that it names and leaves every
@@ -56,21 +59,29 @@ void Complete(Weftline::Record& job, const std::string& extendedIsoUtc);
 void Fail(Weftline::Record& job, const std::string& extendedIsoUtc, const std::string& reason);
 
 /// The stored records of jobs, as far as the coordinator changes them: each change is made on top of the
-/// record as it is at that moment, whoever else writes. So nothing that others have written is lost, and a
-/// record that is gone is not made again. Thread-safe.
+/// record as it is at that moment, whoever else writes. So nothing that others have written is lost, a record
+/// that is gone is not made again, and of two coordinators the earlier changes nothing that the later one has
+/// changed. Thread-safe.
 class JobRecords {
 public:
     enum class Outcome {
         Written,    ///< and on disk
         Unchanged,  ///< the edit left the record alone
         Gone,       ///< there is no such record any more
+        Taken,      ///< a later coordinator has the job
     };
     /// Changes the record; false leaves the store alone. It may be asked more than once, each time with the
     /// record as another has left it meanwhile. What it throws passes through.
     using Edit = std::function<bool(Weftline::Record& job)>;
 
-    /// Throws `ObjectStoreException` when the store cannot be read or does not take the record.
+    explicit JobRecords(std::shared_ptr<const LeaseTerm> term) : m_pTerm(std::move(term)) {}
+
+    /// Throws `ObjectStoreException` when the store cannot be read or does not take the record, or when the
+    /// coordinator's term is over.
     [[nodiscard]] Outcome Change(const std::string& jobId, const Edit& edit);
+
+private:
+    const std::shared_ptr<const LeaseTerm> m_pTerm;
 };
 
 }  // namespace Quillon::Farm

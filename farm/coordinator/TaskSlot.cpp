@@ -10,6 +10,7 @@
 #include "Core/src/Vocabulary.h"
 #include "base/log/PlatformLog.h"
 #include "farm/protocol/FarmProtocol.h"
+#include "farm/protocol/LeaseNumber.h"
 #include "farm/protocol/Pause.h"
 #include "platform/messaging/MessageAnswer.h"
 #include "platform/stores/RecordStore.h"
@@ -30,9 +31,15 @@ constexpr std::chrono::milliseconds kPause{1000};
 // How soon a stop is seen while a worker is at a task.
 constexpr std::int64_t kStopCheckMicroseconds = 50'000;
 
-// Errors that say nothing of the task: the worker did not come to it.
-constexpr std::array<std::string_view, 3> kNotReached{Messaging::kServiceStopping, Messaging::kQueueFull,
-                                                      Messaging::kServiceNotFound};
+// Errors that say nothing of the task: the worker did not come to it, or nobody knows how far it came. Then
+// it is done again, and counts once.
+constexpr std::array<std::string_view, 4> kNotReached{Messaging::kServiceStopping, Messaging::kQueueFull,
+                                                      Messaging::kServiceNotFound, Messaging::kBusAway};
+
+// There is nothing for this coordinator to do any more.
+bool IsLeft(JobRecords::Outcome outcome) {
+    return outcome == JobRecords::Outcome::Gone || outcome == JobRecords::Outcome::Taken;
+}
 
 std::string_view StateDuring(Stage stage) {
     return stage == Stage::Evaluation ? JobStates::Readied : JobStates::Tasked;
@@ -40,10 +47,11 @@ std::string_view StateDuring(Stage stage) {
 
 }  // namespace
 
-TaskSlot::TaskSlot(Worker worker, std::string realm, std::shared_ptr<Messaging::BusMessaging> messaging,
-                   JobBoard& board, JobRecords& records)
+TaskSlot::TaskSlot(Worker worker, std::string realm, std::int64_t leaseNumber,
+                   std::shared_ptr<Messaging::BusMessaging> messaging, JobBoard& board, JobRecords& records)
     : m_worker(std::move(worker)),
-      m_realm(std::move(realm)),
+      m_realm(m_worker.taskRealm.empty() ? std::move(realm) : m_worker.taskRealm),
+      m_leaseNumber(leaseNumber),
       m_pMessaging(std::move(messaging)),
       m_board(board),
       m_records(records) {}
@@ -106,7 +114,7 @@ std::variant<TaskSlot::Task, TaskSlot::Result> TaskSlot::Begin(const JobTicket& 
     if (!outcome) {
         return Result::Interrupted;
     }
-    return *outcome == JobRecords::Outcome::Gone ? Result::Over : begun;
+    return IsLeft(*outcome) ? Result::Over : begun;
 }
 
 TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& processingData,
@@ -118,11 +126,12 @@ TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& p
     task.parameters.SetParameter(Keys::WorkerId, m_worker.id);
     task.parameters.SetParameter(Keys::TaskKind, step.taskKind);
     task.parameters.SetParameter(Shared::JobKind, ticket.operation->jobKind);
+    WriteLeaseNumber(task.parameters, m_leaseNumber);
     task.parameters.SetChildParameters(Shared::ProcessingData, processingData);
 
     const auto future = m_pMessaging->SendRequest(task);
     while (!future->WaitForDone(kStopCheckMicroseconds)) {
-        if (stop.stop_requested()) {
+        if (stop.stop_requested() || m_board.IsLost(m_worker)) {
             return {TaskEnd::Kind::Interrupted, ""};
         }
     }
@@ -132,6 +141,9 @@ TaskSlot::TaskEnd TaskSlot::Perform(const JobTicket& ticket, const Parameters& p
     std::string code;
     std::string reason = "The worker gave no reason.";
     future->GetErrorDetails(code, reason);
+    if (code == Messaging::kServiceNotFound && !m_worker.taskRealm.empty()) {
+        m_board.NoteSilence(m_worker);  // its process has ended, so it leaves the jobs to others
+    }
     const bool isReached = std::ranges::find(kNotReached, code) == kNotReached.end();
     return {isReached ? TaskEnd::Kind::Failed : TaskEnd::Kind::Interrupted, reason};
 }
@@ -163,7 +175,7 @@ TaskSlot::Result TaskSlot::NoteEnd(const JobTicket& ticket, const TaskEnd& end, 
     if (!outcome) {
         return Result::Interrupted;
     }
-    return hasNextTask && *outcome != JobRecords::Outcome::Gone ? Result::Evaluated : Result::Over;
+    return hasNextTask && !IsLeft(*outcome) ? Result::Evaluated : Result::Over;
 }
 
 std::optional<JobRecords::Outcome> TaskSlot::Persist(const std::string& jobId, const JobRecords::Edit& edit,

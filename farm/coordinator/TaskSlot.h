@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -17,11 +18,12 @@ namespace Quillon::Farm {
 /// records outlive it.
 class TaskSlot {
 public:
-    TaskSlot(Worker worker, std::string realm,
+    TaskSlot(Worker worker, std::string realm, std::int64_t leaseNumber,
              std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> messaging, JobBoard& board,
              JobRecords& records);
 
-    /// Works until the stop. A job under way then keeps its state, from which the next start takes it up.
+    /// Works until the stop, or until the worker has left. A job under way then keeps its state, from which
+    /// the next start takes it up.
     void Run(const std::stop_token& stop);
 
 private:
@@ -58,6 +60,7 @@ private:
 
     const Worker m_worker;
     const std::string m_realm;
+    const std::int64_t m_leaseNumber;
     const std::shared_ptr<PlatformAbstraction::Messaging::BusMessaging> m_pMessaging;
     JobBoard& m_board;
     JobRecords& m_records;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "Core/src/TimeText.h"
 #include "platform/messaging/HandlerErrors.h"
@@ -9,6 +10,8 @@
 namespace Quillon::Farm {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // Each has a thread at the coordinator, so a caller that makes them up must not have any number of them.
 constexpr std::size_t kMostWorkers = 256;
@@ -30,14 +33,38 @@ bool WorkerRoster::Report(const Worker& worker) {
         const std::string service = known->worker.service;
         known->worker = worker;
         known->worker.service = service;
+        known->reportedAt = Clock::now();
+        const bool hasJob = !worker.jobIds || known->offset == kNoOffset ||
+                            std::ranges::count(*worker.jobIds, known->jobId) > 0;
+        known->reportsWithoutJob = hasJob ? 0 : known->reportsWithoutJob + 1;
         return false;
     }
     if (m_states.size() >= kMostWorkers) {
         throw PlatformAbstraction::Messaging::BadRequestHandlerError(
             "There are " + std::to_string(kMostWorkers) + " workers, and no room for another one");
     }
-    m_states.push_back({.worker = worker, .since = NowText()});
+    m_states.push_back({.worker = worker, .since = NowText(), .reportedAt = Clock::now()});
     return true;
+}
+
+bool WorkerRoster::IsSilent(std::string_view workerId) const {
+    const WorkerState* const state = Find(workerId);
+    return state != nullptr && state->worker.jobIds && Clock::now() - state->reportedAt > m_patience.silence;
+}
+
+bool WorkerRoster::IsLost(std::string_view workerId) const {
+    const WorkerState* const state = Find(workerId);
+    return state == nullptr || state->reportsWithoutJob >= m_patience.reportsWithoutJob || IsSilent(workerId);
+}
+
+void WorkerRoster::NoteSilence(std::string_view workerId) {
+    if (WorkerState* const state = Find(workerId)) {
+        state->reportedAt = {};
+    }
+}
+
+void WorkerRoster::Remove(std::string_view workerId) {
+    std::erase_if(m_states, [&](const WorkerState& state) { return state.worker.id == workerId; });
 }
 
 void WorkerRoster::Assign(std::string_view workerId, const JobTicket& ticket) {
@@ -52,12 +79,13 @@ void WorkerRoster::SetBusy(std::string_view workerId, std::string_view taskKind,
         state->taskKind = taskKind;
         state->user = user;
         state->since = NowText();
+        state->reportsWithoutJob = 0;
     }
 }
 
 void WorkerRoster::Release(std::string_view workerId) {
     if (WorkerState* const state = Find(workerId)) {
-        *state = {.worker = state->worker, .since = NowText()};
+        *state = {.worker = state->worker, .since = NowText(), .reportedAt = state->reportedAt};
     }
 }
 
@@ -81,10 +109,14 @@ std::int64_t WorkerRoster::OldestOffset() const {
     return oldest;
 }
 
-WorkerState* WorkerRoster::Find(std::string_view workerId) {
+const WorkerState* WorkerRoster::Find(std::string_view workerId) const {
     const auto found = std::ranges::find_if(
         m_states, [workerId](const WorkerState& state) { return state.worker.id == workerId; });
     return found == m_states.end() ? nullptr : &*found;
+}
+
+WorkerState* WorkerRoster::Find(std::string_view workerId) {
+    return const_cast<WorkerState*>(std::as_const(*this).Find(workerId));
 }
 
 }  // namespace Quillon::Farm

@@ -103,7 +103,10 @@ SQLite::Database OpenOrBeginAnew(const std::string& path) {
     try {
         return Open(path);
     } catch (const SQLite::Exception& fault) {
-        if (path == kInMemory || fault.getErrorCode() == SQLITE_BUSY) {
+        if ((fault.getErrorCode() & 0xff) == SQLITE_BUSY) {
+            throw JobIndexInUse("The index of jobs '" + path + "' is in use by another process");
+        }
+        if (path == kInMemory) {
             throw;
         }
         RemoveFile(path, fault);

@@ -41,6 +41,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Another process has the file open.
+class JobIndexInUse : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// The jobs in the order of their announcement, by creator, parent and kind, in a small SQLite file of its
 /// own. A page costs the same however many jobs there are, once its lists are prepared. All of it can be made
 /// anew from the event log, so a file that is damaged, or of another layout, is begun anew, and a power cut

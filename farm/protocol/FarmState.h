@@ -8,6 +8,7 @@
 #include "Core/src/Vocabulary.h"
 #include "Core/src/wf_Record.h"
 #include "base/parameters/Parameters.h"
+#include "farm/protocol/LeaseNumber.h"
 
 namespace Quillon::Farm {
 
@@ -17,14 +18,16 @@ namespace Quillon::Farm {
 inline constexpr char kStateCollection[] = "V2_WFFarm";
 inline constexpr char kPositionId[] = "farm.coordinator.position";
 
-/// The coordinator's place in the event log, as a record. As a text: offsets outgrow the numbers of a tree.
-inline Weftline::Record PositionRecord(std::int64_t offset) {
+/// The coordinator's place in the event log, as a record; `lease` is the number of the coordinator's lease, 0
+/// where there is none. As a text: offsets outgrow the numbers of a tree.
+inline Weftline::Record PositionRecord(std::int64_t offset, std::int64_t lease = 0) {
     constexpr std::int32_t kVersion = 1;
     Weftline::Record position("FarmPosition", kVersion, kStateCollection);
     position.recordID = kPositionId;
     position.systemCreated = true;
     CoreServices::Parameters data;
     data.SetParameter(Weftline::Keys::Offset, std::to_string(offset));
+    WriteLeaseNumber(data, lease);
     position.recordData = data.toJSON();
     return position;
 }

@@ -52,8 +52,8 @@ std::shared_ptr<ServiceInfo> MakeMediaWorkerService(const WorkerSettings& settin
     return MakeWorkerService(kCrew, settings.realm, std::make_shared<MediaTaskHandler>(settings));
 }
 
-void ReportMediaWorkers(BusMessaging& messaging, const std::string& realm) {
-    ReportWorkers(kCrew, messaging, realm);
+void ReportMediaWorkers(const WorkerSettings& settings, BusMessaging& messaging) {
+    ReportWorkers(kCrew, settings, messaging);
 }
 
 }  // namespace Quillon::Farm

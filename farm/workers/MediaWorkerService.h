@@ -12,7 +12,8 @@ namespace Quillon::Farm {
 std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeMediaWorkerService(
     const WorkerSettings& settings);
 
-/// Reports the workers in with the coordinator, which has to be on the bus already.
-void ReportMediaWorkers(PlatformAbstraction::Messaging::BusMessaging& messaging, const std::string& realm);
+/// As `ReportWorkers`.
+void ReportMediaWorkers(const WorkerSettings& settings,
+                        PlatformAbstraction::Messaging::BusMessaging& messaging);
 
 }  // namespace Quillon::Farm

@@ -31,6 +31,7 @@ private:
             throw std::runtime_error("The metadata worker knows no task \"" + task.kind + "\".");
         }
         SpendTime(GetSettings().taskTime);
+        CheckIsWanted(task);
         StoreQueryResults(task.kind, task.jobId, task.processingData, *m_pCatalogues);
     }
 
@@ -55,8 +56,8 @@ std::shared_ptr<ServiceInfo> MakeMetadataWorkerService(const WorkerSettings& set
     return service;
 }
 
-void ReportMetadataWorkers(BusMessaging& messaging, const std::string& realm) {
-    ReportWorkers(kCrew, messaging, realm);
+void ReportMetadataWorkers(const WorkerSettings& settings, BusMessaging& messaging) {
+    ReportWorkers(kCrew, settings, messaging);
 }
 
 }  // namespace Quillon::Farm

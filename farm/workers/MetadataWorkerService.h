@@ -15,7 +15,8 @@ namespace Quillon::Farm {
 std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeMetadataWorkerService(
     const WorkerSettings& settings, const std::string& catalogueDirectory);
 
-/// Reports the workers in with the coordinator, which has to be on the bus already.
-void ReportMetadataWorkers(PlatformAbstraction::Messaging::BusMessaging& messaging, const std::string& realm);
+/// As `ReportWorkers`.
+void ReportMetadataWorkers(const WorkerSettings& settings,
+                           PlatformAbstraction::Messaging::BusMessaging& messaging);
 
 }  // namespace Quillon::Farm

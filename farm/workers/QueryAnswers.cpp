@@ -134,7 +134,10 @@ void StoreQueryResults(std::string_view taskKind, const std::string& queryId, co
     const Answer results = query->answer(request, catalogues);
     const CommonServices::ObjectStore store;
     for (std::size_t number = 0; number < results.size(); ++number) {
-        if (!store.UpsertOne(MakeRecord(*query, queryId, number, results[number]))) {
+        const Weftline::Record result = MakeRecord(*query, queryId, number, results[number]);
+        if (!store.UpsertOne(result)) {
+            // Where the store is away, and has not refused this record, that is what is thrown here.
+            static_cast<void>(store.FindByID(result.recordID, result.recordTopic));
             throw std::runtime_error("The result " + std::to_string(number) + " could not be stored.");
         }
     }

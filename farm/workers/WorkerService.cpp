@@ -8,15 +8,18 @@
 #include <exception>
 #include <utility>
 
+#include "Core/src/JobKinds.h"
 #include "Core/src/SubmitOperations.h"
 #include "Core/src/Vocabulary.h"
 #include "base/concurrency/BlockingRegion.h"
 #include "base/log/PlatformLog.h"
 #include "farm/protocol/FarmProtocol.h"
 #include "farm/protocol/FarmRequests.h"
+#include "farm/protocol/LeaseNumber.h"
 #include "farm/protocol/Pause.h"
 #include "platform/messaging/MessageAnswer.h"
 #include "platform/messaging/RegistrationParams.h"
+#include "platform/stores/ObjectStore.h"
 
 namespace Quillon::Farm {
 
@@ -83,8 +86,8 @@ private:
 };
 
 Task ReadTask(const Parameters& request) {
-    return {RequiredValue<std::string>(request, Keys::JobId),
-            RequiredValue<std::string>(request, Keys::TaskKind),
+    return {RequiredValue<std::string>(request, Keys::JobId), ValueOr(request, Keys::WorkerId, std::string()),
+            RequiredValue<std::string>(request, Keys::TaskKind), ReadLeaseNumber(request),
             request.GetChildParameters(Shared::ProcessingData)};
 }
 
@@ -95,11 +98,19 @@ std::string MachineName() {
 }
 
 ServiceMessageDispatch MakeReport(const WorkerCrew& crew, int number, const std::string& machine,
-                                  const std::string& realm) {
-    ServiceMessageDispatch report(std::string(Weftline::ServiceNames::Coordinator), realm, kServiceVersion,
-                                  std::string(Operations::WorkerReport));
-    report.parameters.SetParameter(Shared::Id,
-                                   machine + "/" + std::string(crew.service) + "/" + std::to_string(number));
+                                  const WorkerSettings& settings) {
+    ServiceMessageDispatch report(std::string(Weftline::ServiceNames::Coordinator), settings.realm,
+                                  kServiceVersion, std::string(Operations::WorkerReport));
+    std::string id = machine + "/" + std::string(crew.service) + "/" + std::to_string(number);
+    if (settings.presence) {
+        id += "/" + settings.presence->Id();
+        report.parameters.SetParameter(Keys::TaskRealm, settings.presence->TaskRealm());
+        report.parameters.AddEmptyArray(Keys::JobIds);
+        for (const std::string& job : settings.presence->JobsOf(id)) {
+            report.parameters.AddArrayParameter(Keys::JobIds, job);
+        }
+    }
+    report.parameters.SetParameter(Shared::Id, id);
     report.parameters.SetParameter(Shared::Machine, machine);
     report.parameters.SetParameter(Shared::Tag, crew.tag);
     report.parameters.SetParameter(Shared::WorkerKind, crew.service);
@@ -129,9 +140,13 @@ Parameters PerformTaskHandler::HandleMessageV2(const Parameters& request,
                                                std::shared_ptr<MessageContext> context) {
     const Task task = ReadTask(request);
     const std::string about = "task \"" + task.kind + "\" of the job " + task.jobId;
+    const FarmPresence::AtWork atWork(m_settings.presence.get(), task.workerId, task.jobId);
     m_pLog->Tell(about + " begins");
     try {
         CarryOut(task, *context->GetContextBusMessaging());
+    } catch (const CommonServices::ObjectStoreException& failure) {
+        m_pLog->Tell(about + " ends: " + failure.what());
+        throw Messaging::MessageHandlerError(Messaging::kServiceStopping, failure.what());
     } catch (const std::exception& failure) {
         m_pLog->Tell(about + " ends: " + failure.what());
         throw;
@@ -151,6 +166,23 @@ void PerformTaskHandler::SpendTime(std::chrono::nanoseconds time) const {
     }
 }
 
+void PerformTaskHandler::CheckIsWanted(const Task& task) {
+    if (task.lease == 0) {
+        return;
+    }
+    const auto job =
+        CommonServices::ObjectStore().FindByID(task.jobId, std::string(Weftline::Collections::Jobs));
+    std::string state;
+    if (job) {
+        Parameters::fromJSON(job->recordPublicData).GetParameter(Shared::JobState, state);
+    }
+    const bool isUnderWay = state == Weftline::JobStates::Readied || state == Weftline::JobStates::Tasked;
+    if (!isUnderWay || ReadLeaseNumber(*job) != task.lease) {
+        throw Messaging::MessageHandlerError(Messaging::kServiceStopping,
+                                             "The task is wanted no more, or by another coordinator.");
+    }
+}
+
 std::shared_ptr<ServiceInfo> MakeWorkerService(const WorkerCrew& crew, const std::string& realm,
                                                const std::shared_ptr<PerformTaskHandler>& tasks) {
     auto service = std::make_shared<ServiceInfo>();
@@ -160,10 +192,22 @@ std::shared_ptr<ServiceInfo> MakeWorkerService(const WorkerCrew& crew, const std
     return service;
 }
 
-void ReportWorkers(const WorkerCrew& crew, Messaging::BusMessaging& messaging, const std::string& realm) {
+std::shared_ptr<ServiceInfo> ForThisFarm(const ServiceInfo& service, const FarmPresence& presence) {
+    auto own = std::make_shared<ServiceInfo>(service);
+    own->SetNameRealmVersion(service.GetName(), presence.TaskRealm(), service.GetVersion());
+    return own;
+}
+
+void ReportWorkers(const WorkerCrew& crew, const WorkerSettings& settings,
+                   Messaging::BusMessaging& messaging) {
     const std::string machine = MachineName();
     for (int number = 1; number <= crew.size; ++number) {
-        const auto sent = messaging.SendNotification(MakeReport(crew, number, machine, realm));
+        const auto report = MakeReport(crew, number, machine, settings);
+        if (settings.presence) {
+            messaging.BroadcastNotification(report);
+            continue;
+        }
+        const auto sent = messaging.SendNotification(report);
         std::string code;
         std::string message;
         if (sent->GetErrorDetails(code, message)) {

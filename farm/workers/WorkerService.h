@@ -1,11 +1,13 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <stop_token>
 #include <string>
 #include <string_view>
 
+#include "farm/workers/FarmPresence.h"
 #include "platform/messaging/BusMessaging.h"
 #include "platform/messaging/ServiceInfo.h"
 #include "platform/messaging/ServiceMessageHandler.h"
@@ -22,6 +24,8 @@ struct WorkerSettings {
     /// Ends the tasks under way at once: they are answered with the error code "SERVICE_STOPPING", which says
     /// that the task has not failed and is to be handed out again at the next start.
     std::stop_token stop;
+    /// Of a farm that has others beside it; empty: it is the only one.
+    std::shared_ptr<FarmPresence> presence = {};
 };
 
 /// The workers behind one worker service; each carries out one task at a time.
@@ -35,7 +39,9 @@ struct WorkerCrew {
 /// A task as the coordinator hands it out.
 struct Task {
     std::string jobId;
+    std::string workerId;  ///< empty where the sender names none
     std::string kind;
+    std::int64_t lease = 0;                   ///< the number of the coordinator's; 0: there is none
     CoreServices::Parameters processingData;  ///< of the job: the request that submitted it
 };
 
@@ -57,6 +63,10 @@ protected:
     /// What stands for work here: waits that long. A stop ends it at once, and then throws
     /// `MessageHandlerError` with the code "SERVICE_STOPPING". The thread counts as waiting, not as at work.
     void SpendTime(std::chrono::nanoseconds time) const;
+    /// Throws `MessageHandlerError` with the code "SERVICE_STOPPING" where the job has ended meanwhile or
+    /// another coordinator has it, which may be when this process was held up for long: then what the task
+    /// would leave has no use any more.
+    static void CheckIsWanted(const Task& task);
 
 private:
     /// Returns when the task is done; the text of what it throws is the reason why the task failed. It may be
@@ -72,9 +82,14 @@ private:
 std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> MakeWorkerService(
     const WorkerCrew& crew, const std::string& realm, const std::shared_ptr<PerformTaskHandler>& tasks);
 
-/// Reports each worker in with the coordinator of the realm, which has to be on the bus already. One that
-/// cannot be told is a line in the log.
-void ReportWorkers(const WorkerCrew& crew, PlatformAbstraction::Messaging::BusMessaging& messaging,
-                   const std::string& realm);
+/// The same service once more, for those who mean the workers of this farm alone.
+std::shared_ptr<PlatformAbstraction::Messaging::ServiceInfo> ForThisFarm(
+    const PlatformAbstraction::Messaging::ServiceInfo& service, const FarmPresence& presence);
+
+/// Reports each worker in with the coordinator of the realm. Where there is one farm it has to be on the bus
+/// already, and a worker that cannot be told is a line in the log. Where there are others, all coordinators
+/// are told, and it is the caller who repeats it.
+void ReportWorkers(const WorkerCrew& crew, const WorkerSettings& settings,
+                   PlatformAbstraction::Messaging::BusMessaging& messaging);
 
 }  // namespace Quillon::Farm

@@ -164,7 +164,7 @@ TEST_F(CoordinatorTest, AJobThatIsRemovedUnderWayStaysRemoved) {
 TEST_F(CoordinatorTest, AChangeIsMadeOnTopOfWhatOthersHaveWrittenMeanwhile) {
     using enum JobRecords::Outcome;
     Store("j", "{}", R"({"jobState":"Tasked"})");
-    JobRecords records;
+    JobRecords records(std::make_shared<LeaseTerm>());
     int edits = 0;
     const auto complete = [&](Weftline::Record& job) {
         if (++edits == 1) {

@@ -117,7 +117,7 @@ TEST(WorkerRosterTest, HonoursWishesThatSomebodyCanFulfil) {
         {"m2", {"m1", "m1"}, true},
     };
     for (const auto& [other, wishes, mayTake] : rows) {
-        WorkerRoster roster;
+        WorkerRoster roster{{}};
         const Worker asks{"w", "m1", "", std::string(MediaWorker)};
         roster.Report(asks);
         roster.Report({"other", other, "", std::string(MediaWorker)});
@@ -127,7 +127,7 @@ TEST(WorkerRosterTest, HonoursWishesThatSomebodyCanFulfil) {
 }
 
 TEST(WorkerRosterTest, KnowsEachWorkerOnceAndNotAnyNumber) {
-    WorkerRoster roster;
+    WorkerRoster roster{{}};
     EXPECT_TRUE(roster.Report({"w", "m1", "", "s"}));
     EXPECT_FALSE(roster.Report({"w", "m2", "", "s"}));
     EXPECT_EQ(roster.States().at(0).worker.machine, "m2");
@@ -194,8 +194,9 @@ protected:
     const TestSupport::StoresInPlace stores;
     int announced = 0;
     JobBoard board;
-    JobRecords records;
-    JobFollower follower{board, records};
+    const std::shared_ptr<LeaseTerm> term = std::make_shared<LeaseTerm>();
+    JobRecords records{term};
+    JobFollower follower{board, records, term};
     std::jthread thread;
 };
 
@@ -215,8 +216,8 @@ TEST_F(JobFollowerTest, FindsTheMostUrgentJobBehindAnyBacklog) {
 TEST_F(JobFollowerTest, APositionBehindTheEndOfTheLogIsNone) {
     Announce("50", Submit::kExportQuery.jobKind);
     for (const auto& [kept, used] : {std::pair{1, 1}, {4, 0}}) {
-        ASSERT_TRUE(KeptPosition().Keep(kept));
-        EXPECT_EQ(KeptPosition().Offset(), used) << "from there no job would be heard of";
+        ASSERT_TRUE(KeptPosition(term).Keep(kept));
+        EXPECT_EQ(KeptPosition(term).Offset(), used) << "from there no job would be heard of";
     }
 }
 

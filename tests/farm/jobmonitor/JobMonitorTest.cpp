@@ -218,6 +218,7 @@ TEST_F(JobMonitorTest, OfSeveralRemovalsAtTheSameTimeOneAloneSucceeds) {
 TEST_F(JobMonitorTest, FollowsTheLogOfTheStoreThatIsThere) {
     Submit({.id = "1"});
     EXPECT_EQ(FindJobs("{}"), "1");
+    EXPECT_THROW(JobDirectory(directory.File("index")), JobIndexInUse) << "another farm's";
     StopMonitor();
     CloseStore();
     for (const char* const part : {"", "-wal", "-shm"}) {

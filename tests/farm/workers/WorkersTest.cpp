@@ -16,9 +16,11 @@ protected:
         bus->Attach(MakeMetadataWorkerService(settings, ""));
     }
     /// Empty when the task of the job "j" is done, else the text of the error.
-    std::string Perform(const std::string& worker, const std::string& kind, const std::string& data = "{}") {
-        const auto task = Parameters::fromJSON(R"({"jobId":"j","taskKind":"orvik.quillon.task.)" + kind +
-                                               R"(","processingData":)" + data + "}");
+    std::string Perform(const std::string& worker, const std::string& kind, const std::string& data = "{}",
+                        const std::string& lease = "") {
+        const auto task =
+            Parameters::fromJSON(R"({"jobId":"j","taskKind":"orvik.quillon.task.)" + kind +
+                                 R"(","farmLease":")" + lease + R"(","processingData":)" + data + "}");
         const auto future = bus->GetMessaging()->SendRequest(
             TestSupport::To("orvik.quillon.processing." + worker + ".worker", "performTask", task));
         std::string code;
@@ -48,6 +50,27 @@ TEST_F(Workers, SayWhyATaskFailed) {
     };
     for (const auto& [worker, kind, data, failure] : rows) {
         EXPECT_EQ(Perform(worker, kind, data), failure);
+    }
+}
+
+TEST_F(Workers, LeaveNoResultsThatAreWantedNoMore) {
+    Submit({.id = "j"});
+    // State and lease of the job when the task, of lease 5, comes to its end, and whether it leaves its
+    // results.
+    const std::tuple<std::string_view, std::string, bool> rows[] = {
+        {Weftline::JobStates::Completed, "5", false},
+        {Weftline::JobStates::Tasked, "6", false},
+        {Weftline::JobStates::Readied, "5", true},
+        {Weftline::JobStates::Tasked, "5", true},
+    };
+    for (const auto& [state, lease, leavesResults] : rows) {
+        SetState("j", state, R"({"farmLease":")" + lease + "\"}");
+        EXPECT_EQ(Perform("metadata", kQuery, kMobs, "5").empty(), leavesResults);
+        EXPECT_EQ(CommonServices::ObjectStore()
+                      .FindByID("j.0", std::string(Weftline::Collections::MasterMobDescs))
+                      .has_value(),
+                  leavesResults);
+        ASSERT_TRUE(CommonServices::ObjectStore().DeleteMany({"j.0"}));
     }
 }
 
