@@ -1,5 +1,6 @@
 #include "platform/stores/sqlite/EmbeddedStore.h"
 #include "platform/stores/sqlite/SqliteOptions.h"
+#include "tests/stores/EventLogConformance.h"
 #include "tests/stores/StoresUnderTest.h"
 #include "tests/support/FakeStores.h"
 
@@ -27,3 +28,14 @@ std::vector<StoresUnderTest> AllStoresUnderTest() {
                          std::make_shared<TestSupport::FakeEventLog>()};
              }}};
 }
+
+INSTANTIATE_TEST_SUITE_P(, EventLogs,
+                         testing::Values(EventLogRow{"Embedded",
+                                                     [](const TempDirectory& directory) {
+                                                         return AllStoresUnderTest()[0].open(directory).log;
+                                                     }},
+                                         EventLogRow{"Fake",
+                                                     [](const TempDirectory&) {
+                                                         return std::make_shared<TestSupport::FakeEventLog>();
+                                                     }}),
+                         NameOfRow);

@@ -40,11 +40,6 @@ protected:
         return IdsOf(records->FindRecordsWithReferencedID(topic, type, key, value, 0, kAll));
     }
 
-    bool Append(const std::string& text, bool durable = true, const std::string& topic = kTopic) {
-        Record event = RecordOf("the same", topic, "JobCreated");  // an event's id is no key
-        event.recordData = text;
-        return log->Produce(event, durable);
-    }
     Names Texts(std::int64_t offset, std::size_t limit, const CommonServices::EventWait& wait = {}) {
         Names texts;
         for (const auto& event : log->Read(kTopic, offset, limit, wait)) {
@@ -258,32 +253,6 @@ TEST_P(Stores, WhatIsTakenIsGoneAndComesInOrder) {
     EXPECT_THAT(take("MobID"), IsEmpty());
     EXPECT_THAT(Referring("queryID", "other"), ElementsAre("other"));
     EXPECT_THAT(Jobs(), ElementsAre("job"));
-}
-
-TEST_P(Stores, KeepEventsInOrderByTopic) {
-    ASSERT_TRUE(Append("1") && Append("elsewhere", true, "other") && Append("2", false) && Append("1"));
-    EXPECT_THAT(Texts(0, 100), ElementsAre("1", "2", "1"));
-    const auto events = log->Read(kTopic, 0, 100, {});
-    EXPECT_TRUE(0 < events[0].offset && events[0].offset < events[1].offset &&
-                events[1].offset < events[2].offset);
-    EXPECT_EQ(events[0].record.recordType + events[0].record.recordID, "JobCreatedthe same");
-    EXPECT_THAT(Texts(events[0].offset, 1), ElementsAre("2"));
-    EXPECT_THAT(Texts(events[2].offset, 100, {1ms}), IsEmpty());
-    EXPECT_THAT(Texts(0, 0, {1ms}), IsEmpty());
-}
-
-TEST_P(Stores, AnEventEndsTheWaitOfEveryReaderOfItsTopicAndAStopThatOfOne) {
-    std::stop_source stop;
-    const auto wait = [this, &stop] { return Texts(0, 100, {1h, stop.get_token()}); };
-    auto stopped = std::async(std::launch::async, wait);
-    stop.request_stop();
-    EXPECT_THAT(stopped.get(), IsEmpty());
-    stop = std::stop_source();
-    auto one = std::async(std::launch::async, wait);
-    auto other = std::async(std::launch::async, wait);
-    ASSERT_TRUE(Append("elsewhere", true, "other") && Append("here"));
-    EXPECT_THAT(one.get(), ElementsAre("here"));
-    EXPECT_THAT(other.get(), ElementsAre("here"));
 }
 
 }  // namespace
