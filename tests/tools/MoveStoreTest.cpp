@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <set>
 #include <thread>
 
@@ -24,9 +25,9 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using Weftline::Record;
 
-constexpr int kJobs = 400;
-constexpr int kDoneWith = 100;  // of the job events
-constexpr int kGone = 17;       // of all jobs, one in so many
+constexpr int kJobs = 200;
+constexpr int kDoneWith = 50;  // of the job events
+constexpr int kGone = 17;      // of all jobs, one in so many
 const std::string kStrange("\xff\0\"", 3);
 
 Record EventOf(int n) {
@@ -52,6 +53,8 @@ protected:
             ASSERT_TRUE(store.records->UpsertOne(job) && store.events->Produce(EventOf(n), true));
             if (n % kGone == 0) {
                 ASSERT_TRUE(store.records->DeleteMany({job.recordID}));
+            } else {
+                ++left[job.recordTopic];
             }
         }
         ASSERT_TRUE(store.records->UpsertOne(Quillon::Farm::PositionRecord(kDoneWith)));
@@ -116,6 +119,7 @@ protected:
     }
 
     const TempDirectory directory;
+    std::map<std::string, int> left;  // of the jobs, by collection
     CommonServices::Sqlite::SqliteOptions options;
     CommonServices::MongoSettings mongo;
     CommonServices::KafkaSettings kafka;
@@ -154,7 +158,7 @@ TEST_F(MoveStore, KilledAgainAndAgainItMovesAllOnceAndInOrder) {
     }
     EXPECT_EQ(Run({"--dryrun"}), 2);
     EXPECT_EQ(Run({"--dry-run"}), 0);
-    EXPECT_THAT(Output(), HasSubstr("V2_WFJobs: " + std::to_string(kJobs - 8 - 24 + 1)));
+    EXPECT_THAT(Output(), HasSubstr("V2_WFJobs: " + std::to_string(left["V2_WFJobs"])));
     EXPECT_TRUE(Sent("V2_WFJobEvents").empty());
 
     int kills = 0;
@@ -176,7 +180,6 @@ TEST_F(MoveStore, KilledAgainAndAgainItMovesAllOnceAndInOrder) {
     for (const auto& [collection, type] : std::vector<std::pair<std::string, std::string>>{
              {"V2_WFJobs", "Job"}, {"Strangers", "Job"}, {"V2_WFProfiles", "Profile"}}) {
         const auto there = target->FindRecordsOfType(collection, type, 0, kAll);
-        EXPECT_FALSE(there.empty());
         EXPECT_EQ(TextsOf(there), TextsOf(store.records->FindRecordsOfType(collection, type, 0, kAll)));
     }
     EXPECT_TRUE(target->FindRecordsOfType(Quillon::Farm::kStateCollection, "FarmPosition", 0, 1).empty());
@@ -196,7 +199,7 @@ TEST_F(MoveStore, KilledAgainAndAgainItMovesAllOnceAndInOrder) {
     EXPECT_EQ(WithoutRepeats(sent), WithoutRepeats(pending));
     EXPECT_LE(sent.size(), pending.size() + static_cast<std::size_t>(kills) * 128);
     const auto others = Sent("OfOthers");
-    EXPECT_EQ(WithoutRepeats(others).size(), 10U);
+    EXPECT_EQ(WithoutRepeats(others).size(), static_cast<std::size_t>(kJobs / 40));
 
     // Once more there is nothing to do; what had ended comes only where it is asked for.
     store = {};
