@@ -34,7 +34,7 @@ constexpr const char* kRecords = "records";
 constexpr const char* kEvents = "events";
 constexpr const char* kDoneWith = "doneWith";
 
-constexpr std::size_t kBatchBytes = 4 * 1024 * 1024;
+constexpr std::size_t kBatchBytes = std::size_t{4} * 1024 * 1024;
 constexpr std::chrono::seconds kTellEvery{5};
 
 std::size_t SizeOf(const Weftline::Record& record) {
