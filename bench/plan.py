@@ -48,6 +48,30 @@ def _hostile():
         yield Row("  above idle two seconds later", "memory-" + name, "left_mb", "MB", (_at_most(50),))
 
 
+def cluster_rows():
+    """Of many machines; the engines' own rates first, so that what is theirs is seen. A job is two writes in the
+    database: the record with its event, and the event's end."""
+    alone = (("nats", 1, "NATS, request and reply, one caller"), ("nats", 64, None),
+             ("kafka", 1, "Kafka, acknowledged events, one caller"), ("kafka", 64, None),
+             ("mongo", 1, "stand-in for MongoDB, upserts, one client"), ("mongo", 16, None))
+    for kind, callers, title in alone:
+        name = "%s-%d" % (kind, callers)
+        yield Row("limit: " + title if title else "  from %d" % callers, name, "rate", "/s")
+    for schedulers in (1, 2, 3):
+        name = "schedulers-%d" % schedulers
+        yield Row("submissions through %d scheduler%s" % (schedulers, "s" * (schedulers > 1)), name, "rate", "/s",
+                  (Wanted(None, "mongo-16.rate"),))
+        yield Row("  99 of 100 answered in", name, "p99", "ms", (), max)
+    for connections in (1, 64):
+        label = "in turns, %d connection%s, " % (connections, "s" * (connections > 1))
+        own, other = "cluster-%d" % connections, "embedded-%d" % connections
+        yield Row(label + "embedded store", other, "rate", "/s", (), statistics.median)
+        yield Row("  processor time a job", other, "cpu_us", "us", (), statistics.median)
+        yield Row(label + "a database that costs nothing", own, "rate", "/s", (), statistics.median)
+        yield Row("  processor time a job", own, "cpu_us", "us", (_at_most(1.3, other + ".cpu_us"),), statistics.median)
+        yield Row("  of its jobs announced by then", own, "announced", "%", (), statistics.median)
+
+
 def rows(jobs):
     large = "store of {:,} jobs".format(jobs)
     kept = {connections: (_at_least(0.9, "%s-%d.rate" % (FRESH, connections)),) for connections in CONNECTIONS}

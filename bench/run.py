@@ -18,7 +18,7 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path.append(str(ROOT / "scripts"))  # where packed texts are read
+sys.path.append(str(ROOT / "scripts"))  # where packed texts are read and engines are started
 
 import disk
 import filling
@@ -26,8 +26,9 @@ import micro
 import plan
 import service
 import table
+from engines import Engines
 from peers import beanstalkd, nginx, postgres, redis
-from rows import catalogue, find, footprint, hostile, listing, submissions, turns
+from rows import catalogue, cluster, find, footprint, hostile, listing, submissions, turns
 
 CONNECTIONS = 64
 GROUPS = ("disk", "http", "database", "queue", "values", "submissions", "large", "catalogue", "find", "listing",
@@ -113,6 +114,33 @@ class Bench:
             self._note("%s-%d" % (plan.LARGE, connections), lambda place: submissions.measure(
                 self._build, place, self._large, self._body, connections, self._options.seconds), label)
 
+    def run_cluster(self):
+        """Another table: many machines, with the engines started once for all."""
+        engines = Engines(self._work / "engines")
+        try:
+            for number in range(self._options.rounds):
+                self._cluster_round(engines, number + 1)
+            for number in range(TURNS):
+                self._cluster_turn(engines, "turn %d: " % (number + 1))
+        finally:
+            engines.kill()
+
+    def _cluster_round(self, engines, number):
+        label, seconds = "round %d of %d: " % (number, self._options.rounds), self._options.seconds
+        for kind, callers in cluster.ALONE:
+            self._note("%s-%d" % (kind, callers), lambda place: cluster.alone(
+                self._build, engines, kind, callers, self._body, seconds), label)
+        for count in cluster.SCHEDULERS:
+            self._note("schedulers-%d" % count, lambda place: cluster.submissions(
+                self._build, place, engines, "round%d-%d" % (number, count), self._body, count, seconds), label)
+
+    def _cluster_turn(self, engines, label):
+        for connections in (1, CONNECTIONS):
+            self._note("embedded-%d" % connections, lambda place: turns.measure(
+                self._build, place, self._body, connections, self._options.seconds), label)
+            self._note("cluster-%d" % connections, lambda place: cluster.answering(
+                self._build, place, engines, self._body, connections, self._options.seconds), label)
+
     def _turns(self):
         for number in range(TURNS):
             for connections in (1, CONNECTIONS):
@@ -185,6 +213,7 @@ def read_options():
     parser.add_argument("--jobs", type=int, help="in the large store")
     parser.add_argument("--quick", action="store_true", help="short loads, one round, 50,000 jobs")
     parser.add_argument("--only", nargs="+", choices=GROUPS, metavar="ROW", help=", ".join(GROUPS))
+    parser.add_argument("--cluster", action="store_true", help="many machines instead, with the engines on this one")
     parser.add_argument("--micro", action="store_true", help="the micro benchmarks instead")
     options = parser.parse_args()
     short, full = (1, 1, 50_000), (4, 2, 1_000_000)
@@ -208,8 +237,9 @@ def main():
             results = list(micro.measure(sorted((options.build / "bench/bin").glob("*Bench")), work))
         else:
             bench = Bench(options, work)
-            bench.run()
-            results = list(table.evaluate(plan.rows(options.jobs), bench.measured))
+            bench.run_cluster() if options.cluster else bench.run()
+            results = list(table.evaluate(
+                list(plan.cluster_rows()) if options.cluster else plan.rows(options.jobs), bench.measured))
             numbers = bench.measured
     report = {"date": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime()), "machine": platform.platform(),
               "cores": os.cpu_count(), "seconds": options.seconds, "rounds": options.rounds, "jobs": options.jobs,

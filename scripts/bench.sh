@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Measures the release build on this machine, beside servers that a user could take instead:
 # scripts/bench.sh [OPTION OF bench/run.py]...
+# With --cluster it measures many machines: the engines by themselves and schedulers on them.
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 # The measurements start servers of their own, on free ports. What their packages would set up to run for good is
@@ -50,9 +51,16 @@ install_servers() {
 
 programs=(quillon-scheduler quillon-bench-load)
 for option in "$@"; do
-    if [ "$option" = --micro ]; then
+    case $option in
+    --micro)
         programs=(quillon-bench)
-    fi
+        ;;
+    --cluster)
+        install_packages cluster
+        scripts/mongo.sh fetch
+        scripts/kafka.sh fetch
+        ;;
+    esac
 done
 
 install_servers
