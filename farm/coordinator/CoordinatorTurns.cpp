@@ -96,8 +96,9 @@ void CoordinatorTurns::EndTurn(MessageBus& bus) noexcept {
     try {
         Log::Info("This farm coordinates the jobs no longer.");
         bus.Detach(turn.place, kDetachPatience);
-    } catch (const std::exception&) {
+    } catch (const std::exception& failure) {
         // What it is asked from now on it answers as one whose time is over.
+        Log::Warning(std::string("The former coordinator did not leave the bus: ") + failure.what());
     }
     turn.coordinator->Stop();
 }

@@ -1,7 +1,6 @@
 #include "platform/messaging/nats/NatsBus.h"
 
 #include <algorithm>
-#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -104,33 +103,36 @@ std::shared_ptr<MessageSink> NatsBus::Attach(const std::shared_ptr<ServiceInfo>&
             });
         m_services[{service->GetName(), service->GetRealm(), service->GetVersion()}].push_back(endpoint);
     }
+    Attached attached{endpoint, {}};
     const auto deliver = DeliveryTo(endpoint, service->GetName(), m_pLink);
     for (const auto& [audience, group] :
          {std::pair(NatsAudience::OneInstance, kInstances), std::pair(NatsAudience::AllInstances, "")}) {
         const std::string subject =
             SubjectOfService(audience, service->GetName(), service->GetRealm(), service->GetVersion());
-        const auto number = m_pLink->Subscribe(subject + ".*", group, deliver);
-        const MutexLock lock(m_mutex);
-        m_subscriptions[endpoint.get()].push_back(number);
+        attached.subscriptions.push_back(m_pLink->Subscribe(subject + ".*", group, deliver));
     }
-    return std::make_shared<DoorOfService>(std::move(endpoint), m_pLink);
+    auto door = std::make_shared<DoorOfService>(std::move(endpoint), m_pLink);
+    const MutexLock lock(m_mutex);
+    m_attached.insert_or_assign(door.get(), std::move(attached));
+    return door;
 }
 
 void NatsBus::Detach(const std::shared_ptr<MessageSink>& attached, steady_clock::duration patience) {
     const auto deadline = DeadlineOf(patience);
-    Instances detached;
-    std::vector<NatsLink::SubscriptionNumber> subscriptions;
+    Attached detached;
     {
         const MutexLock lock(m_mutex);
-        for (auto& [address, instances] : m_services) {
-            std::ranges::move(TakeOut(instances, attached), std::back_inserter(detached));
+        auto found = m_attached.extract(attached.get());
+        if (found.empty()) {
+            return;
         }
-        if (auto found = m_subscriptions.extract(attached.get())) {
-            subscriptions = std::move(found.mapped());
+        detached = std::move(found.mapped());
+        for (auto& [address, instances] : m_services) {
+            std::erase(instances, detached.endpoint);
         }
     }
-    m_pLink->Unsubscribe(subscriptions, LeftUntil(deadline));
-    StopInstances(detached, deadline);
+    m_pLink->Unsubscribe(detached.subscriptions, LeftUntil(deadline));
+    StopInstances({detached.endpoint}, deadline);
 }
 
 std::shared_ptr<BusMessaging> NatsBus::GetMessaging() {

@@ -53,6 +53,11 @@ public:
               const std::shared_ptr<MessageExchange>& exchange);
 
 private:
+    struct Attached {
+        std::shared_ptr<ServiceEndpoint> endpoint;
+        std::vector<NatsLink::SubscriptionNumber> subscriptions;
+    };
+
     explicit NatsBus(const NatsSettings& settings);
 
     bool IsStopping();
@@ -65,9 +70,8 @@ private:
     const std::shared_ptr<NatsLink> m_pLink;
 
     Mutex m_mutex;
-    // Only compared.
-    std::map<const MessageSink*, std::vector<NatsLink::SubscriptionNumber>> m_subscriptions
-        QUILLON_GUARDED_BY(m_mutex);
+    // By what `Attach` gave, which is only compared: once it is gone, another may come to lie there.
+    std::map<const MessageSink*, Attached> m_attached QUILLON_GUARDED_BY(m_mutex);
     std::map<std::tuple<std::string, std::string, std::int32_t>, Instances> m_services
         QUILLON_GUARDED_BY(m_mutex);
     bool m_isStopping QUILLON_GUARDED_BY(m_mutex) = false;
