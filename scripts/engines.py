@@ -16,11 +16,11 @@ DEADLINE_SECONDS = 120
 LARGEST_MESSAGE = 8 * 1024 * 1024  # room for `rest.maxBodyBytes` and what travels with it
 
 
-def wait_until(condition, what, seconds=DEADLINE_SECONDS):
-    deadline = time.monotonic() + seconds
+def wait_until(condition, what, pause=0.01):
+    deadline = time.monotonic() + DEADLINE_SECONDS
     while not condition():
         assert time.monotonic() < deadline, "no " + what
-        time.sleep(0.01)
+        time.sleep(pause)
 
 
 def free_port():
@@ -116,7 +116,7 @@ class Nats(Engine):
             port = free_port()
             (self.directory / "port").write_text(str(port))
             (self.directory / "server.conf").write_text(
-                "listen: 127.0.0.1:%d\nmax_payload: %d\n" % (port, LARGEST_MESSAGE))
+                "listen: 127.0.0.1:%d\nmax_payload: %d\nwrite_deadline: 2s\n" % (port, LARGEST_MESSAGE))
         return ["nats-server", "-c", str(self.directory / "server.conf")]
 
     def _answers(self):

@@ -18,8 +18,9 @@ import unittest
 
 import engines
 import torture
+from engines import wait_until
 from proxy import Proxy
-from quillon import DEADLINE_SECONDS, Service, wait_until
+from quillon import DEADLINE_SECONDS, Service
 
 # The client of MongoDB for Python comes with the stand-in.
 sys.path += glob.glob(str(engines.ROOT / "build/mongo/lib/python3*/site-packages"))
@@ -27,6 +28,8 @@ sys.path += glob.glob(str(engines.ROOT / "build/mongo/lib/python3*/site-packages
 EVENTS = "V2_WFJobEvents"
 _TEXTS = {"recordType": "type", "name": "name", "description": "description", "recordData": "data",
           "recordPublicData": "publicData", "tags": "tags"}
+FARM = {"farm": {"enabled": True, "taskMilliseconds": 0}}
+PACE = 0.05  # seconds from one submission of a client to its next: the stand-in for MongoDB takes no more for long
 _numbers = itertools.count(1)
 
 
@@ -52,6 +55,8 @@ def shared_engines():
 class Cluster:
     """A database of its own on the shared engines, and the schedulers that are started on it, which `close` ends. Of the
     topic, which all share, it sees what came after its own begin."""
+
+    repeats_events = True
 
     def __init__(self):
         import pymongo
@@ -98,6 +103,14 @@ class Cluster:
     def jobs(self):
         return self.records("V2_WFJobs")
 
+    def states(self):
+        """How many jobs are in which state."""
+        jobs = self.store.records.find({"collection": "V2_WFJobs"}, {"publicData": 1})
+        return collections.Counter(_state_of(job) for job in jobs)
+
+    def number_done(self):
+        return self.states()["Completed"]
+
     def events(self):
         return [json.loads(value) for value in self.engines.kafka.messages(EVENTS)[self._first_event:]]
 
@@ -109,7 +122,7 @@ class Cluster:
         return self.store.records.count_documents({"since": {"$exists": True}})
 
     def wait_until_announced(self):
-        wait_until(lambda: self.number_pending() == 0, "end of what is pending")
+        wait_until(lambda: self.number_pending() == 0, "end of what is pending", pause=0.1)
 
     def insert(self, records):
         """What another program stores: (type, collection, data, public data)."""
@@ -125,6 +138,10 @@ def _reference(key, value):
     return hashlib.sha256(("%d:%s%s" % (len(key.encode()), key, value)).encode()).digest()[:16]
 
 
+def _state_of(document):
+    return json.loads(_text_of(document["publicData"])).get("jobState") or "Created"
+
+
 def _text_of(value):
     return value if isinstance(value, str) else bytes(value).decode()
 
@@ -132,7 +149,11 @@ def _text_of(value):
 def check_jobs(cluster, journal, history):
     """Every acknowledged job is there once, announced at least once, carried out once; no event without its record. One
     of the cluster's schedulers has a farm, and `history` is of all that was written."""
-    wait_until(lambda: all('"Completed"' in job["recordPublicData"] for job in cluster.jobs()), "end of the jobs")
+    try:
+        wait_until(lambda: cluster.states().keys() <= {"Completed"}, "end of all jobs", pause=0.3)
+    except AssertionError:
+        print(cluster.states(), flush=True)
+        raise
     cluster.wait_until_announced()
     journal.check(cluster)
     states = history.stop()
@@ -203,7 +224,7 @@ class StateHistory:
             document = change and change.get("updateDescription", {}).get("updatedFields") or change and change[
                 "fullDocument"]
             if document and "publicData" in document:
-                state = json.loads(_text_of(document["publicData"])).get("jobState") or "Created"
+                state = _state_of(document)
                 states = self.states.setdefault(change["documentKey"]["_id"], [])
                 if states[-1:] != [state]:
                     states.append(state)
@@ -222,8 +243,7 @@ class Clients:
     def __init__(self, cluster, journal, name, connections=4, pace=0.0):
         self._cluster, self._journal, self._name, self._pace = cluster, journal, name, pace
         self._done, self._surprises = threading.Event(), []
-        self._before = len(journal.answered)
-        self._threads = [threading.Thread(target=self._submit, args=(n,)) for n in range(connections)]
+        self._threads = [threading.Thread(target=self._submit, args=(n,), daemon=True) for n in range(connections)]
         for thread in self._threads:
             thread.start()
 
@@ -257,13 +277,49 @@ class Clients:
         self._journal.answered[marker] = body["clientKey"]
         return True
 
-    def wait_for(self, answers):
-        """So many more than there were at the begin."""
-        wait_until(lambda: len(self._journal.answered) - self._before >= answers, "answers")
-        return self
+    def wait_for_more(self, answers):
+        enough = len(self._journal.answered) + answers
+        wait_until(lambda: len(self._journal.answered) >= enough, "answers")
 
     def stop(self):
         self._done.set()
         for thread in self._threads:
             thread.join()
         assert not self._surprises, self._surprises
+
+
+class Story(unittest.TestCase):
+    """Of what becomes of jobs in a cluster."""
+
+    def setUp(self):
+        self.cluster, self.journal = Cluster(), torture.Journal()
+        self.addCleanup(self.cluster.close)
+
+    def start(self, count, settings=FARM, farms=1):
+        """That many schedulers, the first of them with these settings, and whatever they write is followed."""
+        started = [self.cluster.start(settings=settings if n < farms else None) for n in range(count)]
+        for scheduler in started:
+            scheduler.wait_for_start()
+        self.cluster.targets = [scheduler.port for scheduler in started]
+        self.history = StateHistory(self.cluster)
+        self.addCleanup(self.history.stop)
+        return started
+
+    def submit(self, name, answers, **more):
+        clients = Clients(self.cluster, self.journal, name, **more)
+        clients.wait_for_more(answers)
+        clients.stop()
+
+    def check(self):
+        check_jobs(self.cluster, self.journal, self.history)
+
+    def submit_in_vain(self, scheduler, marker):
+        """The store's error came before the caller's patience was over; whether the job is there nobody knows."""
+        self.journal.lost.add(marker)
+        status, _, answer = self.ask(scheduler, "/submitMixdown", torture.request_of(marker), "POST")
+        self.assertEqual(status, 500, answer)
+        self.assertIn("Object Store failed", answer["error"]["message"])
+
+    def ask(self, scheduler, path, body=b"", method="GET"):
+        status, headers, text = scheduler.post(path, body, method=method)
+        return status, headers, json.loads(text)

@@ -17,7 +17,7 @@ class Proxy:
         self._target = target
         self._lock = threading.Lock()
         self._sockets = set()
-        self._mended = threading.Event()
+        self._mended, self._cuts = threading.Event(), threading.Event()
         self.mend()
         self._listener = socket.create_server(("127.0.0.1", 0), backlog=256)
         self.port = self._listener.getsockname()[1]
@@ -26,7 +26,7 @@ class Proxy:
     def mend(self):
         """Everything passes again. What was swallowed is lost, so its connections are cut."""
         swallowed = getattr(self, "_swallowed", set())
-        self._delay, self._swallowed, self._cuts = 0, set(), False
+        self._delay, self._swallowed = 0, set()
         self._mended.set()
         if swallowed:
             self._cut_all()
@@ -42,8 +42,8 @@ class Proxy:
         self._swallowed = set(directions)
 
     def cut(self):
-        """Of the next piece to the client half goes out, and the connection is reset; on every connection."""
-        self._cuts = True
+        """Of the next piece to the client half goes out, and its connection is reset."""
+        self._cuts.set()
 
     def close(self):
         # A listener that is only closed lets the thread sleep on.
@@ -93,7 +93,8 @@ class Proxy:
                     self._mended.wait(self._delay)
                 if direction in self._swallowed:
                     continue
-                if self._cuts and direction == TO_CLIENT:
+                if direction == TO_CLIENT and self._cuts.is_set():
+                    self._cuts.clear()
                     sink.sendall(piece[:len(piece) // 2])
                     break
                 sink.sendall(piece)

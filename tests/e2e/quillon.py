@@ -84,12 +84,14 @@ class Service:
     def errors(self):
         return (self.directory / "err").read_text()
 
+    def is_listening(self):
+        return re.search(r"Listening on https?://\S+:(\d+)", self.errors)
+
     @property
     def port(self):
         """Waits until the program says where it listens; from then on its store is there too."""
-        pattern = r"Listening on https?://\S+:(\d+)"
-        wait_until(lambda: re.search(pattern, self.errors) or self.process.poll() is not None, "a listening line")
-        listening = re.search(pattern, self.errors)
+        wait_until(lambda: self.is_listening() or self.process.poll() is not None, "a listening line")
+        listening = self.is_listening()
         assert listening, "ended with %s: %s%s" % (self.process.returncode, self.output, self.errors)
         return int(listening.group(1))
 

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/failpoint/Failpoint.h"
 #include "base/log/OutageLog.h"
 #include "base/log/PlatformLog.h"
 #include "platform/stores/EventLog.h"
@@ -184,6 +185,7 @@ void Announcer::TakeOut(const std::vector<const PendingEvent*>& events) noexcept
     if (events.empty()) {
         return;
     }
+    QUILLON_FAILPOINT("after-announcing");
     const auto start = std::chrono::steady_clock::now();
     try {
         Client client(m_clients);
