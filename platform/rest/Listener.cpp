@@ -62,7 +62,8 @@ void RefuseOpenHost(const RestGatewaySettings& settings, const std::vector<asio:
     if (settings.callers.empty()) {
         throw CannotListenError(open +
                                 "without \"callers\" in the file of bus settings anybody there could send "
-                                "messages. Use --host=localhost, or name the callers.");
+                                "messages. Listen on localhost (--host, or \"rest.host\" with "
+                                "--deploy=distributed), or name the callers.");
     }
     if (!settings.tls.IsUsed() && !settings.behindProxy) {
         throw CannotListenError(open +
