@@ -168,13 +168,24 @@ public:
         const Document update(BCON_NEW("$set", "{", "body", BCON_UTF8(m_body.c_str()), "}"));
         const Document options(BCON_NEW("upsert", BCON_BOOL(true)));
         bson_error_t error{};
-        Require(mongoc_collection_update_one(self.collection.get(), filter.get(), update.get(), options.get(),
+        Require(mongoc_collection_update_one(self.collection.get(), filter.Get(), update.Get(), options.Get(),
                                              nullptr, &error),
                 error.message);
     }
 
 private:
-    using Document = Handle<struct _bson_t, bson_destroy>;  // without attributes, which a template would drop
+    class Document {
+    public:
+        explicit Document(bson_t* document) : m_pDocument(document) {}
+        Document(const Document&) = delete;
+        Document& operator=(const Document&) = delete;
+        ~Document() { bson_destroy(m_pDocument); }
+
+        const bson_t* Get() const { return m_pDocument; }
+
+    private:
+        bson_t* const m_pDocument;
+    };
     struct Caller {
         Handle<mongoc_client_t, mongoc_client_destroy> client;
         Handle<mongoc_collection_t, mongoc_collection_destroy> collection;
@@ -233,11 +244,11 @@ int main(int count, char** arguments) try {
     std::ifstream file(arguments[5], std::ios::binary);
     std::string body{std::istreambuf_iterator<char>(file), {}};
     Require(!body.empty(), "there is no body in " + std::string(arguments[5]));
-    const auto callers = static_cast<std::size_t>(std::atoi(arguments[3]));
+    const auto callers = std::stoul(arguments[3]);
     const auto engine = Open(arguments[1], arguments[2], std::move(body), callers);
     const auto start = Clock::now();
     std::vector<double> times =
-        Drive(*engine, callers, start + std::chrono::seconds(std::atoi(arguments[4])));
+        Drive(*engine, callers, start + std::chrono::seconds(std::stoi(arguments[4])));
     const double took = std::chrono::duration<double>(Clock::now() - start).count();
     std::sort(times.begin(), times.end());
     std::cout << R"({"requests": )" << times.size() << R"(, "seconds": )" << took << R"(, "p50": )"

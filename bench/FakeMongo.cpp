@@ -317,7 +317,7 @@ int Listen(std::uint16_t port) {
 
 int main(int argc, char** argv) {
     try {
-        const int listener = Listen(static_cast<std::uint16_t>(argc > 1 ? std::atoi(argv[1]) : 0));
+        const int listener = Listen(static_cast<std::uint16_t>(argc > 1 ? std::stoul(argv[1]) : 0));
         sigset_t signals;
         sigemptyset(&signals);
         sigaddset(&signals, SIGUSR1);

@@ -28,12 +28,9 @@ namespace {
 using namespace std::chrono_literals;
 using CommonServices::MongoSettings;
 using CommonServices::ObjectStoreException;
-using testing::Each;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-using testing::UnorderedElementsAreArray;
 using Weftline::Record;
 using Names = std::vector<std::string>;
 
@@ -105,10 +102,10 @@ TEST_F(MongoStore, WhatIsTooLargeIsRefusedAndHarmsNothing) {
     const auto store = Open();
     ASSERT_TRUE(Announce(*store, "a"));
     Record large = RecordOf("a");
-    large.recordData = std::string(16 * 1024 * 1024, 'x');
+    large.recordData = std::string(std::size_t{16} * 1024 * 1024, 'x');
     EXPECT_FALSE(store->UpsertOne(large));
     EXPECT_EQ(store->FindByID("a", "V2_WFJobs")->recordData, "");
-    large.recordData.resize(15 * 1024 * 1024);
+    large.recordData.resize(std::size_t{15} * 1024 * 1024);
     EXPECT_TRUE(store->UpsertOne(large));
     EXPECT_EQ(store->FindByID("a", "V2_WFJobs")->recordData, large.recordData);
 }

@@ -156,9 +156,8 @@ std::vector<const PendingEvent*> Announcer::Announce(const std::vector<PendingEv
     std::string reason = "it was refused";
     try {
         std::vector<const Weftline::Record*> records;
-        for (const PendingEvent& event : events) {
-            records.push_back(&event.event);
-        }
+        std::ranges::transform(events, std::back_inserter(records),
+                               [](const PendingEvent& event) { return &event.event; });
         announced.reserve(events.size());
         const std::vector<bool> taken = m_pLog->ProduceAll(records);
         for (std::size_t place = 0; place < events.size(); ++place) {
@@ -191,9 +190,8 @@ void Announcer::TakeOut(const std::vector<const PendingEvent*>& events) noexcept
         Client client(m_clients);
         const auto write = [&](Client::Step (*take)(const PendingEvent&)) {
             std::vector<Client::Step> steps;
-            for (const PendingEvent* event : events) {
-                steps.push_back(take(*event));
-            }
+            std::ranges::transform(events, std::back_inserter(steps),
+                                   [take](const PendingEvent* event) { return take(*event); });
             return client.Write(Collections::kRecords, steps, Durability::One);
         };
         if (write(TakingOutTheOnly) < events.size()) {
