@@ -55,7 +55,7 @@ void Coordinator::ReportWorker(const Worker& worker) {
 
 void Coordinator::TellProgress(const std::string& jobId, std::int32_t progress) {
     constexpr std::int32_t kAllDone = 100;
-    if (progress >= kAllDone) {
+    if (progress >= kAllDone || m_pTerm->IsOver()) {
         return;  // the end of the task, which comes next, writes that too
     }
     (void)m_records.Change(jobId, [progress](Weftline::Record& job) {

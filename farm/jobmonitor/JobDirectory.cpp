@@ -35,6 +35,10 @@ constexpr milliseconds kCatchUpPatience{1000};
 // Events that come in quick succession are read together.
 constexpr milliseconds kBetweenReads{100};
 constexpr milliseconds kPauseAfterFailure{2000};
+// A log that is away takes its time to say nothing. Then pages are given as the index is, without asking it
+// one after the other.
+constexpr milliseconds kLogIsAway{500};
+constexpr milliseconds kPagesWithoutLog{5000};
 constexpr std::int32_t kMostSubTasks = 100;  // named with their parent; whoever wants more lists them
 
 std::vector<LoggedEvent> ReadEvents(std::int64_t afterOffset, std::size_t limit,
@@ -124,7 +128,7 @@ void JobDirectory::Follow(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
         try {
             if (!ReadEvents(m_index.Position().offset, 1, {LongestEventWait(), stop}).empty()) {
-                while (ReadBatch() == kBatch && !stop.stop_requested()) {
+                while (ReadBatch(Asker::Follower) == kBatch && !stop.stop_requested()) {
                 }
             }
             isFailing = false;
@@ -143,13 +147,20 @@ void JobDirectory::Follow(const std::stop_token& stop) {
 
 void JobDirectory::CatchUp() {
     const auto deadline = steady_clock::now() + kCatchUpPatience;
-    while (ReadBatch() == kBatch && steady_clock::now() < deadline) {
+    while (ReadBatch(Asker::Page) == kBatch && steady_clock::now() < deadline) {
     }
 }
 
-std::size_t JobDirectory::ReadBatch() {
+std::size_t JobDirectory::ReadBatch(Asker asker) {
     const std::lock_guard lock(m_readingMutex);
+    const auto begun = steady_clock::now();
+    if (asker == Asker::Page && begun < m_logIsAwayUntil) {
+        return 0;
+    }
     const auto events = ReadEvents(m_index.Position().offset, kBatch);
+    const auto read = steady_clock::now();
+    const bool isAway = events.empty() && read - begun >= kLogIsAway;
+    m_logIsAwayUntil = isAway ? read + kPagesWithoutLog : read;
     const auto jobs = events.size() < kWorthAThread ? ReadAnnounced(events) : ReadAnnouncedInHalves(events);
     if (!events.empty()) {
         m_index.Add(jobs, {events.back().offset, events.back().record.recordID});

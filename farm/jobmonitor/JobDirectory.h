@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -47,7 +48,8 @@ private:
                                     const Read& read);
     /// Reads what has come to the log, for a limited time.
     void CatchUp();
-    std::size_t ReadBatch();
+    enum class Asker { Follower, Page };
+    std::size_t ReadBatch(Asker asker);
     /// Adds the jobs to `page`, and drops those whose record is gone.
     void Collect(std::vector<IndexedJob> entries, std::vector<ListedJob>& page);
 
@@ -56,6 +58,7 @@ private:
     // Held over one batch, so that batches come in order. A page gets its turn beside an index that is made
     // anew.
     PlatformAbstraction::FairMutex m_readingMutex;
+    std::chrono::steady_clock::time_point m_logIsAwayUntil;  // for pages; guarded by m_readingMutex
     PlatformAbstraction::Mutex m_removalMutex;  // held from the look for a record until it is deleted
 };
 
