@@ -10,6 +10,8 @@ import struct
 import subprocess
 import time
 
+from free_ports import free_ports
+
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 # Of this machine, busy with something else. The broker takes seven seconds on an idle one.
 DEADLINE_SECONDS = 120
@@ -21,11 +23,6 @@ def wait_until(condition, what, pause=0.01):
     while not condition():
         assert time.monotonic() < deadline, "no " + what
         time.sleep(pause)
-
-
-def free_port():
-    with socket.create_server(("127.0.0.1", 0)) as probe:
-        return probe.getsockname()[1]
 
 
 class Engine:
@@ -113,7 +110,7 @@ class Nats(Engine):
 
     def _command(self):
         if not (self.directory / "port").exists():
-            port = free_port()
+            port = free_ports(1)[0]
             (self.directory / "port").write_text(str(port))
             (self.directory / "server.conf").write_text(
                 "listen: 127.0.0.1:%d\nmax_payload: %d\nwrite_deadline: 2s\n" % (port, LARGEST_MESSAGE))

@@ -24,10 +24,7 @@ java_command=(java -Xms128m -Xmx256m -XX:+UseSerialGC -XX:TieredStopAtLevel=1 -c
 
 prepare() {
     local directory=$1 port tlsPort controllerPort
-    read -r port tlsPort controllerPort < <(python3 -c '
-import socket
-sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(3)]
-print(*(s.getsockname()[1] for s in sockets))')
+    read -r port tlsPort controllerPort < <(python3 scripts/free_ports.py 3)
     openssl rand -hex 16 >"$directory/password"
     openssl req -x509 -newkey rsa:2048 -nodes -days 3650 -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 \
         -keyout "$directory/key.pem" -out "$directory/certificate.pem" 2>/dev/null

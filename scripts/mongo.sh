@@ -27,8 +27,7 @@ run)
     shift 2
     [ -f "$environment/requirements.txt" ] || die "The stand-in is not here; run scripts/mongo.sh fetch"
     if [ ! -f "$directory/port" ]; then
-        python3 -c 'import socket; print(socket.create_server(("127.0.0.1", 0)).getsockname()[1])' \
-            >"$directory/port.new"
+        python3 scripts/free_ports.py 1 >"$directory/port.new"
         mv "$directory/port.new" "$directory/port"
     fi
     exec setpriv --pdeathsig KILL "$environment/bin/secantusd-py" --host 127.0.0.1 --port "$(cat "$directory/port")" \
