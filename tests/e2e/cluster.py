@@ -149,11 +149,8 @@ def _text_of(value):
 def check_jobs(cluster, journal, history):
     """Every acknowledged job is there once, announced at least once, carried out once; no event without its record. One
     of the cluster's schedulers has a farm, and `history` is of all that was written."""
-    try:
-        wait_until(lambda: cluster.states().keys() <= {"Completed"}, "end of all jobs", pause=0.3)
-    except AssertionError:
-        print(cluster.states(), flush=True)
-        raise
+    while (states := cluster.states()).keys() - {"Completed"}:
+        wait_until(lambda: cluster.states() != states, "further change of %s" % states, pause=0.3)
     cluster.wait_until_announced()
     journal.check(cluster)
     states = history.stop()
