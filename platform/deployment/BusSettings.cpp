@@ -184,7 +184,12 @@ constexpr std::array<Setting<BusSettings>, 32> kTable{{
          settings.kafka.minInSyncReplicas = value.Whole(1, kMostReplicas);
      }},
     {"nats.servers",
-     [](const SettingValue& value, BusSettings& settings) { settings.nats.servers = value.Texts(); }},
+     [](const SettingValue& value, BusSettings& settings) {
+         settings.nats.servers = value.Texts();
+         if (settings.nats.servers.empty()) {
+             value.Refuse("an array of texts that is not empty");
+         }
+     }},
     {"nats.credentialsFile",
      [](const SettingValue& value, BusSettings& settings) { settings.nats.credentialsFile = value.Text(); }},
     {"nats.userName",
@@ -271,6 +276,13 @@ BusSettings ParseBusSettings(std::string_view json) {
             "The bus setting \"kafka.minInSyncReplicas\" must not be above \"kafka.replicas\": no event "
             "would "
             "ever be taken.");
+    }
+    if (settings.kafka.saslMechanism.empty() &&
+        !(settings.kafka.userName.empty() && settings.kafka.passwordFile.empty())) {
+        throw BusSettingsError(
+            "The bus setting \"kafka.userName\" or \"kafka.passwordFile\" says who this is, and nobody would "
+            "ask: "
+            "\"kafka.saslMechanism\" is missing.");
     }
     settings.ofManyMachines = NameOfManyMachines(tree);
     return settings;

@@ -359,6 +359,15 @@ TEST(NatsIdentity, IsAskedForAndChecked) {
     for (const NatsSettings& refused : {unknown, wrong, other, nobody}) {
         EXPECT_THAT(Refusal(refused), AllOf(HasSubstr("cannot be joined"), Not(HasSubstr("secret"))));
     }
+    // An address that leads to this machine and is no loopback address.
+    const auto beyondLoopback = [&settings](const NatsServer& plain) {
+        NatsSettings login = SettingsFor("0.0.0.0" + plain.Url().substr(plain.Url().find(':')));
+        login.userName = settings.userName;
+        login.passwordFile = settings.passwordFile;
+        return Refusal(login);
+    };
+    EXPECT_EQ(beyondLoopback(NatsServer({"--user", "me", "--pass", "secret"})), "joined");
+    EXPECT_THAT(beyondLoopback(NatsServer()), HasSubstr("takes anybody"));
 }
 
 }  // namespace

@@ -144,7 +144,8 @@ void SetTls(natsOptions* options, const NatsSettings& settings, const NatsAddres
     }
 }
 
-Options OptionsFor(const NatsSettings& settings, const NatsAddress& server, OnLost* onLost) {
+// Without a login.
+Options AnonymousOptionsFor(const NatsSettings& settings, const NatsAddress& server) {
     constexpr const char* kRefused = "The settings of the bus were refused";
     natsOptions* made = nullptr;
     Check(natsOptions_Create(&made), kRefused);
@@ -156,13 +157,33 @@ Options OptionsFor(const NatsSettings& settings, const NatsAddress& server, OnLo
           natsOptions_SetPingInterval(made, settings.pingInterval.count()),
           natsOptions_SetMaxPingsOut(made, kUnansweredPings), natsOptions_SetAllowReconnect(made, false),
           natsOptions_SetIgnoreDiscoveredServers(made, true), natsOptions_SetSendAsap(made, true),
-          natsOptions_SetErrorHandler(made, HandleError, nullptr),
-          natsOptions_SetClosedCB(made, HandleClosed, onLost)}) {
+          natsOptions_SetErrorHandler(made, HandleError, nullptr)}) {
         Check(status, kRefused);
     }
-    SetIdentity(made, settings);
     SetTls(made, settings, server);
     return options;
+}
+
+Options OptionsFor(const NatsSettings& settings, const NatsAddress& server, OnLost* onLost) {
+    Options options = AnonymousOptionsFor(settings, server);
+    Check(natsOptions_SetClosedCB(options.get(), HandleClosed, onLost),
+          "The settings of the bus were refused");
+    SetIdentity(options.get(), settings);
+    return options;
+}
+
+// A server that asks nobody who he is takes a login as well, and then anybody may say on whose behalf he
+// comes.
+void CheckThatItAsksForLogins(const NatsSettings& settings, const NatsAddress& server) {
+    const Options options = AnonymousOptionsFor(settings, server);
+    natsConnection* connection = nullptr;
+    const natsStatus status = natsConnection_Connect(&connection, options.get());
+    natsConnection_Destroy(connection);
+    if (status == NATS_OK) {
+        throw NatsBusError(
+            "it is beyond loopback addresses and takes anybody, without a login; its messages say on whose "
+            "behalf they come");
+    }
 }
 
 }  // namespace
@@ -218,6 +239,9 @@ std::unique_ptr<NatsConnection> NatsConnection::OpenTo(const NatsSettings& setti
     std::unique_ptr<NatsConnection> connection(new NatsConnection(std::move(handles)));
     if (natsConnection_HasHeaderSupport(connection->m_pHandles->connection) != NATS_OK) {
         throw NatsBusError("the server is too old to tell that nobody listens");
+    }
+    if (!server.isLoopback) {
+        CheckThatItAsksForLogins(settings, server);
     }
     // The gateway's largest body has to pass, or the largest submissions fail one by one.
     if (connection->MaxPayload() < settings.largestBody + kNatsEnvelopeRoom) {

@@ -16,10 +16,9 @@ namespace CommonServices {
 struct KafkaSettings {
     std::string bootstrapServers;  ///< "host:port", several with commas between; required
 
-    bool tls = false;    ///< servers prove by a certificate who they are
-    std::string caFile;  ///< PEM; empty: the system's own authorities
-    std::string
-        saslMechanism;  ///< "SCRAM-SHA-256", "SCRAM-SHA-512", "PLAIN" (with TLS only); empty: no login
+    bool tls = false;           ///< servers prove by a certificate who they are
+    std::string caFile;         ///< PEM; empty: the system's own authorities
+    std::string saslMechanism;  ///< "PLAIN", with TLS only; empty: no login
     std::string userName;
     std::string passwordFile;  ///< its first line is the password
 
