@@ -31,8 +31,20 @@ constexpr std::size_t kReadAtOnce = 8;  // records, of which each may be megabyt
 constexpr std::chrono::milliseconds kKeepEvery{1000};
 constexpr std::chrono::milliseconds kPauseAfterFailure{1000};
 
+bool HasEventBehind(std::int64_t offset) {
+    return !StoreChoice::Events()->Read(std::string(Weftline::Topics::JobEvents), offset, 1, {}).empty();
+}
+
+// A log that is away shows nothing, as an empty one does, and to read all of a long one anew would take
+// hours: so nothing is decided before it shows its first event.
 bool IsInLog(std::int64_t offset) {
-    return !StoreChoice::Events()->Read(std::string(Weftline::Topics::JobEvents), offset - 1, 1, {}).empty();
+    if (HasEventBehind(offset - 1)) {
+        return true;
+    }
+    if (!HasEventBehind(0)) {
+        throw CommonServices::ObjectStoreException("the event log is empty, or does not answer");
+    }
+    return HasEventBehind(offset - 1);
 }
 
 }  // namespace

@@ -214,6 +214,8 @@ TEST_F(JobFollowerTest, FindsTheMostUrgentJobBehindAnyBacklog) {
 }
 
 TEST_F(JobFollowerTest, APositionBehindTheEndOfTheLogIsNone) {
+    ASSERT_TRUE(KeptPosition(term).Keep(1));
+    EXPECT_THROW(KeptPosition{term}, CommonServices::ObjectStoreException) << "the log may be away";
     Announce("50", Submit::kExportQuery.jobKind);
     for (const auto& [kept, used] : {std::pair{1, 1}, {4, 0}}) {
         ASSERT_TRUE(KeptPosition(term).Keep(kept));
