@@ -205,8 +205,7 @@ InitError DeployedTransport::Start(std::shared_ptr<Messaging::ServiceInfoApi> se
         Log::Error(refused.what());
         error = InitError::BadConfiguration;
     } catch (const Rest::CannotListenError& refused) {
-        Log::Error(std::string(refused.what()) +
-                   (m_mode == Mode::Standalone ? "" : " Here these are \"rest.host\" and \"rest.port\"."));
+        Log::Error(refused.what());
         error = InitError::CannotListen;
     } catch (const std::exception& failed) {
         Log::Error(std::string("The bus could not be started: ") + failed.what());

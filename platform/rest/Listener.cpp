@@ -35,7 +35,8 @@ std::vector<asio::ip::address> AddressesOf(asio::io_context& context, const std:
     const auto found = resolver.resolve(host, "", error);
     if (error) {
         throw CannotListenError("The host \"" + host + "\" has no address (" + error.message() +
-                                "). Name one of this machine with --host, such as \"localhost\".");
+                                "). Name one of this machine, such as \"localhost\", with --host, or "
+                                "\"rest.host\" with --deploy=distributed.");
     }
     std::vector<asio::ip::address> addresses;
     for (const auto& entry : found) {
@@ -124,10 +125,12 @@ std::string TextOf(const RestGatewaySettings& settings, const error_code& error)
     const std::string place = "port " + std::to_string(settings.port) + " of \"" + settings.host + "\"";
     if (error == asio::error::address_in_use) {
         return "The " + place +
-               " is in use. Stop the program that holds it, or choose another one with --port.";
+               " is in use. Stop the program that holds it, or choose another one with --port, or "
+               "\"rest.port\" with --deploy=distributed.";
     }
     if (error == asio::error::access_denied) {
-        return "This user may not listen on " + place + ". Choose a port from 1024 on with --port.";
+        return "This user may not listen on " + place +
+               ". Choose a port from 1024 on with --port, or \"rest.port\" with --deploy=distributed.";
     }
     return "Cannot listen on " + place + ": " + error.message() + ".";
 }
